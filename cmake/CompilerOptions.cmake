@@ -1,0 +1,26 @@
+# orvanedga_options: the warnings and sanitizers every target of this project is built with.
+add_library(orvanedga_options INTERFACE)
+target_compile_options(orvanedga_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wformat=2 -Wcast-align -Wundef
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi>)
+if(ORVANEDGA_WERROR)
+  target_compile_options(orvanedga_options INTERFACE -Werror)
+endif()
+if(ORVANEDGA_SANITIZE)
+  target_compile_options(orvanedga_options INTERFACE
+    -fsanitize=${ORVANEDGA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(orvanedga_options INTERFACE -fsanitize=${ORVANEDGA_SANITIZE})
+else()
+  target_compile_options(orvanedga_options INTERFACE
+    $<$<CONFIG:Release,RelWithDebInfo>:-D_FORTIFY_SOURCE=2> -fstack-protector-strong)
+  target_link_options(orvanedga_options INTERFACE -Wl,-z,relro,-z,now -Wl,--as-needed)
+endif()
+
+# orvanedga_add_layer(<name> SOURCES ... [LINK ...]): one source folder as one library. The objects
+# of the core's folders end up in libdgacore, once, so that its singletons exist once per process.
+function(orvanedga_add_layer name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  add_library(${name} OBJECT ${ARG_SOURCES})
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src ${PROJECT_BINARY_DIR}/generated)
+  target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE orvanedga_options)
+endfunction()

@@ -1,0 +1,20 @@
+#include "DGAMeetingData/DGAMeetingDataRecordTool.h"
+
+DGAMeetingDataRecordTool& DGAMeetingDataRecordTool::shareDataRecordTool() {
+    static auto* const tool = new DGAMeetingDataRecordTool();
+    return *tool;
+}
+
+void DGAMeetingDataRecordTool::startRecord() {
+    listener_ = std::make_unique<DgaIpcMessageListener>();
+    listener_->initWithJsonMessageSink(this);
+}
+
+void DGAMeetingDataRecordTool::stopRecord() {
+    listener_.reset();
+}
+
+void DGAMeetingDataRecordTool::onMessageWithJsonData(const std::optional<std::string>& jsonData) {
+    if (!jsonData || jsonData->empty())
+        return;
+}

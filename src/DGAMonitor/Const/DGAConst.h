@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string_view>
+
+// Settings and names that several parts of the assistant share.
+
+/// The folder of everything the assistant collects: trace folders, archives, temporary files.
+inline constexpr char kDGATempStorePath[] = "/tmp/orvdga";
+
+inline constexpr char kOrvdgaTopicName[] = "orvdga_topic.txt";
+
+/// Service types that the client sends as "serviceType".
+inline constexpr int kDGAServiceTypeHV = 1;
+inline constexpr int kDGAServiceTypeKT = 10;
+/// From this number on a service type is unknown and taken as the meeting service.
+inline constexpr int kDGAServiceTypeEnd = 12;
+
+/// Forms of a tracking id: one of the meeting service, and the one that DGAUtilities::createUUID makes.
+inline constexpr char kDGATrackIDPatternDocShow[] = "^[0-9A-Z]{32}_[0-9A-Z]{13}$";
+inline constexpr char kDGATrackIDPatternClientGen[] =
+    "^[0-9A-Z]{8}-[0-9A-Z]{4}-[0-9A-Z]{4}-[0-9A-Z]{4}-[0-9A-Z]{12}$";
+
+// Base names of the notifications between the client and the assistant; the full name ends in an
+// underscore and the assistant's process id.
+inline constexpr std::string_view kDGANotificationPassingJsonData = "ORVANE_DGA_PASSING_JSON_DATA";
+inline constexpr std::string_view kDGANotificationGenerateReportAndExit =
+    "ORVANE_DGA_GENERATE_REPORT_AND_EXIT";
+inline constexpr std::string_view kDGANotificationKeepAlive = "ORVANE_DGA_KEEP_ALIVE";
+inline constexpr std::string_view kDGANotificationGenerateReport = "ORVANE_DGA_GENERATE_REPORT";
+inline constexpr std::string_view kDGANotificationAppExit = "ORVANE_DGA_APP_EXIT";
+inline constexpr std::string_view kDGANotificationAppReady = "ORVANE_DGA_APP_READY";

@@ -1,0 +1,132 @@
+#include "DGAMonitor/DGASessionParameters.h"
+
+#include <fmt/format.h>
+
+#include "DGAMonitor/Const/DGAConst.h"
+#include "DGAMonitor/Const/DGADicKeyStrings.h"
+#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Utilities/Tool/DGALanguageManager.h"
+#include "support/JsonValue.h"
+#include "support/ORVNLogger.h"
+
+namespace {
+
+using Json = nlohmann::json;
+using MaybeText = std::optional<std::string>;
+
+class Reader {
+public:
+    explicit Reader(const Json& parameters) : parameters_(parameters) {}
+
+    const Json* value(const char* key) const { return support::jsonMember(parameters_, key); }
+
+    MaybeText asSent(const char* key) const {
+        const Json* found = value(key);
+        return found ? support::jsonAsSent(*found) : std::nullopt;
+    }
+
+    MaybeText numberText(const char* key) const {
+        const Json* found = value(key);
+        return found ? support::jsonStringQuery(*found) : std::nullopt;
+    }
+
+    // A number as its text, anything else as it was sent.
+    MaybeText textOrNumber(const char* key) const {
+        auto number = numberText(key);
+        return number ? number : asSent(key);
+    }
+
+    void readFlag(const char* key, std::atomic<bool>& field) const {
+        const Json* found = value(key);
+        if (const auto flag = found ? support::jsonBoolQuery(*found) : std::nullopt)
+            field = *flag;
+    }
+
+    void readNumberText(const char* key, DGAMonitorToolManager::Text& field) const {
+        if (auto number = numberText(key))
+            field.set(std::move(number));
+    }
+
+private:
+    const Json& parameters_;
+};
+
+std::string replaceAll(std::string text, const std::string& what, const std::string& by) {
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size()))
+        text.replace(at, what.size(), by);
+    return text;
+}
+
+void readServiceType(const Reader& reader, DGAMonitorToolManager& record) {
+    const Json* sent = reader.value(dDGAServiceTypeKey);
+    if (!sent)
+        record.serviceType = kDGAServiceTypeHV;
+    else if (const auto number = support::jsonIntegerQuery(*sent))
+        record.serviceType = *number;
+    if (record.serviceType >= kDGAServiceTypeEnd)
+        record.serviceType = kDGAServiceTypeHV;
+}
+
+void readLanguage(const Reader& reader, DGAMonitorToolManager& record) {
+    const Json* sent = reader.value(dDGAActiveLanguageKey);
+    const auto number = sent ? support::jsonIntegerQuery(*sent) : std::nullopt;
+    if (!number)
+        return;
+    record.languageID.set(std::to_string(*number));
+    record.language.set(DGALanguageManager::dga_getActiveLanguageWithLanguageID(*number));
+}
+
+void readTelemetry(const Reader& reader, DGAMonitorToolManager& record) {
+    MaybeText trackingID = reader.asSent(dDGATelemetrySessionIDKey);
+    if (!trackingID || trackingID->empty() || !DGAUtilities::isValidTrackID(trackingID)) {
+        trackingID = DGAUtilities::createUUID();
+        ORVNLogger::sharedLogger().log(kORVNLogModule, 2,
+                                       "dealMessageFromClient, create _telemetrySessionID={}", *trackingID);
+    }
+    record.telemetrySessionID.set(std::move(trackingID));
+    record.telemetryMetricsURL.set(reader.asSent(dDGATelemetryMetricsURLKey));
+    const Json* headers = reader.value(dDGATelemetryHttpHeadersKey);
+    record.telemetryHttpHeaders.set(headers ? std::make_shared<const Json>(*headers) : nullptr);
+}
+
+void readMeeting(const Reader& reader, DGAMonitorToolManager& record) {
+    const std::string confID = reader.asSent(dDGAConfIDKey).value_or("");
+    record.confID.set(confID);
+    MaybeText uploadURL = reader.asSent(dDGAUploadURLKey);
+    if (uploadURL)
+        uploadURL = replaceAll(std::move(*uploadURL), "upload.do", "spr.do");
+    record.uploadURL.set(std::move(uploadURL));
+    record.smac.set(reader.asSent(dDGASmacKey));
+    MaybeText confName = reader.asSent(dDGAConfNameKey);
+    if (confName)
+        confName = replaceAll(std::move(*confName), "." + confID, "");
+    record.confName.set(std::move(confName));
+    const Json* userID = reader.value(dDGAUserIDKey);
+    if (const auto number = userID ? support::jsonUnsignedQuery(*userID) : std::nullopt)
+        record.userID.set(std::to_string(static_cast<uint32_t>(*number)));
+    record.siteID.set(reader.textOrNumber(dDGASiteIDKey));
+    record.siteURL.set(reader.asSent(dDGASiteURLKey));
+    record.userName.set(reader.asSent(dDGAUserNameKey));
+    reader.readNumberText(dDGAMeetingKeyKey, record.meetingKey);
+    reader.readNumberText(dDGASmacTimestampKey, record.smacTimestap);
+    record.userEmail.set(reader.asSent(dDGAUserEmailKey));
+    record.logFileName.set(reader.asSent(dDGALogFileNameKey));
+}
+
+}  // namespace
+
+void readSessionParameters(const nlohmann::json& parameters, DGAMonitorToolManager& record) {
+    const Reader reader(parameters);
+    readServiceType(reader, record);
+    reader.readFlag(dDGASignInStatusKey, record.isSignStatus);
+    record.pID.set(reader.textOrNumber(dDGAProcessIDKey));
+    readLanguage(reader, record);
+    record.clientVersion.set(reader.asSent(dDGAClientVersionKey));
+    reader.readFlag(dDGAEnableSendProblemReportKey, record.enableSendReport);
+    reader.readFlag(dDGAEnableTelemetryKey, record.telemetryEnable);
+    reader.readFlag(dDGAEnableAccompanyKey, record.enableAccompnyDGA);
+    readTelemetry(reader, record);
+    if (record.serviceType == kDGAServiceTypeHV)
+        readMeeting(reader, record);
+}

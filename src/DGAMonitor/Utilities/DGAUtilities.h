@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
+#include <string>
+
+/// Helpers without state that many parts share. None reports an error: a failure gives the neutral value
+/// that its method names. Any thread, except where a method says otherwise.
+class DGAUtilities {
+public:
+    DGAUtilities() = delete;
+
+    // Notifications
+
+    /// Posts a distributed notification and returns its name. Main thread.
+    static std::string dga_postDistributedNotificationWithName(
+        const std::string& name, const std::optional<std::string>& object,
+        const std::map<std::string, std::string>& userInfo, bool immediately);
+
+    // Texts and identifiers
+
+    /// Without the characters \ / : * ? " < > | and the full stop.
+    static std::string dga_stringWithoutForbiddenSymbolFrom(std::string text);
+
+    /// Whether a text has one of the two forms of a tracking id.
+    static bool isValidTrackID(const std::optional<std::string>& trackID);
+
+    /// Whether a regular expression, whose dot also matches line breaks, matches anywhere in the text.
+    static bool isMatchWithPattern(const std::optional<std::string>& text,
+                                   const std::optional<std::string>& patterStr);
+
+    /// A new random UUID: 36 characters, upper-case.
+    static std::string createUUID();
+
+    /// Base64 of the UTF-8 text, with CR LF after every 64 characters; "" for none.
+    static std::string dga_stringToBase64Str(const std::optional<std::string>& text);
+
+    /// The same of any other value's pretty-printed JSON text.
+    static std::string dga_stringToBase64Str(const nlohmann::json& object);
+
+    /// The text that base64 says, whatever else stands between its characters; none if it is not whole
+    /// or not UTF-8.
+    static std::optional<std::string> dga_Base64StrToObj(const std::string& text);
+
+    /// With a line feed before the character at `index`, counted in characters; the text as it is if it
+    /// has no such position.
+    static std::string dga_addLineBreakForStr(const std::string& text, size_t index);
+
+    // The program
+
+    static std::string dga_fetchBuildVersion();
+    static std::string dga_fetchAppVersion();
+
+    // Files
+
+    /// Writes the topic file: the meeting's name in base64, a line feed, and the current local time as
+    /// "MM/dd/yyyy HH:mm". `path` lies in a private folder; nothing is written if it does not.
+    static void dga_createOrvdgaTopicFileAtPath(const std::string& path);
+
+    /// Size in bytes; 0 if nothing is there.
+    static int64_t dga_fetchFileSizeAt(const std::string& path);
+};

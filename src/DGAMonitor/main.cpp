@@ -1,0 +1,15 @@
+#include <sys/stat.h>
+
+#include <csignal>
+
+#include "DGAMonitor/AppDelegate.h"
+#include "platform/RunLoop.h"
+
+int main() {
+    umask(S_IRWXG | S_IRWXO);
+    // The client's pipes close when it dies.
+    std::signal(SIGPIPE, SIG_IGN);
+    AppDelegate::applicationDidFinishLaunching();
+    platform::RunLoop::main().run();
+    return 0;
+}

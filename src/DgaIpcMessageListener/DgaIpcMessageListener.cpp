@@ -1,0 +1,69 @@
+#include "DgaIpcMessageListener/DgaIpcMessageListener.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "platform/MessagePort.h"
+#include "platform/RunLoop.h"
+#include "platform/Text.h"
+#include "support/ORVNLogger.h"
+
+namespace {
+
+constexpr char kPortNamePrefix[] = "com.tellan.orvane.orvanedga";
+
+DgaIpcMessageListener* theListener = nullptr;
+
+}  // namespace
+
+DgaIpcMessageListener::DgaIpcMessageListener() = default;
+
+DgaIpcMessageListener::~DgaIpcMessageListener() {
+    portRef_.reset();
+    if (theListener == this)
+        theListener = nullptr;
+}
+
+void DgaIpcMessageListener::initWithJsonMessageSink(DgaIpcMessageSink* messageSink) {
+    if (theListener) {
+        std::fputs("already created, there can be only one instance\n", stderr);
+        return;
+    }
+    messageSink_ = messageSink;
+    theListener = this;
+    createListenerPort();
+}
+
+std::string DgaIpcMessageListener::getMessagePortName() {
+    return fmt::format("{}.{}", kPortNamePrefix, getpid());
+}
+
+void DgaIpcMessageListener::createListenerPort() {
+    portRef_ = platform::MessagePort::createLocal(getMessagePortName(), &messagePortCallBack);
+    if (!portRef_) {
+        ORVNLogger::sharedLogger().log(kORVNLogModule, 8, "createListenerPort failed !!!");
+        return;
+    }
+    ORVNLogger::sharedLogger().log(kORVNLogModule, 2, "createListenerPort  with port name {}",
+                                   getMessagePortName());
+    portRef_->schedule(platform::RunLoop::current());
+}
+
+void DgaIpcMessageListener::messagePortCallBack(platform::MessagePort& /*port*/, int32_t /*messageID*/,
+                                                std::optional<std::string_view> data) {
+    if (!data || !theListener)
+        return;
+    if (platform::isUtf8(*data)) {
+        theListener->handlePortMessage(std::string(*data));
+    } else {
+        ORVNLogger::sharedLogger().log(kORVNLogModule, 8,
+                                       "a message of {} bytes that is not UTF-8 is ignored", data->size());
+        theListener->handlePortMessage(std::nullopt);
+    }
+}
+
+void DgaIpcMessageListener::handlePortMessage(const std::optional<std::string>& message) {
+    if (messageSink_)
+        messageSink_->onMessageWithJsonData(message);
+}

@@ -1,0 +1,306 @@
+#include "platform/MessagePort.h"
+
+#include <fcntl.h>
+#include <glib-unix.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <list>
+#include <utility>
+
+#include "platform/PrivateFolder.h"
+#include "platform/Report.h"
+#include "platform/RunLoop.h"
+#include "platform/RuntimeFolder.h"
+
+namespace platform {
+namespace {
+
+constexpr size_t kHeaderLength = 8;
+constexpr size_t kReadLength = 64 * 1024;
+constexpr gint64 kBusyMicroseconds = 4000;
+constexpr guint kAcceptPauseMilliseconds = 500;
+
+uint32_t littleEndian32(const char* bytes) {
+    uint32_t value = 0;
+    for (int i = 3; i >= 0; --i)
+        value = value << 8 | static_cast<unsigned char>(bytes[i]);
+    return value;
+}
+
+// Addressed through the open folder: no one can swap a folder on the way, and the path stays short
+// however long the runtime folder's own is.
+sockaddr_un addressIn(const PrivateFolder& folder, const std::string& name) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string path = "/proc/self/fd/" + std::to_string(folder.handle()) + "/" + name;
+    if (path.size() < sizeof address.sun_path)
+        std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    return address;
+}
+
+int openSocket() {
+    return socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+}
+
+bool someoneListens(const sockaddr_un& address) {
+    const int probe = openSocket();
+    const bool listens =
+        probe >= 0 &&
+        (connect(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 || errno == EAGAIN);
+    if (probe >= 0)
+        close(probe);
+    return listens;
+}
+
+int listenIn(const PrivateFolder& folder, const std::string& name) {
+    const sockaddr_un address = addressIn(folder, name);
+    const int listener = openSocket();
+    if (listener < 0)
+        return -1;
+    const auto* plain = reinterpret_cast<const sockaddr*>(&address);
+    int bound = bind(listener, plain, sizeof address);
+    if (bound != 0 && errno == EADDRINUSE && !someoneListens(address)) {
+        folder.remove(name);
+        bound = bind(listener, plain, sizeof address);
+    }
+    if (bound == 0 && fchmodat(folder.handle(), name.c_str(), S_IRUSR | S_IWUSR, 0) == 0 &&
+        listen(listener, SOMAXCONN) == 0)
+        return listener;
+    const int why = errno;
+    close(listener);
+    errno = why;
+    return -1;
+}
+
+bool isPeerOfUser(int connection) {
+    ucred peer{};
+    socklen_t length = sizeof peer;
+    return getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0 && peer.uid == geteuid();
+}
+
+}  // namespace
+
+struct MessagePort::State {
+    struct Connection {
+        State* owner = nullptr;
+        int handle = -1;
+        GSource* readable = nullptr;
+        GSource* more = nullptr;
+        std::string received;
+        size_t handled = 0;
+        bool ended = false;
+    };
+
+    MessagePort* port = nullptr;
+    std::string name;
+    RuntimeFolder runtime;
+    std::string path;
+    Callback callback;
+    int listener = -1;
+    GMainContext* context = nullptr;
+    GSource* acceptable = nullptr;
+    std::list<Connection> connections;
+    std::shared_ptr<bool> alive = std::make_shared<bool>(true);
+
+    explicit State(RuntimeFolder folder) : runtime(std::move(folder)) {}
+
+    template <typename Function>
+    static GSource* attach(GSource* source, Function function, gpointer data, GMainContext* context) {
+        g_source_set_callback(source, G_SOURCE_FUNC(function), data, nullptr);
+        g_source_attach(source, context);
+        return source;
+    }
+
+    static void drop(GSource*& source) {
+        if (!source)
+            return;
+        g_source_destroy(source);
+        g_source_unref(source);
+        source = nullptr;
+    }
+
+    void watchListener() {
+        acceptable = attach(g_unix_fd_source_new(listener, G_IO_IN), &State::onConnect, this, context);
+    }
+
+    static gboolean onConnect(gint /*handle*/, GIOCondition /*condition*/, gpointer data) {
+        static_cast<State*>(data)->acceptAll();
+        return G_SOURCE_CONTINUE;
+    }
+
+    static gboolean onAcceptAgain(gpointer data) {
+        auto* self = static_cast<State*>(data);
+        drop(self->acceptable);
+        self->watchListener();
+        return G_SOURCE_REMOVE;
+    }
+
+    void acceptAll() {
+        for (;;) {
+            const int handle = accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+            if (handle < 0) {
+                if (errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == ENOBUFS)
+                    pauseAccepting();
+                return;
+            }
+            if (!isPeerOfUser(handle)) {
+                report(8, "a peer of another user was refused at " + path);
+                close(handle);
+                continue;
+            }
+            Connection& peer = connections.emplace_back();
+            peer.owner = this;
+            peer.handle = handle;
+            peer.readable = attach(g_unix_fd_source_new(handle, G_IO_IN), &State::onReadable, &peer, context);
+        }
+    }
+
+    // The waiting connection keeps the listener readable: without a pause the loop would spin.
+    void pauseAccepting() {
+        report(8, "a connection at " + path + " has to wait: " + std::strerror(errno));
+        drop(acceptable);
+        acceptable =
+            attach(g_timeout_source_new(kAcceptPauseMilliseconds), &State::onAcceptAgain, this, context);
+    }
+
+    static gboolean onReadable(gint /*handle*/, GIOCondition /*condition*/, gpointer data) {
+        auto* peer = static_cast<Connection*>(data);
+        peer->owner->readFrom(*peer);
+        return G_SOURCE_CONTINUE;
+    }
+
+    static gboolean onMore(gpointer data) {
+        auto* peer = static_cast<Connection*>(data);
+        peer->owner->handleMessagesOf(*peer);
+        return G_SOURCE_CONTINUE;
+    }
+
+    void readFrom(Connection& peer) {
+        const size_t before = peer.received.size();
+        peer.received.resize(before + kReadLength);
+        const ssize_t count = read(peer.handle, peer.received.data() + before, kReadLength);
+        const int why = errno;
+        peer.received.resize(before + (count > 0 ? static_cast<size_t>(count) : 0));
+        if (count < 0 && (why == EAGAIN || why == EINTR))
+            return;
+        peer.ended = count <= 0;
+        handleMessagesOf(peer);
+    }
+
+    // Handles what has been read, for a few milliseconds; the rest follows in a later turn of the loop,
+    // and nothing more is read until then.
+    void handleMessagesOf(Connection& peer) {
+        const gint64 enough = g_get_monotonic_time() + kBusyMicroseconds;
+        const std::weak_ptr<bool> stillAlive = alive;
+        while (peer.received.size() - peer.handled >= kHeaderLength) {
+            const char* header = peer.received.data() + peer.handled;
+            const uint32_t length = littleEndian32(header + 4);
+            if (length > kMaxMessageLength) {
+                report(8, "a message of " + std::to_string(length) + " bytes is too long, its peer at " +
+                              path + " is disconnected");
+                disconnect(peer);
+                return;
+            }
+            if (peer.received.size() - peer.handled - kHeaderLength < length)
+                break;
+            if (g_get_monotonic_time() > enough) {
+                continueLater(peer);
+                return;
+            }
+            const auto messageID = static_cast<int32_t>(littleEndian32(header));
+            peer.handled += kHeaderLength + length;
+            callback(*port, messageID,
+                     length ? std::optional(std::string_view(header + kHeaderLength, length)) : std::nullopt);
+            if (stillAlive.expired() || listener < 0)
+                return;
+        }
+        peer.received.erase(0, peer.handled);
+        peer.handled = 0;
+        if (peer.ended) {
+            if (!peer.received.empty())
+                report(8, "a peer at " + path + " left in the middle of a message");
+            disconnect(peer);
+        } else if (!peer.readable) {
+            drop(peer.more);
+            peer.readable =
+                attach(g_unix_fd_source_new(peer.handle, G_IO_IN), &State::onReadable, &peer, context);
+        }
+    }
+
+    void continueLater(Connection& peer) {
+        if (peer.more)
+            return;
+        drop(peer.readable);
+        peer.more = g_idle_source_new();
+        g_source_set_priority(peer.more, G_PRIORITY_DEFAULT);
+        attach(peer.more, &State::onMore, &peer, context);
+    }
+
+    static void release(Connection& peer) {
+        drop(peer.readable);
+        drop(peer.more);
+        close(peer.handle);
+    }
+
+    void disconnect(Connection& peer) {
+        release(peer);
+        connections.remove_if([&](const Connection& other) { return &other == &peer; });
+    }
+
+    void closeAll() {
+        for (auto& peer : connections)
+            release(peer);
+        connections.clear();
+        drop(acceptable);
+        if (listener >= 0) {
+            close(listener);
+            runtime.folder.remove(name);
+        }
+        listener = -1;
+    }
+};
+
+MessagePort::MessagePort(std::unique_ptr<State> state) : state_(std::move(state)) {
+    state_->port = this;
+}
+
+std::unique_ptr<MessagePort> MessagePort::createLocal(const std::string& name, Callback callback) {
+    auto runtime = openRuntimeFolder();
+    if (!runtime)
+        return nullptr;
+    const int listener = listenIn(runtime->folder, name);
+    if (listener < 0) {
+        report(8, "the port " + runtime->path + "/" + name + " cannot be opened: " + std::strerror(errno));
+        return nullptr;
+    }
+    auto state = std::make_unique<State>(std::move(*runtime));
+    state->name = name;
+    state->path = state->runtime.path + "/" + name;
+    state->callback = std::move(callback);
+    state->listener = listener;
+    return std::unique_ptr<MessagePort>(new MessagePort(std::move(state)));
+}
+
+MessagePort::~MessagePort() {
+    invalidate();
+}
+
+void MessagePort::schedule(RunLoop& loop) {
+    state_->context = loop.context();
+    state_->watchListener();
+}
+
+void MessagePort::invalidate() {
+    state_->closeAll();
+}
+
+const std::string& MessagePort::path() const {
+    return state_->path;
+}
+
+}  // namespace platform

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+class RunLoop;
+
+/// A named local message port: the stream socket <name> of mode 0600 in the user's runtime folder
+/// ($XDG_RUNTIME_DIR, else /run/user/<uid>, else the folder /tmp/com.tellan.orvane.<uid> of mode 0700).
+///
+/// A message is a little-endian int32 id, a little-endian uint32 length and that many bytes. Any number
+/// of peers may be connected; the messages of one peer arrive in order; there is no reply. Peers of
+/// another user are refused, and a peer that announces more than 1 MiB is disconnected; both are
+/// reported. Used on one thread, that of the loop it is scheduled on.
+class MessagePort {
+public:
+    /// `data` is the message's bytes, valid during the call; none for a message of length 0.
+    using Callback =
+        std::function<void(MessagePort& port, int32_t messageID, std::optional<std::string_view> data)>;
+
+    static constexpr uint32_t kMaxMessageLength = 1024 * 1024;
+
+    /// Opens the port. The socket of a process that no longer listens is replaced. Null, with a report,
+    /// when another process listens under that name or the runtime folder cannot be used.
+    static std::unique_ptr<MessagePort> createLocal(const std::string& name, Callback callback);
+
+    /// As invalidate().
+    ~MessagePort();
+    MessagePort(const MessagePort&) = delete;
+    MessagePort& operator=(const MessagePort&) = delete;
+
+    /// Delivers messages on that loop from now on; once. While messages pour in, the loop is given back
+    /// after a few milliseconds each time, so that its other sources are served.
+    void schedule(RunLoop& loop);
+
+    /// Closes all connections and removes the socket from the runtime folder.
+    void invalidate();
+
+    /// The socket's full path, for people.
+    const std::string& path() const;
+
+private:
+    struct State;
+    explicit MessagePort(std::unique_ptr<State> state);
+    std::unique_ptr<State> state_;
+};
+
+}  // namespace platform

@@ -1,0 +1,230 @@
+#include "platform/PrivateFolder.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <mutex>
+#include <set>
+#include <utility>
+
+#include "platform/Report.h"
+
+namespace platform {
+namespace {
+
+constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+constexpr mode_t kOthersMayWrite = S_IWGRP | S_IWOTH;
+
+bool isEntryName(const std::string& name) {
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
+           name.find('\0') == std::string::npos;
+}
+
+bool belongsToUserAlone(int handle) {
+    struct stat info {};
+    return fstat(handle, &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == geteuid() &&
+           (info.st_mode & kOthersMayWrite) == 0;
+}
+
+int openPrivate(int parent, const std::string& name, PrivateFolder::Create create) {
+    if (!isEntryName(name)) {
+        errno = EINVAL;
+        return -1;
+    }
+    int handle = openat(parent, name.c_str(), kFolderFlags);
+    if (handle < 0 && errno == ENOENT && create == PrivateFolder::Create::yes) {
+        if (mkdirat(parent, name.c_str(), S_IRWXU) != 0 && errno != EEXIST)
+            return -1;
+        handle = openat(parent, name.c_str(), kFolderFlags);
+    }
+    if (handle >= 0 && !belongsToUserAlone(handle)) {
+        close(handle);
+        errno = EPERM;
+        return -1;
+    }
+    return handle;
+}
+
+// A folder that stays unusable would otherwise be reported with every record.
+void reportOnce(const std::string& path, bool usable, const char* why) {
+    static std::mutex mutex;
+    static std::set<std::string>* const unusable = new std::set<std::string>;
+    const std::lock_guard<std::mutex> hold(mutex);
+    if (usable)
+        unusable->erase(path);
+    else if (unusable->insert(path).second)
+        report(8, "the folder " + path + " is not used: " + why);
+}
+
+bool writeAll(int file, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = write(file, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return false;
+        bytes.remove_prefix(static_cast<size_t>(written));
+    }
+    return true;
+}
+
+std::vector<std::string> namesIn(int folder) {
+    std::vector<std::string> names;
+    const int own = openat(folder, ".", kFolderFlags);
+    DIR* listing = own < 0 ? nullptr : fdopendir(own);
+    if (!listing) {
+        if (own >= 0)
+            close(own);
+        return names;
+    }
+    while (const dirent* entry = readdir(listing)) {
+        const std::string name = entry->d_name;
+        if (name != "." && name != "..")
+            names.push_back(name);
+    }
+    closedir(listing);
+    return names;
+}
+
+bool removeEntry(int parent, const std::string& name, dev_t device) {
+    if (unlinkat(parent, name.c_str(), 0) == 0 || errno == ENOENT)
+        return true;
+    if (errno != EISDIR && errno != EPERM)
+        return false;
+    const int folder = openat(parent, name.c_str(), kFolderFlags);
+    if (folder < 0)
+        return false;
+    struct stat info {};
+    if (fstat(folder, &info) == 0 && info.st_dev == device) {
+        for (const auto& entry : namesIn(folder))
+            removeEntry(folder, entry, device);
+    }
+    close(folder);
+    return unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0 || errno == ENOENT;
+}
+
+}  // namespace
+
+std::optional<PrivateFolder> PrivateFolder::open(const std::string& path, Create create) {
+    if (path.empty() || path.front() != '/')
+        return std::nullopt;
+    size_t start = path.find('/', 1);
+    int handle = ::open(path.substr(0, start).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    while (handle >= 0 && start != std::string::npos && start + 1 < path.size()) {
+        const size_t end = path.find('/', start + 1);
+        const std::string name = path.substr(start + 1, end == std::string::npos ? end : end - start - 1);
+        const int next = openPrivate(handle, name, create);
+        const int why = errno;
+        close(handle);
+        errno = why;
+        handle = next;
+        start = end;
+    }
+    if (handle < 0 && !(errno == ENOENT && create == Create::no)) {
+        reportOnce(path, false, errno == EPERM ? "it is not the user's alone" : std::strerror(errno));
+    } else if (handle >= 0) {
+        reportOnce(path, true, "");
+        return PrivateFolder(handle);
+    }
+    return std::nullopt;
+}
+
+std::optional<PrivateFolder> PrivateFolder::openLast(const std::string& path) {
+    if (path.empty() || path.front() != '/')
+        return std::nullopt;
+    const int handle = ::open(path.c_str(), kFolderFlags);
+    if (handle < 0)
+        return std::nullopt;
+    if (belongsToUserAlone(handle))
+        return PrivateFolder(handle);
+    close(handle);
+    return std::nullopt;
+}
+
+PrivateFolder::PrivateFolder(PrivateFolder&& other) noexcept : handle_(std::exchange(other.handle_, -1)) {}
+
+PrivateFolder& PrivateFolder::operator=(PrivateFolder&& other) noexcept {
+    std::swap(handle_, other.handle_);
+    return *this;
+}
+
+PrivateFolder::~PrivateFolder() {
+    if (handle_ >= 0)
+        close(handle_);
+}
+
+std::optional<PrivateFolder> PrivateFolder::subfolder(const std::string& name, Create create) const {
+    const int handle = openPrivate(handle_, name, create);
+    if (handle < 0)
+        return std::nullopt;
+    return PrivateFolder(handle);
+}
+
+bool PrivateFolder::contains(const std::string& name) const {
+    struct stat info {};
+    return isEntryName(name) && fstatat(handle_, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+std::vector<std::string> PrivateFolder::entries() const {
+    return namesIn(handle_);
+}
+
+bool PrivateFolder::createFile(const std::string& name) const {
+    if (!isEntryName(name))
+        return false;
+    const int file =
+        openat(handle_, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (file < 0)
+        return false;
+    close(file);
+    return true;
+}
+
+bool PrivateFolder::appendToFile(const std::string& name, std::string_view bytes) const {
+    if (!isEntryName(name))
+        return false;
+    // O_NONBLOCK: a planted FIFO must not hang the writer.
+    const int file = openat(handle_, name.c_str(),
+                            O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
+    if (file < 0)
+        return false;
+    struct stat before {};
+    bool done = fstat(file, &before) == 0 && S_ISREG(before.st_mode);
+    if (done && !writeAll(file, bytes)) {
+        done = false;
+        // Part of a record would spoil the next one.
+        if (ftruncate(file, before.st_size) != 0)
+            report(8, "part of a record stays in " + name);
+    }
+    close(file);
+    return done;
+}
+
+bool PrivateFolder::replaceFile(const std::string& name, std::string_view bytes) const {
+    if (!isEntryName(name))
+        return false;
+    static std::atomic<unsigned> counter{0};
+    const std::string draft = "." + name + "." + std::to_string(getpid()) + "." + std::to_string(++counter);
+    const int file =
+        openat(handle_, draft.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (file < 0)
+        return false;
+    bool done = writeAll(file, bytes);
+    done = close(file) == 0 && done;
+    done = done && renameat(handle_, draft.c_str(), handle_, name.c_str()) == 0;
+    if (!done)
+        unlinkat(handle_, draft.c_str(), 0);
+    return done;
+}
+
+bool PrivateFolder::remove(const std::string& name) const {
+    struct stat info {};
+    return isEntryName(name) && fstat(handle_, &info) == 0 && removeEntry(handle_, name, info.st_dev);
+}
+
+}  // namespace platform

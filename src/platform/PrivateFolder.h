@@ -1,0 +1,64 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace platform {
+
+/// A folder that belongs to the user alone, held by an open handle, so that nobody who can write to a
+/// folder above it (/tmp) can put another one, or a link, in its place. All names given to it are bare
+/// entry names: no "/", not ".", not "..", not empty; others fail. Every failure is a return value.
+/// An instance is used by one thread at a time; instances of the same folder are independent.
+class PrivateFolder {
+public:
+    enum class Create { no, yes };
+
+    /// Opens an absolute path. The first component (/tmp) is the system's and is taken as it is; each of
+    /// the others must be a real folder, owned by the user and writable by nobody else, and no link is
+    /// followed. With Create::yes missing ones are made with mode 0700. A folder that exists but is not
+    /// as required is reported at level 8, once until the path opens again.
+    static std::optional<PrivateFolder> open(const std::string& path, Create create);
+
+    /// Opens a path of which only the last component must be private (a user's runtime folder).
+    static std::optional<PrivateFolder> openLast(const std::string& path);
+
+    PrivateFolder(PrivateFolder&& other) noexcept;
+    PrivateFolder& operator=(PrivateFolder&& other) noexcept;
+    PrivateFolder(const PrivateFolder&) = delete;
+    PrivateFolder& operator=(const PrivateFolder&) = delete;
+    ~PrivateFolder();
+
+    /// The open handle, good for the *at functions. Owned by this object.
+    int handle() const { return handle_; }
+
+    /// A folder inside, with the same demands. Failures are not reported.
+    std::optional<PrivateFolder> subfolder(const std::string& name, Create create) const;
+
+    bool contains(const std::string& name) const;
+
+    /// The names of all entries but "." and "..", in the order of the file system.
+    std::vector<std::string> entries() const;
+
+    /// Makes an empty file of mode 0600. False if an entry of that name exists.
+    bool createFile(const std::string& name) const;
+
+    /// Appends to a regular file, which is made if it is missing: all of `bytes` or, where the disk is
+    /// full, none of them.
+    bool appendToFile(const std::string& name, std::string_view bytes) const;
+
+    /// Puts a file of mode 0600 with these bytes in the place of whatever file has that name, whole or
+    /// not at all.
+    bool replaceFile(const std::string& name, std::string_view bytes) const;
+
+    /// Removes an entry, a folder with all it contains. Links are removed, never followed; other
+    /// file systems mounted inside are left alone. True when nothing of that name is left.
+    bool remove(const std::string& name) const;
+
+private:
+    explicit PrivateFolder(int handle) : handle_(handle) {}
+    int handle_ = -1;
+};
+
+}  // namespace platform

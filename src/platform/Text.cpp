@@ -1,0 +1,30 @@
+#include "platform/Text.h"
+
+#include <glib.h>
+
+namespace platform {
+
+bool isUtf8(std::string_view text) {
+    return g_utf8_validate_len(text.data(), text.size(), nullptr) != FALSE;
+}
+
+bool matchesPattern(const std::string& text, const std::string& pattern) {
+    if (!isUtf8(text))
+        return false;
+    GRegex* regex = g_regex_new(pattern.c_str(), G_REGEX_DOTALL, GRegexMatchFlags{}, nullptr);
+    if (!regex)
+        return false;
+    const bool matches = g_regex_match_full(regex, text.data(), static_cast<gssize>(text.size()), 0,
+                                            GRegexMatchFlags{}, nullptr, nullptr) != FALSE;
+    g_regex_unref(regex);
+    return matches;
+}
+
+std::string randomUuid() {
+    char* uuid = g_uuid_string_random();
+    std::string text = uuid;
+    g_free(uuid);
+    return text;
+}
+
+}  // namespace platform

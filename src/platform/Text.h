@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+bool isUtf8(std::string_view text);
+
+/// Whether a Perl-compatible regular expression, in which a dot also matches line breaks, matches
+/// anywhere in a text. False for an expression that does not compile or a text that is not UTF-8.
+bool matchesPattern(const std::string& text, const std::string& pattern);
+
+/// A random UUID (RFC 4122, version 4) in lower-case letters.
+std::string randomUuid();
+
+}  // namespace platform

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <fmt/format.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+/// The program's log: files <prefix><MMddyyyyHHmmss><two digits>.ovt (local time of their beginning)
+/// in /tmp/orvtrace/<sub path>, each of at most 10 MB; when a new one begins, the oldest beyond the
+/// given number are removed. Every line is on disk when log() returns. Lines are dropped, and their
+/// number told when writing works again, while the folder cannot be used or the disk is full.
+/// Any thread.
+class ORVNLogger {
+public:
+    /// The keys of the three settings have these fields' names: kORVNLogKeySubPath,
+    /// kORVNLogKeyFileNamePrefix, kORVNLogKeyMaxFileNum.
+    struct Params {
+        std::string subPath;
+        std::string fileNamePrefix;
+        int maxFileNum = 1;
+    };
+
+    /// The one logger of the process; it is never destroyed, so it can be used until the end.
+    static ORVNLogger& sharedLogger();
+
+    /// Begins to log to files. Before this, lines of level 8 go to standard error and others nowhere.
+    /// Also takes over what the platform's services report, under the module "orvdga".
+    void initParams(const Params& params);
+
+    /// Writes one line. Levels: 2 information, 4 notice, 8 warning or failure.
+    template <typename... Args>
+    void log(std::string_view module, int level, fmt::format_string<Args...> format, Args&&... args) {
+        writeLine(module, level, fmt::vformat(format, fmt::make_format_args(args...)));
+    }
+
+    /// Full path of the file that is being written; none before initParams() and while there is no file.
+    std::optional<std::string> logFileName() const;
+
+    /// Writes a text as it is, without taking it for a format.
+    void writeLine(std::string_view module, int level, std::string_view text);
+
+    ORVNLogger(const ORVNLogger&) = delete;
+    ORVNLogger& operator=(const ORVNLogger&) = delete;
+
+private:
+    ORVNLogger();
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+namespace support {
+
+/// "Class::method" out of a compiler's pretty function name.
+std::string_view methodName(std::string_view prettyFunction);
+
+/// A text for "%@": "(null)" for a missing one.
+inline std::string_view orNull(const std::optional<std::string>& text) {
+    return text ? std::string_view(*text) : std::string_view("(null)");
+}
+
+}  // namespace support
+
+/// The log module of the assistant.
+inline constexpr char kORVNLogModule[] = "orvdga";
+
+/// The enclosing method's full name, "Class::method".
+#define ORVN_METHOD_NAME ::support::methodName(static_cast<const char*>(__PRETTY_FUNCTION__))
+
+/// Logs that the enclosing method was entered: its full name, at level 2.
+#define ORVN_LOG_METHOD() ORVNLogger::sharedLogger().writeLine(kORVNLogModule, 2, ORVN_METHOD_NAME)
