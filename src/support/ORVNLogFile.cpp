@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -46,15 +47,11 @@ std::optional<std::string> ORVNLogFile::path() {
 
 void ORVNLogFile::sink_it_(const spdlog::details::log_msg& message) {
     spdlog::memory_buf_t line;
+    if (dropped_ > 0)
+        fmt::format_to(std::back_inserter(line), "({} lines could not be written here)\n", dropped_);
     formatter_->format(message, line);
-    if (!ensureFile(static_cast<int64_t>(line.size()))) {
-        ++dropped_;
-        return;
-    }
-    if (dropped_ > 0 && write(fmt::format("({} lines could not be written here)\n", dropped_)))
-        dropped_ = 0;
-    if (dropped_ > 0 || !write({line.data(), line.size()}))
-        ++dropped_;
+    const bool written = ensureFile(static_cast<int64_t>(line.size())) && write({line.data(), line.size()});
+    dropped_ = written ? 0 : dropped_ + 1;
 }
 
 bool ORVNLogFile::ensureFile(int64_t room) {

@@ -62,7 +62,7 @@ std::string DGAUtilities::dga_stringToBase64Str(const std::optional<std::string>
     return text ? support::base64Encode(*text, kBase64LineLength) : std::string();
 }
 
-std::string DGAUtilities::dga_stringToBase64Str(const nlohmann::json& object) {
+std::string DGAUtilities::base64OfJson(const nlohmann::json& object) {
     return support::base64Encode(support::prettyJson(object), kBase64LineLength);
 }
 

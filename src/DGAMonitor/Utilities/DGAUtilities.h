@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <map>
 #include <nlohmann/json_fwd.hpp>
@@ -38,7 +39,10 @@ public:
     static std::string dga_stringToBase64Str(const std::optional<std::string>& text);
 
     /// The same of any other value's pretty-printed JSON text.
-    static std::string dga_stringToBase64Str(const nlohmann::json& object);
+    template <std::same_as<nlohmann::json> Object>
+    static std::string dga_stringToBase64Str(const Object& object) {
+        return base64OfJson(object);
+    }
 
     /// The text that base64 says, whatever else stands between its characters; none if it is not whole
     /// or not UTF-8.
@@ -61,4 +65,7 @@ public:
 
     /// Size in bytes; 0 if nothing is there.
     static int64_t dga_fetchFileSizeAt(const std::string& path);
+
+private:
+    static std::string base64OfJson(const nlohmann::json& object);
 };

@@ -1,0 +1,257 @@
+#include "platform/MessagePort.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <thread>
+#include <vector>
+
+#include "DgaIpcMessageListener/DgaIpcMessageListener.h"
+#include "platform/RunLoop.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using platform::MessagePort;
+using platform::RunLoop;
+
+std::string frame(const std::string& bytes, int32_t id = 0) {
+    const auto length = static_cast<uint32_t>(bytes.size());
+    std::string text(8, '\0');
+    std::memcpy(text.data(), &id, 4);
+    std::memcpy(text.data() + 4, &length, 4);
+    return text + bytes;
+}
+
+class Peer {
+public:
+    explicit Peer(const std::string& path) : socket_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+        connected_ = connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    }
+    ~Peer() { close(socket_); }
+    Peer(const Peer&) = delete;
+    Peer& operator=(const Peer&) = delete;
+
+    bool connected() const { return connected_; }
+    void send(std::string_view bytes) const {
+        while (!bytes.empty()) {
+            const ssize_t sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+            if (sent <= 0)
+                return;
+            bytes.remove_prefix(static_cast<size_t>(sent));
+        }
+    }
+    bool isDisconnected() const {
+        char byte = 0;
+        const ssize_t count = recv(socket_, &byte, 1, MSG_DONTWAIT);
+        return count == 0 || (count < 0 && errno == ECONNRESET);
+    }
+
+private:
+    int socket_;
+    bool connected_ = false;
+};
+
+class MessagePortTest : public testing::Test {
+protected:
+    void open(const std::string& name = "test.port") {
+        port_ = MessagePort::createLocal(name, [this](MessagePort&, int32_t id, auto data) {
+            got_.push_back(std::to_string(id) + ":" + (data ? std::string(*data) : "(none)"));
+        });
+        if (port_)
+            port_->schedule(RunLoop::current());
+    }
+
+    std::unique_ptr<MessagePort> port_;
+    std::vector<std::string> got_;
+};
+
+TEST_F(MessagePortTest, MessagesArriveWholeInOrderHoweverTheyAreCut) {
+    open();
+    ASSERT_TRUE(port_);
+    EXPECT_EQ(std::filesystem::status(port_->path()).permissions() & std::filesystem::perms::mask,
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    const std::string longest(MessagePort::kMaxMessageLength, 'm');
+    const std::string stream = frame("one", 1) + frame("", -2) + frame(longest, 3) + frame("four\xFF", 4);
+    std::thread client([&] {
+        const Peer peer(port_->path());
+        for (const char byte : stream.substr(0, 30))
+            peer.send({&byte, 1});
+        peer.send(stream.substr(30));
+        const Peer other(port_->path());
+        other.send(frame("last") + frame("never whole").substr(0, 12));
+    });
+    RunLoop::current().runFor(500ms);
+    client.join();
+    const std::vector<std::string> expected = {"1:one", "-2:(none)", "3:" + longest, "4:four\xFF", "0:last"};
+    EXPECT_TRUE(got_ == expected) << got_.size() << " messages";
+}
+
+TEST_F(MessagePortTest, TooLongAMessageCostsOnlyItsOwnConnection) {
+    open();
+    ASSERT_TRUE(port_);
+    const Peer good(port_->path());
+    const Peer bad(port_->path());
+    std::string header = frame("");
+    const uint32_t length = MessagePort::kMaxMessageLength + 1;
+    std::memcpy(header.data() + 4, &length, 4);
+    bad.send(frame("before") + header + "after");
+    RunLoop::current().runFor(100ms);
+    good.send(frame("fine"));
+    RunLoop::current().runFor(100ms);
+    EXPECT_TRUE(bad.isDisconnected());
+    EXPECT_EQ(got_, (std::vector<std::string>{"0:before", "0:fine"}));
+}
+
+TEST_F(MessagePortTest, AFloodKeepsTheLoopTurning) {
+    constexpr int kMessages = 20000;
+    int64_t arrived = 0;
+    port_ = MessagePort::createLocal("flood", [&](MessagePort&, int32_t id, auto) {
+        EXPECT_EQ(id, arrived);
+        if (++arrived == kMessages)
+            RunLoop::current().stop();
+        const auto until = std::chrono::steady_clock::now() + 20us;
+        while (std::chrono::steady_clock::now() < until) {
+        }
+    });
+    ASSERT_TRUE(port_);
+    port_->schedule(RunLoop::current());
+    std::thread client([&] {
+        const Peer peer(port_->path());
+        std::string stream;
+        for (int i = 0; i < kMessages; ++i)
+            stream += frame("x", i);
+        peer.send(stream);
+    });
+    auto last = std::chrono::steady_clock::now();
+    auto longest = 0ns;
+    platform::Timer beat(RunLoop::current(), 1ms, true, [&] {
+        const auto now = std::chrono::steady_clock::now();
+        longest = std::max<std::chrono::nanoseconds>(longest, now - last);
+        last = now;
+    });
+    RunLoop::current().runFor(20s);
+    client.join();
+    EXPECT_EQ(arrived, kMessages);
+    // 400 ms of work in all: one undivided burst would show. Generous, for a busy machine.
+    EXPECT_LT(longest, 200ms);
+}
+
+TEST_F(MessagePortTest, ANameIsTakenByTheLivingOnly) {
+    open("name");
+    ASSERT_TRUE(port_);
+    const std::string path = port_->path();
+    EXPECT_FALSE(MessagePort::createLocal("name", nullptr)) << "someone listens";
+    {
+        const Peer peer(path);
+        EXPECT_TRUE(peer.connected());
+    }
+    port_.reset();
+    EXPECT_FALSE(std::filesystem::exists(path)) << "closing removes the socket";
+
+    const pid_t child = fork();
+    if (child == 0) {
+        open("name");
+        raise(SIGKILL);
+    }
+    waitpid(child, nullptr, 0);
+    ASSERT_TRUE(std::filesystem::exists(path)) << "a killed owner leaves its socket";
+    open("name");
+    ASSERT_TRUE(port_) << "a stale socket is replaced";
+    const Peer peer(path);
+    peer.send(frame("hello"));
+    RunLoop::current().runFor(50ms);
+    EXPECT_EQ(got_, std::vector<std::string>{"0:hello"});
+}
+
+TEST_F(MessagePortTest, APeerOfAnotherUserIsRefused) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "needs root to become another user";
+    open();
+    ASSERT_TRUE(port_);
+    // The folder and the socket keep others out already; open both to test the check behind them.
+    chmod(port_->path().c_str(), 0666);
+    const std::string folder = std::filesystem::path(port_->path()).parent_path();
+    chmod(folder.c_str(), 0711);
+    const pid_t child = fork();
+    if (child == 0) {
+        if (setgid(12345) != 0 || setuid(12345) != 0)
+            _exit(77);
+        const Peer peer(port_->path());
+        peer.send(frame("intruder"));
+        std::this_thread::sleep_for(100ms);
+        _exit(peer.connected() && peer.isDisconnected() ? 0 : 1);
+    }
+    RunLoop::current().runFor(300ms);
+    int status = 0;
+    waitpid(child, &status, 0);
+    chmod(folder.c_str(), 0700);
+    if (WEXITSTATUS(status) == 77)
+        GTEST_SKIP() << "cannot become another user here";
+    EXPECT_EQ(WEXITSTATUS(status), 0) << "disconnected";
+    EXPECT_TRUE(got_.empty());
+}
+
+TEST_F(MessagePortTest, FindsTheRuntimeFolderAndRefusesAnOpenOne) {
+    const std::string given = std::getenv("XDG_RUNTIME_DIR") ? std::getenv("XDG_RUNTIME_DIR") : "";
+    const std::string deep = "/tmp/" + std::string(100, 'd') + "/" + std::string(100, 'e');
+    std::filesystem::create_directories(deep);
+    std::filesystem::permissions(deep, std::filesystem::perms::owner_all);
+    setenv("XDG_RUNTIME_DIR", deep.c_str(), 1);
+    open();
+    EXPECT_TRUE(port_) << "a long path is no obstacle";
+    port_.reset();
+    chmod(deep.c_str(), 0777);
+    open();
+    EXPECT_FALSE(port_) << "others could put a socket of their own there";
+    setenv("XDG_RUNTIME_DIR", "relative", 1);
+    open();
+    ASSERT_TRUE(port_);
+    EXPECT_TRUE(port_->path().starts_with("/run/user/") ||
+                port_->path().starts_with("/tmp/com.tellan.orvane."));
+    setenv("XDG_RUNTIME_DIR", given.c_str(), 1);
+}
+
+class RecordingSink : public DgaIpcMessageSink {
+public:
+    void onMessageWithJsonData(const std::optional<std::string>& jsonData) override {
+        got.push_back(jsonData.value_or("(none)"));
+    }
+    std::vector<std::string> got;
+};
+
+TEST(MessageListener, OneListenerAProcessAndOnlyUtf8Text) {
+    RecordingSink sink;
+    RecordingSink secondSink;
+    DgaIpcMessageListener listener;
+    listener.initWithJsonMessageSink(&sink);
+    ASSERT_TRUE(listener.isListening());
+    {
+        DgaIpcMessageListener second;
+        second.initWithJsonMessageSink(&secondSink);
+        EXPECT_FALSE(second.isListening());
+    }
+    const char* folder = std::getenv("XDG_RUNTIME_DIR");
+    ASSERT_TRUE(folder);
+    const Peer peer(std::string(folder) + "/com.tellan.orvane.orvanedga." + std::to_string(getpid()));
+    ASSERT_TRUE(peer.connected());
+    peer.send(frame("{}") + frame("") + frame("\xC3\x28") + frame("grüße"));
+    RunLoop::current().runFor(100ms);
+    EXPECT_EQ(sink.got, (std::vector<std::string>{"{}", "(none)", "grüße"}))
+        << "the second listener's end must not cut off the first";
+    EXPECT_TRUE(secondSink.got.empty());
+}
+
+}  // namespace

@@ -1,0 +1,74 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <vector>
+
+#include "platform/DistributedNotificationCenter.h"
+#include "platform/RunLoop.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using platform::DistributedNotificationCenter;
+using platform::Notification;
+using platform::RunLoop;
+
+void runShell(const std::string& command) {
+    ASSERT_EQ(std::system(command.c_str()), 0) << command;
+}
+
+std::string emitCommand(const std::string& arguments) {
+    return "gdbus emit --session --object-path /com/tellan/orvane/DistributedNotifications"
+           " --signal com.tellan.orvane.DistributedNotifications.Posted " +
+           arguments;
+}
+
+TEST(DistributedNotifications, AnObserverGetsItsNameInOrderAndNothingElse) {
+    auto& center = DistributedNotificationCenter::defaultCenter();
+    ASSERT_TRUE(center.isConnected());
+    std::vector<Notification> got;
+    const auto observer = center.addObserver("NAME_1", [&](const Notification& notification) {
+        got.push_back(notification);
+        if (notification.object == "last")
+            RunLoop::main().stop();
+    });
+    center.postNotification({"NAME_2", std::nullopt, {}}, true);
+    center.postNotification({"NAME_12", std::nullopt, {}}, true);
+    for (int i = 0; i < 100; ++i)
+        center.postNotification({"NAME_1", std::to_string(i), {{"DgaJsonData", "{\"ä\": 1}"}}}, false);
+    center.postNotification({"NAME_1", std::nullopt, {}}, true);
+    center.postNotification({"NAME_1", "last", {{"bad", "\xFF\xFE"}}}, true);
+    RunLoop::main().runFor(5s);
+    ASSERT_EQ(got.size(), 102U);
+    for (size_t i = 0; i < 100; ++i) {
+        EXPECT_EQ(got[i].object, std::to_string(i));
+        EXPECT_EQ(got[i].userInfo.at("DgaJsonData"), "{\"ä\": 1}");
+    }
+    EXPECT_EQ(got[100].object, std::nullopt) << "\"\" is nil";
+    EXPECT_EQ(got[101].userInfo.count("bad"), 1U) << "text that is not UTF-8 does not cost the connection";
+    center.removeObserver(observer);
+    center.postNotification({"NAME_1", std::nullopt, {}}, true);
+    RunLoop::main().runFor(100ms);
+    EXPECT_EQ(got.size(), 102U);
+}
+
+TEST(DistributedNotifications, SignalsOfOddFormAreIgnored) {
+    auto& center = DistributedNotificationCenter::defaultCenter();
+    int got = 0;
+    std::string text;
+    const auto observer = center.addObserver("ODD", [&](const Notification& notification) {
+        ++got;
+        const auto found = notification.userInfo.find("DgaJsonData");
+        if (found != notification.userInfo.end())
+            text = found->second;
+    });
+    runShell(emitCommand("ODD"));
+    runShell(emitCommand("ODD '\"\"' 12"));
+    runShell(emitCommand("ODD '\"\"' \"{'DgaJsonData': <42>, 'other': <['list']>}\""));
+    RunLoop::main().runFor(200ms);
+    EXPECT_EQ(got, 1) << "only the last has the right signature";
+    EXPECT_EQ(text, "") << "a number is no text";
+    center.removeObserver(observer);
+}
+
+}  // namespace
