@@ -1,0 +1,146 @@
+// Figures of the whole process: the time from start to the ready notification, and memory, processor time and
+// wake-ups while it watches an idle client, each beside a peer that only connects to the session bus, says
+// that it is ready and sleeps in a GLib main loop.
+//
+//     whole_process_bench ASSISTANT [IDLE-SECONDS]
+//
+// Run through scripts/isolated: it needs a session bus, and the assistant writes to /tmp.
+#include <gio/gio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "orvane_dga_client.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int kStarts = 21;
+constexpr unsigned kReadyTimeout = 10000;
+
+struct Figures {
+    double readyMilliseconds = 0;
+    long rssKilobytes = 0;
+    double cpuPercent = 0;
+    double wakeUpsPerSecond = 0;
+};
+
+long statusValue(GPid pid, const std::string& thread, const std::string& key) {
+    std::ifstream status("/proc/" + std::to_string(pid) + thread + "/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with(key + ":"))
+            return std::atol(line.c_str() + key.size() + 1);
+    }
+    return 0;
+}
+
+long wakeUps(GPid pid) {
+    long sum = 0;
+    const std::string folder = "/proc/" + std::to_string(pid) + "/task";
+    GDir* tasks = g_dir_open(folder.c_str(), 0, nullptr);
+    while (const char* task = tasks ? g_dir_read_name(tasks) : nullptr)
+        sum += statusValue(pid, std::string("/task/") + task, "voluntary_ctxt_switches");
+    if (tasks)
+        g_dir_close(tasks);
+    return sum;
+}
+
+double cpuSeconds(GPid pid) {
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+    unsigned long user = 0;
+    unsigned long system = 0;
+    std::sscanf(text.c_str() + text.rfind(')') + 1, " %*c %*d %*d %*d %*d %*d %*u %*u %*u %*u %*u %lu %lu",
+                &user, &system);
+    return static_cast<double>(user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+OrvaneDga* startAndWait(const std::string& program) {
+    GError* error = nullptr;
+    OrvaneDga* dga = orvane_dga_start(program.c_str(), &error);
+    if (!dga || !orvane_dga_wait_ready(dga, kReadyTimeout, &error)) {
+        std::fprintf(stderr, "whole_process_bench: %s\n", error->message);
+        std::exit(1);
+    }
+    return dga;
+}
+
+void end(OrvaneDga* dga) {
+    kill(orvane_dga_pid(dga), SIGTERM);
+    orvane_dga_wait_exit(dga, kReadyTimeout, nullptr);
+    orvane_dga_free(dga);
+}
+
+Figures measure(const std::string& program, unsigned idleSeconds) {
+    Figures figures;
+    std::vector<double> times;
+    for (int i = 0; i < kStarts; ++i) {
+        const auto begin = Clock::now();
+        OrvaneDga* dga = startAndWait(program);
+        times.push_back(std::chrono::duration<double, std::milli>(Clock::now() - begin).count());
+        end(dga);
+    }
+    std::nth_element(times.begin(), times.begin() + kStarts / 2, times.end());
+    figures.readyMilliseconds = times[kStarts / 2];
+
+    OrvaneDga* dga = startAndWait(program);
+    const std::string parameters =
+        "{\"serviceType\": 1, \"confId\": \"1\", \"processID\": " + std::to_string(getpid()) + "}";
+    orvane_dga_send_parameters(dga, parameters.c_str(), nullptr);
+    const GPid pid = orvane_dga_pid(dga);
+    std::this_thread::sleep_for(std::chrono::seconds(10));
+    orvane_dga_heartbeat(dga, nullptr);
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    const long wakesBefore = wakeUps(pid);
+    const double cpuBefore = cpuSeconds(pid);
+    std::this_thread::sleep_for(std::chrono::seconds(idleSeconds));
+    figures.cpuPercent = 100 * (cpuSeconds(pid) - cpuBefore) / idleSeconds;
+    figures.wakeUpsPerSecond = static_cast<double>(wakeUps(pid) - wakesBefore) / idleSeconds;
+    figures.rssKilobytes = statusValue(pid, "", "VmRSS");
+    end(dga);
+    return figures;
+}
+
+[[noreturn]] void bePeer() {
+    GDBusConnection* bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
+    const std::string name = "ORVANE_DGA_APP_READY_" + std::to_string(getpid());
+    g_dbus_connection_emit_signal(bus, nullptr, "/com/tellan/orvane/DistributedNotifications",
+                                  "com.tellan.orvane.DistributedNotifications", "Posted",
+                                  g_variant_new("(ssa{sv})", name.c_str(), "", nullptr), nullptr);
+    g_main_loop_run(g_main_loop_new(nullptr, FALSE));
+    std::exit(0);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (std::getenv("WHOLE_PROCESS_BENCH_PEER"))
+        bePeer();
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: whole_process_bench ASSISTANT [IDLE-SECONDS]\n");
+        return 2;
+    }
+    const unsigned idleSeconds = argc > 2 ? static_cast<unsigned>(std::max(1, std::atoi(argv[2]))) : 20;
+    const Figures own = measure(argv[1], idleSeconds);
+    setenv("WHOLE_PROCESS_BENCH_PEER", "1", 1);
+    const Figures peer = measure("/proc/self/exe", idleSeconds);
+    const auto row = [](const char* what, double mine, double others) {
+        std::printf("%-34s %10.3f %10.3f %8.2f\n", what, mine, others, others > 0 ? mine / others : 0);
+    };
+    std::printf("%-34s %10s %10s %8s\n", "", "assistant", "peer", "ratio");
+    row("start to ready, ms (median)", own.readyMilliseconds, peer.readyMilliseconds);
+    row("idle resident memory, MB", static_cast<double>(own.rssKilobytes) / 1024,
+        static_cast<double>(peer.rssKilobytes) / 1024);
+    row("idle processor time, %", own.cpuPercent, peer.cpuPercent);
+    row("idle wake-ups a second", own.wakeUpsPerSecond, peer.wakeUpsPerSecond);
+    return 0;
+}
