@@ -21,7 +21,7 @@ namespace platform {
 namespace {
 
 constexpr size_t kHeaderLength = 8;
-constexpr size_t kReadLength = 64 * 1024;
+constexpr size_t kReadLength = 65536;
 constexpr gint64 kBusyMicroseconds = 4000;
 constexpr guint kAcceptPauseMilliseconds = 500;
 

@@ -4,7 +4,7 @@
 #include <functional>
 #include <memory>
 
-struct _GMainContext;
+struct _GMainContext;  // NOLINT(bugprone-reserved-identifier): GLib's own name
 
 namespace platform {
 

@@ -14,7 +14,7 @@ namespace support {
 /// Where the log's lines go: a series of files in one private folder. Created once the settings are known.
 class ORVNLogFile final : public spdlog::sinks::base_sink<std::mutex> {
 public:
-    static constexpr int64_t kMaxFileSize = 10 * 1000 * 1000;
+    static constexpr int64_t kMaxFileSize = 10'000'000;
 
     /// `folder` is made when the first line comes. Nothing is opened yet.
     ORVNLogFile(std::string folder, std::string prefix, int maxFiles);
