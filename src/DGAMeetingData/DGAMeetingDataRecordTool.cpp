@@ -17,4 +17,11 @@ void DGAMeetingDataRecordTool::stopRecord() {
 void DGAMeetingDataRecordTool::onMessageWithJsonData(const std::optional<std::string>& jsonData) {
     if (!jsonData || jsonData->empty())
         return;
+    recordMrg().parseJson(*jsonData);
+}
+
+DGAMeetingDataManager& DGAMeetingDataRecordTool::recordMrg() {
+    if (!recordMrg_)
+        recordMrg_ = std::make_unique<DGAMeetingDataManager>();
+    return *recordMrg_;
 }

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "DGAMeetingData/DGAMeetingDataManager.h"
 #include "DgaIpcMessageListener/DgaIpcMessageListener.h"
 
 /// Receives the client's meeting data. Main thread.
@@ -23,5 +24,8 @@ public:
 
 private:
     DGAMeetingDataRecordTool() = default;
+    DGAMeetingDataManager& recordMrg();
+
     std::unique_ptr<DgaIpcMessageListener> listener_;
+    std::unique_ptr<DGAMeetingDataManager> recordMrg_;
 };

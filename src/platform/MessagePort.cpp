@@ -12,6 +12,7 @@
 #include <list>
 #include <utility>
 
+#include "platform/FrameReader.h"
 #include "platform/PrivateFolder.h"
 #include "platform/Report.h"
 #include "platform/RunLoop.h"
@@ -20,17 +21,9 @@
 namespace platform {
 namespace {
 
-constexpr size_t kHeaderLength = 8;
 constexpr size_t kReadLength = 65536;
 constexpr gint64 kBusyMicroseconds = 4000;
 constexpr guint kAcceptPauseMilliseconds = 500;
-
-uint32_t littleEndian32(const char* bytes) {
-    uint32_t value = 0;
-    for (int i = 3; i >= 0; --i)
-        value = value << 8 | static_cast<unsigned char>(bytes[i]);
-    return value;
-}
 
 // Addressed through the open folder: no one can swap a folder on the way, and the path stays short
 // however long the runtime folder's own is.
@@ -91,8 +84,7 @@ struct MessagePort::State {
         int handle = -1;
         GSource* readable = nullptr;
         GSource* more = nullptr;
-        std::string received;
-        size_t handled = 0;
+        FrameReader received{kMaxMessageLength};
         bool ended = false;
     };
 
@@ -181,13 +173,12 @@ struct MessagePort::State {
     }
 
     void readFrom(Connection& peer) {
-        const size_t before = peer.received.size();
-        peer.received.resize(before + kReadLength);
-        const ssize_t count = read(peer.handle, peer.received.data() + before, kReadLength);
-        const int why = errno;
-        peer.received.resize(before + (count > 0 ? static_cast<size_t>(count) : 0));
-        if (count < 0 && (why == EAGAIN || why == EINTR))
+        const auto room = peer.received.room(kReadLength);
+        const ssize_t count = read(peer.handle, room.data(), room.size());
+        if (count < 0 && (errno == EAGAIN || errno == EINTR))
             return;
+        if (count > 0)
+            peer.received.push(static_cast<size_t>(count));
         peer.ended = count <= 0;
         handleMessagesOf(peer);
     }
@@ -197,32 +188,25 @@ struct MessagePort::State {
     void handleMessagesOf(Connection& peer) {
         const gint64 enough = g_get_monotonic_time() + kBusyMicroseconds;
         const std::weak_ptr<bool> stillAlive = alive;
-        while (peer.received.size() - peer.handled >= kHeaderLength) {
-            const char* header = peer.received.data() + peer.handled;
-            const uint32_t length = littleEndian32(header + 4);
-            if (length > kMaxMessageLength) {
-                report(8, "a message of " + std::to_string(length) + " bytes is too long, its peer at " +
-                              path + " is disconnected");
+        for (auto front = peer.received.front(); front != FrameReader::Front::part;
+             front = peer.received.front()) {
+            if (front == FrameReader::Front::tooLong) {
+                report(8, "a message of " + std::to_string(peer.received.frontLength()) +
+                              " bytes is too long, its peer at " + path + " is disconnected");
                 disconnect(peer);
                 return;
             }
-            if (peer.received.size() - peer.handled - kHeaderLength < length)
-                break;
             if (g_get_monotonic_time() > enough) {
                 continueLater(peer);
                 return;
             }
-            const auto messageID = static_cast<int32_t>(littleEndian32(header));
-            peer.handled += kHeaderLength + length;
-            callback(*port, messageID,
-                     length ? std::optional(std::string_view(header + kHeaderLength, length)) : std::nullopt);
+            const auto [id, data] = peer.received.takeMessage();
+            callback(*port, id, data.empty() ? std::nullopt : std::optional(data));
             if (stillAlive.expired() || listener < 0)
                 return;
         }
-        peer.received.erase(0, peer.handled);
-        peer.handled = 0;
         if (peer.ended) {
-            if (!peer.received.empty())
+            if (!peer.received.isEmpty())
                 report(8, "a peer at " + path + " left in the middle of a message");
             disconnect(peer);
         } else if (!peer.readable) {

@@ -1,0 +1,7 @@
+#include "DGAMeetingData/DGAMeetingDataMeetingService.h"
+
+void DGAMeetingDataMeetingService::set(int32_t& field, int32_t id, int32_t value) {
+    if (field != value)
+        saveValue(Module::meetingService, id, value);
+    field = value;
+}

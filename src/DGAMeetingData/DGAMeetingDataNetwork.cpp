@@ -1,0 +1,7 @@
+#include "DGAMeetingData/DGAMeetingDataNetwork.h"
+
+void DGAMeetingDataNetwork::setNetworkStatus(int32_t networkStatus) {
+    if (networkStatus_ != networkStatus)
+        saveValue(Module::network, networkStatus, 0);
+    networkStatus_ = networkStatus;
+}

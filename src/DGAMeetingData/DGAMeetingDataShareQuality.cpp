@@ -1,0 +1,24 @@
+#include "DGAMeetingData/DGAMeetingDataShareQuality.h"
+
+namespace {
+
+// The two types of sharing that have one quality; the others have those of audio and video.
+constexpr int32_t kDlc = 1;
+constexpr int32_t kH264 = 3;
+
+}  // namespace
+
+void DGAMeetingDataShareQuality::saveData() {
+    if (shareType_ == 0 || !ifChanged())
+        return;
+    saveValue(Module::shareQuality, 100, shareType_);
+    if (shareType_ == kDlc || shareType_ == kH264) {
+        saveValue(Module::shareQuality, 200, shareType_ == kDlc ? dlcQuality_ : h264Quality_);
+    } else {
+        saveValue(Module::shareQuality, 320, audioReceiveQuality_);
+        saveValue(Module::shareQuality, 310, audioSendQuality_);
+        saveValue(Module::shareQuality, 450, videoReceiveQuality_);
+        saveValue(Module::shareQuality, 400, videoSendQuality_);
+    }
+    DGAMeetingData::saveData();
+}
