@@ -4,6 +4,7 @@
 
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMeetingData/DGAMeetingDataRecordTool.h"
+#include "DGAMeetingData/DGASystemResourceCheckingManager.h"
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Const/DGADicKeyStrings.h"
 #include "DGAMonitor/DGADealNotifTargetTool.h"
@@ -141,4 +142,5 @@ void DGAMonitorToolManager::startReceiveMeetingData() {
 
 void DGAMonitorToolManager::startCheckingSystemResourceUsage() {
     ORVN_LOG_METHOD();
+    DGASystemResourceCheckingManager::shareCheckingManager().startChecking();
 }

@@ -65,6 +65,11 @@ public:
 
     /// Size in bytes; 0 if nothing is there.
     static int64_t dga_fetchFileSizeAt(const std::string& path);
+    // System resources
+
+    /// Appends to the trace what the machine, the client and this program use of CPU and memory now: six
+    /// records, with zeros and no name for a process that is gone.
+    static void dga_recordCPUMemoryInfo();
 
 private:
     static std::string base64OfJson(const nlohmann::json& object);
