@@ -1,0 +1,241 @@
+#define _GNU_SOURCE
+#include "dga_bus.h"
+
+#include <gio/gio.h>
+#include <pthread.h>
+#include <stdint.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include "orvane_dga_client.h"
+
+#define OBJECT_PATH "/com/tellan/orvane/DistributedNotifications"
+#define INTERFACE_NAME "com.tellan.orvane.DistributedNotifications"
+#define MEMBER_NAME "Posted"
+#define SIGNATURE "(ssa{sv})"
+#define JSON_KEY "DgaJsonData"
+#define READY_PREFIX "ORVANE_DGA_APP_READY_"
+#define MATCH_RULE \
+    "type='signal',path='" OBJECT_PATH "',interface='" INTERFACE_NAME "',member='" MEMBER_NAME "'"
+
+/* What the connection's worker thread and the caller share; the worker may still be in the filter while the
+ * bus is being closed, so both hold it. One lock for all of them, as it is taken rarely and briefly. */
+typedef struct {
+    int holders;
+    GHashTable* ready_names; /* names of ready notifications, as a set */
+    int wake_fd;
+} Collected;
+
+static pthread_mutex_t collected_lock = PTHREAD_MUTEX_INITIALIZER;
+
+struct DgaBus {
+    GDBusConnection* connection; /* NULL when there is no bus */
+    GError* open_error;          /* why */
+    Collected* collected;
+    guint filter;
+    gint collecting; /* atomic */
+};
+
+static Collected* collected_new(void) {
+    Collected* collected = g_new0(Collected, 1);
+    pthread_mutex_lock(&collected_lock);
+    collected->holders = 1;
+    collected->ready_names = g_hash_table_new_full(g_str_hash, g_str_equal, g_free, NULL);
+    collected->wake_fd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    pthread_mutex_unlock(&collected_lock);
+    return collected;
+}
+
+static Collected* collected_hold(Collected* collected) {
+    pthread_mutex_lock(&collected_lock);
+    collected->holders++;
+    pthread_mutex_unlock(&collected_lock);
+    return collected;
+}
+
+static void collected_release(gpointer data) {
+    Collected* collected = data;
+    pthread_mutex_lock(&collected_lock);
+    const gboolean last = --collected->holders == 0;
+    if (last) {
+        g_hash_table_unref(collected->ready_names);
+        if (collected->wake_fd >= 0) {
+            close(collected->wake_fd);
+        }
+    }
+    pthread_mutex_unlock(&collected_lock);
+    if (last) {
+        g_free(collected);
+    }
+}
+
+static void collected_add(Collected* collected, const char* name) {
+    const uint64_t one = 1;
+    pthread_mutex_lock(&collected_lock);
+    g_hash_table_add(collected->ready_names, g_strdup(name));
+    if (collected->wake_fd >= 0 && write(collected->wake_fd, &one, sizeof one) < 0) {
+        /* The counter is full: it is readable already. */
+    }
+    pthread_mutex_unlock(&collected_lock);
+}
+
+static gboolean collected_contains(Collected* collected, const char* name) {
+    pthread_mutex_lock(&collected_lock);
+    const gboolean found = g_hash_table_contains(collected->ready_names, name);
+    pthread_mutex_unlock(&collected_lock);
+    return found;
+}
+
+static gboolean is_posted_signal(GDBusMessage* message) {
+    return g_dbus_message_get_message_type(message) == G_DBUS_MESSAGE_TYPE_SIGNAL &&
+           g_strcmp0(g_dbus_message_get_path(message), OBJECT_PATH) == 0 &&
+           g_strcmp0(g_dbus_message_get_interface(message), INTERFACE_NAME) == 0 &&
+           g_strcmp0(g_dbus_message_get_member(message), MEMBER_NAME) == 0;
+}
+
+/* Runs on the connection's worker thread, so that nothing has to serve a main context in between. */
+static GDBusMessage* collect(GDBusConnection* connection, GDBusMessage* message, gboolean incoming,
+                             gpointer data) {
+    (void)connection;
+    Collected* collected = data;
+    GVariant* body = g_dbus_message_get_body(message);
+    if (!incoming || !is_posted_signal(message) || body == NULL ||
+        !g_variant_is_of_type(body, G_VARIANT_TYPE(SIGNATURE))) {
+        return message;
+    }
+    const char* name = NULL;
+    g_variant_get_child(body, 0, "&s", &name);
+    if (g_str_has_prefix(name, READY_PREFIX)) {
+        collected_add(collected, name);
+    }
+    return message;
+}
+
+/* A call that waits for the daemon's answer: when it returns, the rule is in force. */
+static gboolean change_match(GDBusConnection* connection, const char* method, GError** error) {
+    GVariant* answer = g_dbus_connection_call_sync(
+        connection, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
+        g_variant_new("(s)", MATCH_RULE), NULL, G_DBUS_CALL_FLAGS_NO_AUTO_START, 5000, NULL, error);
+    if (answer == NULL) {
+        return FALSE;
+    }
+    g_variant_unref(answer);
+    return TRUE;
+}
+
+static GDBusConnection* connect_to_bus(GError** error) {
+    char* address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, NULL, error);
+    if (address == NULL) {
+        return NULL;
+    }
+    GDBusConnection* connection = g_dbus_connection_new_for_address_sync(
+        address,
+        G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION, NULL,
+        NULL, error);
+    g_free(address);
+    return connection;
+}
+
+DgaBus* dga_bus_open(void) {
+    DgaBus* bus = g_new0(DgaBus, 1);
+    bus->collected = collected_new();
+    /* A context that nobody serves takes what GDBus would otherwise dispatch in the caller's own one. */
+    GMainContext* context = g_main_context_new();
+    g_main_context_push_thread_default(context);
+    bus->connection = connect_to_bus(&bus->open_error);
+    if (bus->connection != NULL) {
+        bus->filter = g_dbus_connection_add_filter(bus->connection, collect, collected_hold(bus->collected),
+                                                   collected_release);
+        if (change_match(bus->connection, "AddMatch", &bus->open_error)) {
+            bus->collecting = TRUE;
+        } else {
+            g_dbus_connection_remove_filter(bus->connection, bus->filter);
+            g_clear_object(&bus->connection);
+        }
+    }
+    g_main_context_pop_thread_default(context);
+    g_main_context_unref(context);
+    return bus;
+}
+
+void dga_bus_close(DgaBus* bus) {
+    if (bus->connection != NULL) {
+        g_dbus_connection_remove_filter(bus->connection, bus->filter);
+        g_dbus_connection_close_sync(bus->connection, NULL, NULL);
+        g_object_unref(bus->connection);
+    }
+    collected_release(bus->collected);
+    g_clear_error(&bus->open_error);
+    g_free(bus);
+}
+
+static gboolean check_connected(const DgaBus* bus, GError** error) {
+    if (bus->connection == NULL) {
+        g_set_error(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_BUS, "no session bus: %s",
+                    bus->open_error->message);
+        return FALSE;
+    }
+    if (g_dbus_connection_is_closed(bus->connection)) {
+        g_set_error_literal(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_BUS,
+                            "the connection to the session bus was lost");
+        return FALSE;
+    }
+    return TRUE;
+}
+
+static GVariant* user_info(const char* json) {
+    GVariantBuilder builder;
+    g_variant_builder_init(&builder, G_VARIANT_TYPE("a{sv}"));
+    if (json != NULL) {
+        g_variant_builder_add(&builder, "{sv}", JSON_KEY, g_variant_new_string(json));
+    }
+    return g_variant_builder_end(&builder);
+}
+
+gboolean dga_bus_post(DgaBus* bus, const char* base, GPid pid, const char* json, GError** error) {
+    if (json != NULL && !g_utf8_validate(json, -1, NULL)) {
+        g_set_error(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_TEXT, "the text for %s_%d is not UTF-8", base,
+                    (int)pid);
+        return FALSE;
+    }
+    if (!check_connected(bus, error)) {
+        return FALSE;
+    }
+    char* name = g_strdup_printf("%s_%d", base, (int)pid);
+    GError* reason = NULL;
+    const gboolean sent =
+        g_dbus_connection_emit_signal(bus->connection, NULL, OBJECT_PATH, INTERFACE_NAME, MEMBER_NAME,
+                                      g_variant_new("(ss@a{sv})", name, "", user_info(json)), &reason) &&
+        g_dbus_connection_flush_sync(bus->connection, NULL, &reason);
+    if (!sent) {
+        g_set_error(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_BUS, "%s could not be posted: %s", name,
+                    reason->message);
+        g_error_free(reason);
+    }
+    g_free(name);
+    return sent;
+}
+
+gboolean dga_bus_is_ready(DgaBus* bus, GPid pid, GError** error) {
+    char* name = g_strdup_printf("%s%d", READY_PREFIX, (int)pid);
+    const gboolean ready = collected_contains(bus->collected, name);
+    g_free(name);
+    return ready || (check_connected(bus, error) && FALSE);
+}
+
+int dga_bus_wake_fd(DgaBus* bus) {
+    return bus->connection == NULL ? -1 : bus->collected->wake_fd;
+}
+
+void dga_bus_clear_wake(DgaBus* bus) {
+    uint64_t count = 0;
+    if (read(bus->collected->wake_fd, &count, sizeof count) < 0) {
+        return; /* nothing was there */
+    }
+}
+
+void dga_bus_stop_collecting(DgaBus* bus) {
+    if (bus->connection != NULL && g_atomic_int_compare_and_exchange(&bus->collecting, TRUE, FALSE)) {
+        change_match(bus->connection, "RemoveMatch", NULL);
+    }
+}

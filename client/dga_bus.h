@@ -1,0 +1,30 @@
+/* The notification side of the client library: a private connection to the session bus. */
+#ifndef ORVANE_DGA_BUS_H
+#define ORVANE_DGA_BUS_H
+
+#include <glib.h>
+
+typedef struct DgaBus DgaBus;
+
+/* Connects and starts to collect ready notifications: one that is posted after the return is not missed.
+ * Never NULL; a failure to connect is kept and answers every later call. */
+DgaBus* dga_bus_open(void);
+void dga_bus_close(DgaBus* bus);
+
+/* Posts "<base>_<pid>" with the JSON text, unless that is NULL, and hands it to the bus. Any thread. */
+gboolean dga_bus_post(DgaBus* bus, const char* base, GPid pid, const char* json, GError** error);
+
+/* Whether the assistant of that process id has posted its ready notification. FALSE without an error
+ * means: not yet. */
+gboolean dga_bus_is_ready(DgaBus* bus, GPid pid, GError** error);
+
+/* Becomes readable when a ready notification has come; -1 without a bus. */
+int dga_bus_wake_fd(DgaBus* bus);
+
+/* Empties the above. */
+void dga_bus_clear_wake(DgaBus* bus);
+
+/* Ends the collecting once the one that was waited for is known. */
+void dga_bus_stop_collecting(DgaBus* bus);
+
+#endif

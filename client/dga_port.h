@@ -1,0 +1,21 @@
+/* The meeting-data side of the client library: the assistant's message port. */
+#ifndef ORVANE_DGA_PORT_H
+#define ORVANE_DGA_PORT_H
+
+#include <glib.h>
+
+typedef struct DgaPort DgaPort;
+
+/* Notes where the port can be; connects with the first message. */
+DgaPort* dga_port_new(void);
+void dga_port_free(DgaPort* port);
+
+/* Any thread. */
+void dga_port_set_timeout(DgaPort* port, guint timeout_ms);
+
+/* Sends one message to the port of the assistant with that process id. `alive` tells whether waiting for
+ * the port still makes sense. Any thread; one message after another. */
+gboolean dga_port_send(DgaPort* port, GPid pid, const char* text, gboolean (*alive)(void*), void* data,
+                       GError** error);
+
+#endif

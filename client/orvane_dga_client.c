@@ -1,0 +1,204 @@
+#define _GNU_SOURCE
+#include "orvane_dga_client.h"
+
+#include <errno.h>
+#include <poll.h>
+#include <string.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "dga_bus.h"
+#include "dga_port.h"
+
+/* How often the child is looked at where the kernel gives no handle to wait on. */
+#define LOOK_INTERVAL_MS 50
+
+struct OrvaneDga {
+    GPid pid;
+    int pid_fd; /* becomes readable when the assistant ends; -1 if the kernel cannot */
+    DgaBus* bus;
+    DgaPort* port;
+    GMutex lock; /* guards what follows: the child is collected once */
+    OrvaneDgaState state;
+    int code;
+};
+
+G_DEFINE_QUARK(orvane - dga - error - quark, orvane_dga_error)
+
+OrvaneDga* orvane_dga_start(const char* path, GError** error) {
+    g_return_val_if_fail(path != NULL, NULL);
+    /* Before the child exists, so that its ready notification cannot come too early. */
+    DgaBus* bus = dga_bus_open();
+    /* A bare name is a file of the working folder, too. */
+    char* program = strchr(path, '/') != NULL ? g_strdup(path) : g_strconcat("./", path, NULL);
+    char* arguments[] = {program, NULL};
+    GPid pid = 0;
+    GError* reason = NULL;
+    const gboolean started =
+        g_spawn_async(NULL, arguments, NULL, G_SPAWN_DO_NOT_REAP_CHILD, NULL, NULL, &pid, &reason);
+    g_free(program);
+    if (!started) {
+        g_set_error(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_START, "%s could not be started: %s", path,
+                    reason->message);
+        g_error_free(reason);
+        dga_bus_close(bus);
+        return NULL;
+    }
+    OrvaneDga* dga = g_new0(OrvaneDga, 1);
+    dga->pid = pid;
+    dga->pid_fd = (int)syscall(SYS_pidfd_open, pid, 0);
+    dga->bus = bus;
+    dga->port = dga_port_new();
+    g_mutex_init(&dga->lock);
+    dga->state = ORVANE_DGA_STATE_RUNNING;
+    return dga;
+}
+
+void orvane_dga_free(OrvaneDga* dga) {
+    if (dga == NULL) {
+        return;
+    }
+    orvane_dga_state(dga, NULL); /* collects a child that has ended */
+    dga_port_free(dga->port);
+    dga_bus_close(dga->bus);
+    if (dga->pid_fd >= 0) {
+        close(dga->pid_fd);
+    }
+    g_mutex_clear(&dga->lock);
+    g_free(dga);
+}
+
+GPid orvane_dga_pid(const OrvaneDga* dga) {
+    g_return_val_if_fail(dga != NULL, 0);
+    return dga->pid;
+}
+
+OrvaneDgaState orvane_dga_state(OrvaneDga* dga, int* code) {
+    g_return_val_if_fail(dga != NULL, ORVANE_DGA_STATE_UNKNOWN);
+    g_mutex_lock(&dga->lock);
+    if (dga->state == ORVANE_DGA_STATE_RUNNING) {
+        int status = 0;
+        pid_t ended;
+        do {
+            ended = waitpid(dga->pid, &status, WNOHANG);
+        } while (ended < 0 && errno == EINTR);
+        if (ended < 0) {
+            dga->state = ORVANE_DGA_STATE_UNKNOWN;
+        } else if (ended > 0 && WIFEXITED(status)) {
+            dga->state = ORVANE_DGA_STATE_EXITED;
+            dga->code = WEXITSTATUS(status);
+        } else if (ended > 0 && WIFSIGNALED(status)) {
+            dga->state = ORVANE_DGA_STATE_KILLED;
+            dga->code = WTERMSIG(status);
+        }
+    }
+    const OrvaneDgaState state = dga->state;
+    if (code != NULL) {
+        *code = dga->code;
+    }
+    g_mutex_unlock(&dga->lock);
+    return state;
+}
+
+gboolean orvane_dga_is_alive(OrvaneDga* dga) {
+    return orvane_dga_state(dga, NULL) == ORVANE_DGA_STATE_RUNNING;
+}
+
+/* Sleeps until the assistant ends, `wake_fd` becomes readable or the deadline comes; may return early.
+ * FALSE when the deadline had come already. */
+static gboolean wait_for_news(const OrvaneDga* dga, int wake_fd, int longest_ms, gint64 deadline) {
+    const gint64 left_us = deadline - g_get_monotonic_time();
+    if (left_us <= 0) {
+        return FALSE;
+    }
+    struct pollfd waiting[2] = {{.fd = dga->pid_fd, .events = POLLIN}, {.fd = wake_fd, .events = POLLIN}};
+    const gint64 longest = dga->pid_fd >= 0 ? longest_ms : LOOK_INTERVAL_MS;
+    poll(waiting, G_N_ELEMENTS(waiting), (int)MIN((left_us + 999) / 1000, longest));
+    return TRUE;
+}
+
+static gint64 deadline_after(guint timeout_ms) {
+    return g_get_monotonic_time() + (gint64)timeout_ms * 1000;
+}
+
+gboolean orvane_dga_wait_ready(OrvaneDga* dga, guint timeout_ms, GError** error) {
+    g_return_val_if_fail(dga != NULL, FALSE);
+    const gint64 deadline = deadline_after(timeout_ms);
+    for (;;) {
+        GError* bus_error = NULL;
+        const gboolean alive = orvane_dga_is_alive(dga);
+        if (dga_bus_is_ready(dga->bus, dga->pid, &bus_error)) {
+            dga_bus_stop_collecting(dga->bus);
+            return TRUE;
+        }
+        if (bus_error != NULL) {
+            g_propagate_error(error, bus_error);
+            return FALSE;
+        }
+        if (!alive) {
+            g_set_error_literal(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_ENDED,
+                                "the assistant ended before it was ready");
+            return FALSE;
+        }
+        /* The lost bus wakes nobody; look for it now and then. */
+        if (!wait_for_news(dga, dga_bus_wake_fd(dga->bus), 500, deadline)) {
+            g_set_error(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_TIMEOUT,
+                        "the assistant was not ready within %u ms", timeout_ms);
+            return FALSE;
+        }
+        dga_bus_clear_wake(dga->bus);
+    }
+}
+
+gboolean orvane_dga_wait_exit(OrvaneDga* dga, guint timeout_ms, GError** error) {
+    g_return_val_if_fail(dga != NULL, FALSE);
+    const gint64 deadline = deadline_after(timeout_ms);
+    while (orvane_dga_is_alive(dga)) {
+        if (!wait_for_news(dga, -1, G_MAXINT, deadline)) {
+            g_set_error(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_TIMEOUT,
+                        "the assistant did not end within %u ms", timeout_ms);
+            return FALSE;
+        }
+    }
+    return TRUE;
+}
+
+gboolean orvane_dga_send_parameters(OrvaneDga* dga, const char* json, GError** error) {
+    g_return_val_if_fail(dga != NULL && json != NULL, FALSE);
+    return dga_bus_post(dga->bus, "ORVANE_DGA_PASSING_JSON_DATA", dga->pid, json, error);
+}
+
+gboolean orvane_dga_heartbeat(OrvaneDga* dga, GError** error) {
+    g_return_val_if_fail(dga != NULL, FALSE);
+    return dga_bus_post(dga->bus, "ORVANE_DGA_KEEP_ALIVE", dga->pid, NULL, error);
+}
+
+gboolean orvane_dga_request_report(OrvaneDga* dga, GError** error) {
+    g_return_val_if_fail(dga != NULL, FALSE);
+    return dga_bus_post(dga->bus, "ORVANE_DGA_GENERATE_REPORT", dga->pid, NULL, error);
+}
+
+gboolean orvane_dga_report_and_exit(OrvaneDga* dga, const char* json, GError** error) {
+    g_return_val_if_fail(dga != NULL, FALSE);
+    return dga_bus_post(dga->bus, "ORVANE_DGA_GENERATE_REPORT_AND_EXIT", dga->pid, json, error);
+}
+
+gboolean orvane_dga_quit(OrvaneDga* dga, GError** error) {
+    g_return_val_if_fail(dga != NULL, FALSE);
+    return dga_bus_post(dga->bus, "ORVANE_DGA_APP_EXIT", dga->pid, NULL, error);
+}
+
+static gboolean still_alive(void* dga) {
+    return orvane_dga_is_alive(dga);
+}
+
+gboolean orvane_dga_send_meeting_data(OrvaneDga* dga, const char* json, GError** error) {
+    g_return_val_if_fail(dga != NULL && json != NULL, FALSE);
+    return dga_port_send(dga->port, dga->pid, json, still_alive, dga, error);
+}
+
+void orvane_dga_set_port_timeout(OrvaneDga* dga, guint timeout_ms) {
+    g_return_if_fail(dga != NULL);
+    dga_port_set_timeout(dga->port, timeout_ms);
+}

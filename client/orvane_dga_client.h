@@ -1,0 +1,181 @@
+/**
+ * @file
+ * The meeting client's side of the troubleshooting assistant: starts the assistant, tells it what it has
+ * to know and learns how it ended.
+ *
+ * A client's life with it:
+ *
+ *     GError* error = NULL;
+ *     OrvaneDga* dga = orvane_dga_start("/opt/orvane/bin/orvanedga", &error);
+ *     if (dga != NULL && orvane_dga_wait_ready(dga, 10000, &error)) {
+ *         orvane_dga_send_parameters(dga, "{\"processID\":4711, ...}", &error);
+ *         ...every few seconds: orvane_dga_heartbeat(dga, &error);
+ *         ...when the meeting's state changes: orvane_dga_send_meeting_data(dga, json, &error);
+ *         orvane_dga_quit(dga, &error);
+ *     }
+ *     orvane_dga_free(dga);
+ *
+ * Two ways lead to the assistant. Notifications (parameters, heartbeat, report, quit) are signals on the
+ * session bus; meeting data goes over the assistant's own local socket, the message port. Neither is
+ * answered. Without a session bus the assistant is started and takes meeting data, while
+ * orvane_dga_wait_ready() and all notifications fail with ORVANE_DGA_ERROR_BUS.
+ *
+ * Main loops: the library needs none and touches none of the caller's; it may be used beside a running
+ * one. It has a bus connection of its own, so that the loss of the bus never ends the caller.
+ *
+ * Threads: orvane_dga_start() and all calls on an object may be made from any thread, also several at a
+ * time, with two exceptions: orvane_dga_wait_ready() is for one thread at a time, and orvane_dga_free()
+ * must be the last call, after every other one has returned. Messages that one thread sends arrive in
+ * their order, notifications among themselves and meeting data among itself; between the two kinds, and
+ * between threads, there is no order. The state, alive and pid calls never wait. Notifications wait
+ * until the bus connection has taken them; meeting data and the two wait calls say below how long.
+ *
+ * Signals: no call raises SIGPIPE; GIO, once it is used, ignores it for the whole process. The caller must
+ * not ignore SIGCHLD nor collect the assistant with wait() or waitpid(-1): the exit status would be lost
+ * (ORVANE_DGA_STATE_UNKNOWN).
+ *
+ * Errors: every call that can fail takes a GError**, which may be NULL, and fails with a code of the
+ * domain ORVANE_DGA_ERROR and a message in English that names what failed and why.
+ */
+#ifndef ORVANE_DGA_CLIENT_H
+#define ORVANE_DGA_CLIENT_H
+
+#include <glib.h>
+
+G_BEGIN_DECLS
+
+/** A started assistant. */
+typedef struct OrvaneDga OrvaneDga;
+
+/** The error domain of this library. */
+#define ORVANE_DGA_ERROR (orvane_dga_error_quark())
+GQuark orvane_dga_error_quark(void);
+
+typedef enum {
+    ORVANE_DGA_ERROR_START,    /**< The assistant's program could not be started. */
+    ORVANE_DGA_ERROR_BUS,      /**< There is no session bus, or the connection to it was lost. */
+    ORVANE_DGA_ERROR_TIMEOUT,  /**< What was waited for did not happen in time. */
+    ORVANE_DGA_ERROR_ENDED,    /**< The assistant has ended. */
+    ORVANE_DGA_ERROR_PORT,     /**< The message port could not be reached or was closed. */
+    ORVANE_DGA_ERROR_TOO_LONG, /**< The message is longer than ORVANE_DGA_MESSAGE_MAX. */
+    ORVANE_DGA_ERROR_TEXT      /**< The text is not UTF-8. */
+} OrvaneDgaError;
+
+/** The most bytes that one meeting-data message may have. */
+#define ORVANE_DGA_MESSAGE_MAX (1024 * 1024)
+
+typedef enum {
+    ORVANE_DGA_STATE_RUNNING, /**< It lives. */
+    ORVANE_DGA_STATE_EXITED,  /**< It has exited with a status. */
+    ORVANE_DGA_STATE_KILLED,  /**< A signal has ended it. */
+    ORVANE_DGA_STATE_UNKNOWN  /**< It has ended, but somebody else has taken its status. */
+} OrvaneDgaState;
+
+/**
+ * Starts the assistant as a child of the calling process, without arguments and with the caller's
+ * environment, standard output and standard error.
+ *
+ * XDG_RUNTIME_DIR and DBUS_SESSION_BUS_ADDRESS are read here and not again.
+ *
+ * @param path the assistant's program, absolute or relative to the working folder; not searched in PATH.
+ * @return the started assistant, to be given to orvane_dga_free(), or NULL with ORVANE_DGA_ERROR_START.
+ */
+OrvaneDga* orvane_dga_start(const char* path, GError** error);
+
+/**
+ * Forgets the assistant and frees everything. NULL is allowed.
+ *
+ * The assistant is neither told nor ended: it is meant to outlive a client. If it still runs and the
+ * caller stays alive, it remains as a zombie once it has ended, until the caller ends; a caller that
+ * minds calls orvane_dga_quit() and orvane_dga_wait_exit() first.
+ */
+void orvane_dga_free(OrvaneDga* dga);
+
+/** The assistant's process id, also after its end. */
+GPid orvane_dga_pid(const OrvaneDga* dga);
+
+/**
+ * Waits until the assistant has said that it listens; notifications sent earlier are lost.
+ *
+ * Returns at once when it has said so before, even before this call. May be repeated after a timeout.
+ *
+ * @param timeout_ms how long to wait at most; 0 only looks.
+ * @return TRUE when ready. FALSE with ORVANE_DGA_ERROR_TIMEOUT; with ORVANE_DGA_ERROR_ENDED as soon as
+ *     the assistant has ended instead; with ORVANE_DGA_ERROR_BUS, at once, when there is no session bus.
+ */
+gboolean orvane_dga_wait_ready(OrvaneDga* dga, guint timeout_ms, GError** error);
+
+/**
+ * Sends the session parameters. May be repeated; each message replaces the values before.
+ *
+ * @param json a JSON object in UTF-8. It is passed on as it is and not checked for being JSON.
+ * @return TRUE when the bus has taken it. FALSE with ORVANE_DGA_ERROR_BUS or ORVANE_DGA_ERROR_TEXT.
+ */
+gboolean orvane_dga_send_parameters(OrvaneDga* dga, const char* json, GError** error);
+
+/**
+ * Tells the assistant that the client works. After 180 seconds without it, the assistant takes a client
+ * that still runs for frozen.
+ * @return TRUE when the bus has taken it. FALSE with ORVANE_DGA_ERROR_BUS.
+ */
+gboolean orvane_dga_heartbeat(OrvaneDga* dga, GError** error);
+
+/**
+ * Asks the assistant to show its problem report window.
+ * @return TRUE when the bus has taken it. FALSE with ORVANE_DGA_ERROR_BUS.
+ */
+gboolean orvane_dga_request_report(OrvaneDga* dga, GError** error);
+
+/**
+ * Asks the assistant to show its problem report window and to end once it is closed.
+ * @param json the session parameters, as for orvane_dga_send_parameters(), or NULL to leave them.
+ * @return TRUE when the bus has taken it. FALSE with ORVANE_DGA_ERROR_BUS or ORVANE_DGA_ERROR_TEXT.
+ */
+gboolean orvane_dga_report_and_exit(OrvaneDga* dga, const char* json, GError** error);
+
+/**
+ * Says goodbye: the client ends as planned. A client that vanishes without it counts as crashed. The
+ * caller may end, even be killed, as soon as this has returned.
+ * @return TRUE when the bus has taken it. FALSE with ORVANE_DGA_ERROR_BUS.
+ */
+gboolean orvane_dga_quit(OrvaneDga* dga, GError** error);
+
+/**
+ * Sends one meeting-data message over the message port.
+ *
+ * The first call connects and, because the assistant opens its port shortly after it is ready, tries
+ * until that works or the port timeout is over. Each call writes the whole message and waits as long as
+ * the assistant keeps reading; when it reads nothing for the port timeout, the call fails.
+ *
+ * Failures with ORVANE_DGA_ERROR_PORT are final: the connection is gone, a part of the message may have
+ * arrived, and every later call fails at once with the same error. Only a message that is too long or
+ * not UTF-8 leaves the connection as it was.
+ *
+ * @param json a JSON object in UTF-8 of at most ORVANE_DGA_MESSAGE_MAX bytes. Not checked for being JSON.
+ * @return TRUE when the whole message was handed over. FALSE with ORVANE_DGA_ERROR_PORT,
+ *     ORVANE_DGA_ERROR_TOO_LONG or ORVANE_DGA_ERROR_TEXT.
+ */
+gboolean orvane_dga_send_meeting_data(OrvaneDga* dga, const char* json, GError** error);
+
+/** Sets the port timeout of orvane_dga_send_meeting_data(): 5000 milliseconds unless set. */
+void orvane_dga_set_port_timeout(OrvaneDga* dga, guint timeout_ms);
+
+/**
+ * Whether and how the assistant has ended.
+ * @param code receives the exit status (EXITED), the signal's number (KILLED) or 0. May be NULL.
+ */
+OrvaneDgaState orvane_dga_state(OrvaneDga* dga, int* code);
+
+/** Whether the assistant's process still runs. */
+gboolean orvane_dga_is_alive(OrvaneDga* dga);
+
+/**
+ * Waits until the assistant has ended.
+ * @param timeout_ms how long to wait at most; 0 only looks.
+ * @return TRUE when it has ended: orvane_dga_state() tells how. FALSE with ORVANE_DGA_ERROR_TIMEOUT.
+ */
+gboolean orvane_dga_wait_exit(OrvaneDga* dga, guint timeout_ms, GError** error);
+
+G_END_DECLS
+
+#endif /* ORVANE_DGA_CLIENT_H */

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <chrono>
+#include <stdexcept>
+#include <string>
+
+namespace clientsim {
+
+struct Options {
+    bool help = false;
+    bool version = false;
+    bool show = false;
+    bool keep = false;
+    bool quiet = false;
+    double speed = 1;
+    std::chrono::milliseconds timeout{10000};
+    std::string assistant;  ///< a path
+    std::string traceOut;   ///< empty: no copy
+    std::string scenario;   ///< as given: a path or a bare name
+};
+
+/// A command line that cannot be used; what() says why.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Reads the command line. Throws UsageError.
+Options parseOptions(int argc, char** argv);
+
+/// The scenario's file: the given path if there is such a file, else, for a bare name with or without
+/// ".json", the file among the installed scenarios; the path as given if there is none either.
+std::string findScenario(const std::string& given, const std::string& installedFolder);
+
+/// The folder of the running program.
+std::string programFolder();
+
+const char* usageText();
+const char* helpText();
+const char* versionText();
+
+}  // namespace clientsim
