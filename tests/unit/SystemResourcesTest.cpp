@@ -122,9 +122,9 @@ TEST_F(ProcTree, ListingRatesTheRecentPast) {
     const std::string heading = "PID %CPU RSS COMM\n";
     const std::string kilobytes = std::to_string(3 * sysconf(_SC_PAGESIZE) / 1024);
     add({.pid = 10, .ticks = 1000});
-    add({.pid = 20, .ticks = 4000, .startTicks = 5000, .residentPages = 3});
+    add({.pid = 20, .ticks = 80, .startTicks = 9900, .residentPages = 3});
     EXPECT_EQ(read("100.00"), heading + "20 80.0 " + kilobytes + " /bin/task\n10 10.0 0 /bin/task\n")
-        << "over the lives of 50 s and 100 s";
+        << "over the lives of 1 s and 100 s";
 
     add({.pid = 10, .ticks = 1000 + 1250});
     add({.pid = 20, .ticks = 100, .startTicks = 10000});
@@ -366,6 +366,7 @@ TEST_F(ResourceTrace, SamplesCountOnlyWithProcesses) {
     DGASystemResourceCheckingManager sampler([&listing] { return listing; });
     sampler.startChecking();
     sampler.writeIntoCSV();
+    sampler.startChecking();
     const auto first = newRecords();
     ASSERT_EQ(first.size(), 14U);
     // The machine may have been idle since the reading before; its memory is never unused.
