@@ -1,3 +1,6 @@
+// Meeting-data messages a second, from a message's text to its line in the log and its records in the trace
+// file, beside the JSON library alone. Run through scripts/isolated: it writes to /tmp/orvdga and
+// /tmp/orvtrace.
 #include <benchmark/benchmark.h>
 
 #include <nlohmann/json.hpp>
@@ -7,9 +10,6 @@
 #include "DGAMeetingData/DGAMeetingDataManager.h"
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
-
-// Meeting-data messages a second, from a message's text to its records in the trace file and its line in
-// the log. Best in a /tmp of its own that lies in memory.
 
 namespace {
 
@@ -33,7 +33,7 @@ void startLog() {
 // The peer: what the JSON library alone needs for the same text.
 void parseAlone(benchmark::State& state) {
     const std::string text = message(0);
-    for (auto run : state)
+    for (auto _ : state)
         benchmark::DoNotOptimize(nlohmann::json::parse(text));
     state.SetItemsProcessed(state.iterations());
     state.counters["bytes"] = static_cast<double>(text.size());
@@ -46,7 +46,7 @@ void parseJson(benchmark::State& state) {
     const std::string texts[] = {message(0), message(1)};
     DGAMeetingDataManager manager;
     int64_t number = 0;
-    for (auto run : state)
+    for (auto _ : state)
         manager.parseJson(texts[++number / state.range(0) % 2]);
     state.SetItemsProcessed(state.iterations());
 }
@@ -59,7 +59,7 @@ void parseJsonAndWrite(benchmark::State& state) {
     const std::string texts[] = {message(0), message(1)};
     DGAMeetingDataManager manager;
     int64_t number = 0;
-    for (auto run : state) {
+    for (auto _ : state) {
         for (int i = 0; i < kBatch; ++i)
             manager.parseJson(texts[++number / state.range(0) % 2]);
         DGACSVFileTool::traceQueue().sync([] {});

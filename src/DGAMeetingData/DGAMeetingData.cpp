@@ -1,7 +1,5 @@
 #include "DGAMeetingData/DGAMeetingData.h"
 
-#include <utility>
-
 #include "DGAMeetingData/DGACSVFileTool.h"
 
 namespace {
@@ -11,12 +9,12 @@ constexpr int64_t kInteraction = 6;
 
 }  // namespace
 
-void DGAMeetingData::saveMeetingData(Values values) {
-    auto& [moduleType, levelType, interactionType, basicInfo, dwID, desc, dwValue, lpszReserved, dwReserved,
-           timestamp, threadID] = values;
-    DGACSVFileTool::saveDGATraceWithModuleType(
-        moduleType, levelType, interactionType, std::move(basicInfo), static_cast<float>(dwID),
-        std::move(desc), dwValue, std::move(lpszReserved), dwReserved, std::move(timestamp), threadID);
+void DGAMeetingData::saveMeetingData(const Values& values) {
+    const auto& [moduleType, levelType, interactionType, basicInfo, dwID, desc, dwValue, lpszReserved,
+                 dwReserved, timestamp, threadID] = values;
+    DGACSVFileTool::saveDGATraceWithModuleType(moduleType, levelType, interactionType, basicInfo,
+                                               static_cast<float>(dwID), desc, dwValue, lpszReserved,
+                                               dwReserved, timestamp, threadID);
 }
 
 void DGAMeetingData::saveData() {

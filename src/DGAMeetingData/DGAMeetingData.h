@@ -39,7 +39,7 @@ public:
     bool ifChanged() const { return ifChanged_; }
 
     /// Appends one record to the trace.
-    static void saveMeetingData(Values values);
+    static void saveMeetingData(const Values& values);
 
     /// Writes the records of a changed object and clears ifChanged; here it only clears.
     virtual void saveData();
