@@ -1,6 +1,11 @@
 #include "DGAMonitor/AppDelegate.h"
 
+#include <cstdlib>
+
+#include "DGAMeetingData/DGACSVFileTool.h"
+#include "DGAMeetingData/DGAMeetingDataRecordTool.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
+#include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
 
 void AppDelegate::applicationDidFinishLaunching() {
@@ -8,4 +13,11 @@ void AppDelegate::applicationDidFinishLaunching() {
         {.subPath = "dga", .fileNamePrefix = "orvtra_dga_", .maxFileNum = 30});
     ORVN_LOG_METHOD();
     DGAMonitorToolManager::shareManager().startMonitoring();
+}
+
+void AppDelegate::applicationWillTerminate() {
+    ORVN_LOG_METHOD();
+    DGAMeetingDataRecordTool::shareDataRecordTool().stopRecord();
+    DGACSVFileTool::traceQueue().sync([] {});
+    std::quick_exit(EXIT_SUCCESS);
 }

@@ -1,7 +1,13 @@
 #include "DGAMonitor/DGADealNotifTargetTool.h"
 
+#include <chrono>
+#include <utility>
+
 #include "DGAMeetingData/DGACSVFileTool.h"
+#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "platform/DistributedNotificationCenter.h"
+#include "platform/RunLoop.h"
 #include "support/ORVNLogger.h"
 
 namespace {
@@ -10,15 +16,24 @@ constexpr int kClientQuitModule = 40;
 
 }  // namespace
 
-DGADealNotifTargetTool::DGADealNotifTargetTool() = default;
+DGADealNotifTargetTool::DGADealNotifTargetTool(DGAHeartBeatCheckTool::Parts watch,
+                                               std::shared_ptr<DGAReportGenerator> generator)
+    : checkTool_(std::move(watch)),
+      reportGenerator_(generator ? std::move(generator) : std::make_shared<DGAReportGenerator>()),
+      self_(this, [](DGADealNotifTargetTool*) {}) {
+    reportGenerator_->setDelegate(self_);
+}
+
 DGADealNotifTargetTool::~DGADealNotifTargetTool() = default;
 
 void DGADealNotifTargetTool::dealHeartBeatFromClient(const platform::Notification& /*notification*/) {
     ORVN_LOG_METHOD();
+    checkTool_.reloadCheck();
 }
 
 void DGADealNotifTargetTool::dealGenerateReportFromClient(const platform::Notification& /*notification*/) {
     ORVN_LOG_METHOD();
+    checkTool_.judgeIfShowReportWindow();
 }
 
 void DGADealNotifTargetTool::showReportWindow() {
@@ -30,7 +45,18 @@ void DGADealNotifTargetTool::dealNormalQuitFromClient(const platform::Notificati
     if (quitSeen_)
         return;
     quitSeen_ = true;
+    DGAMonitorToolManager& record = DGAMonitorToolManager::shareManager();
+    record.clientHasQuit = true;
     ORVN_LOG_METHOD();
     DGACSVFileTool::saveDGATraceWithModuleType(kClientQuitModule, 1, 1, "client quit", 0.0F, std::nullopt, 0,
                                                std::nullopt, 0, std::nullopt, 0);
+    reportGenerator_->startOnceGenerateReportIfScreenShot(false, true, false, record.serviceType,
+                                                          [&record] { record.readyToQuit = true; });
+    platform::performOnMainAfter(std::chrono::milliseconds(500),
+                                 [] { DGAUtilities::dga_bringingAllWindowFront(); });
+}
+
+void DGADealNotifTargetTool::reportFileGeneratedAt(const std::string& /*path*/) {
+    ORVN_LOG_METHOD();
+    DGAMonitorToolManager::shareManager().readyToQuit = true;
 }

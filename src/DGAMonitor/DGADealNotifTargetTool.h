@@ -1,14 +1,21 @@
 #pragma once
 
+#include <memory>
+
+#include "DGAMonitor/DGAHeartBeatCheckTool.h"
+#include "DGAMonitor/DGAReportGenerator.h"
+
 namespace platform {
 struct Notification;
 }
 
 /// Answers the client's heartbeat, report and quit notifications. Main thread.
-class DGADealNotifTargetTool {
+class DGADealNotifTargetTool final : public DGAReportGeneratorDelegate {
 public:
-    DGADealNotifTargetTool();
-    ~DGADealNotifTargetTool();
+    /// Starts the watch. The parts have stand-ins only in tests; a null generator means one of its own.
+    explicit DGADealNotifTargetTool(DGAHeartBeatCheckTool::Parts watch = {},
+                                    std::shared_ptr<DGAReportGenerator> generator = nullptr);
+    ~DGADealNotifTargetTool() override;
     DGADealNotifTargetTool(const DGADealNotifTargetTool&) = delete;
     DGADealNotifTargetTool& operator=(const DGADealNotifTargetTool&) = delete;
 
@@ -24,6 +31,12 @@ public:
     /// ORVANE_DGA_APP_EXIT; only the first one of the process counts.
     void dealNormalQuitFromClient(const platform::Notification& notification);
 
+    void reportFileGeneratedAt(const std::string& path) override;
+
 private:
     bool quitSeen_ = false;
+    DGAHeartBeatCheckTool checkTool_;
+    std::shared_ptr<DGAReportGenerator> reportGenerator_;
+    // What the generator holds weakly; it ends with this object.
+    std::shared_ptr<DGADealNotifTargetTool> self_;
 };

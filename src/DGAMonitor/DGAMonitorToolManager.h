@@ -11,6 +11,8 @@
 #include "platform/Guarded.h"
 
 class DGADealNotifTargetTool;
+class DGAProblemReportingWindowInterface;
+class DGAUploadWindowInterface;
 
 namespace platform {
 struct Notification;
@@ -86,9 +88,14 @@ public:
     platform::Guarded<std::shared_ptr<const nlohmann::json>> telemetryHttpHeaders;  ///< null if not sent
 
     // The state of the run.
-    std::atomic<bool> readyToQuit{false};  ///< nothing but visible windows keeps the assistant alive
-    std::atomic<bool> isFreeze{false};     ///< the client counts as frozen
-    std::atomic<bool> isUT{false};         ///< keeps the process alive at quit
+    std::atomic<bool> readyToQuit{false};    ///< nothing but visible windows keeps the assistant alive
+    std::atomic<bool> isFreeze{false};       ///< the client counts as frozen
+    std::atomic<bool> isUT{false};           ///< keeps the process alive at quit
+    std::atomic<bool> clientHasQuit{false};  ///< the client has said goodbye
+
+    // The windows, while they exist. Main thread only.
+    std::shared_ptr<DGAProblemReportingWindowInterface> rpWindowCtrl;
+    std::shared_ptr<DGAUploadWindowInterface> uploadWindowCtrl;
 
     const std::shared_ptr<DGADealNotifTargetTool>& targetTool() const { return targetTool_; }
 

@@ -10,6 +10,8 @@
 #include <cerrno>
 #include <cstring>
 #include <list>
+#include <mutex>
+#include <set>
 #include <utility>
 
 #include "platform/FrameReader.h"
@@ -75,6 +77,35 @@ bool isPeerOfUser(int connection) {
     socklen_t length = sizeof peer;
     return getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0 && peer.uid == geteuid();
 }
+
+// The paths of the sockets that this process has in the file system.
+class SocketPaths {
+public:
+    static SocketPaths& shared() {
+        static auto* const paths = new SocketPaths();
+        return *paths;
+    }
+
+    void add(const std::string& path) {
+        const std::lock_guard<std::mutex> hold(mutex_);
+        paths_.insert(path);
+    }
+
+    void forget(const std::string& path) {
+        const std::lock_guard<std::mutex> hold(mutex_);
+        paths_.erase(path);
+    }
+
+    void removeFiles() {
+        const std::lock_guard<std::mutex> hold(mutex_);
+        for (const auto& path : paths_)
+            unlink(path.c_str());
+    }
+
+private:
+    std::mutex mutex_;
+    std::set<std::string> paths_;
+};
 
 }  // namespace
 
@@ -244,6 +275,7 @@ struct MessagePort::State {
         if (listener >= 0) {
             close(listener);
             runtime.folder.remove(name);
+            SocketPaths::shared().forget(path);
         }
         listener = -1;
     }
@@ -267,6 +299,7 @@ std::unique_ptr<MessagePort> MessagePort::createLocal(const std::string& name, C
     state->path = state->runtime.path + "/" + name;
     state->callback = std::move(callback);
     state->listener = listener;
+    SocketPaths::shared().add(state->path);
     return std::unique_ptr<MessagePort>(new MessagePort(std::move(state)));
 }
 
@@ -281,6 +314,10 @@ void MessagePort::schedule(RunLoop& loop) {
 
 void MessagePort::invalidate() {
     state_->closeAll();
+}
+
+void MessagePort::removeSockets() {
+    SocketPaths::shared().removeFiles();
 }
 
 const std::string& MessagePort::path() const {

@@ -42,6 +42,10 @@ public:
     /// Closes all connections and removes the socket from the runtime folder.
     void invalidate();
 
+    /// Removes the sockets of all open ports from their runtime folders; the ports themselves stay as they
+    /// are. For the moment before the process ends without their destructors. Any thread.
+    static void removeSockets();
+
     /// The socket's full path, for people.
     const std::string& path() const;
 

@@ -227,4 +227,17 @@ bool PrivateFolder::remove(const std::string& name) const {
     return isEntryName(name) && fstat(handle_, &info) == 0 && removeEntry(handle_, name, info.st_dev);
 }
 
+bool removeAtPath(const std::string& path) {
+    const size_t slash = path.rfind('/');
+    if (path.empty() || path.front() != '/' || !isEntryName(path.substr(slash + 1)))
+        return false;
+    const int parent = ::open(slash == 0 ? "/" : path.substr(0, slash).c_str(), kFolderFlags);
+    if (parent < 0)
+        return errno == ENOENT;
+    struct stat info {};
+    const bool done = fstat(parent, &info) == 0 && removeEntry(parent, path.substr(slash + 1), info.st_dev);
+    close(parent);
+    return done;
+}
+
 }  // namespace platform

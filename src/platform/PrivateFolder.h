@@ -61,4 +61,9 @@ private:
     int handle_ = -1;
 };
 
+/// Removes what is at an absolute path, a folder with all it contains, under the rules of
+/// PrivateFolder::remove(). The folder that holds it must be a real one, not a link. True when nothing is
+/// left there.
+bool removeAtPath(const std::string& path);
+
 }  // namespace platform

@@ -7,6 +7,7 @@
 /// The folder of everything the assistant collects: trace folders, archives, temporary files.
 inline constexpr char kDGATempStorePath[] = "/tmp/orvdga";
 
+inline constexpr char kDGASPXFileName[] = "orvdga_system_profile.spx";
 inline constexpr char kOrvdgaTopicName[] = "orvdga_topic.txt";
 
 /// Service types that the client sends as "serviceType".
@@ -14,6 +15,12 @@ inline constexpr int kDGAServiceTypeHV = 1;
 inline constexpr int kDGAServiceTypeKT = 10;
 /// From this number on a service type is unknown and taken as the meeting service.
 inline constexpr int kDGAServiceTypeEnd = 12;
+
+/// Seconds: a client that is silent for longer is frozen, and one whose process id does not come is absent.
+inline constexpr double kDGAFrozeTimeInterval = 180.0;
+inline constexpr double kDGANoClientPIDTimeout = 30.0;
+/// How often the user is asked about a frozen client.
+inline constexpr int kDGAMaxFrozenPrompts = 2;
 
 /// Forms of a tracking id: one of the meeting service, and the one that DGAUtilities::createUUID makes.
 inline constexpr char kDGATrackIDPatternDocShow[] = "^[0-9A-Z]{32}_[0-9A-Z]{13}$";

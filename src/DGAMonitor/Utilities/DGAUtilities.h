@@ -57,6 +57,27 @@ public:
     static std::string dga_fetchBuildVersion();
     static std::string dga_fetchAppVersion();
 
+    // Quit and windows
+
+    /// Ends the process if the record says that it is ready and no window is visible.
+    static void dga_judgeIfNeedQuit();
+
+    /// Removes the system profile from the folder of reports.
+    static void dga_prepareToQuit();
+
+    /// Cleans up, removes the run's trace folder and ends the process with status 0, without static
+    /// destructors. Returns only while the record's `isUT` is set.
+    static void dga_quit();
+
+    /// Brings the visible windows of the assistant to the front, soon, on the main thread.
+    static void dga_bringingAllWindowFront();
+
+    /// 3 (floating) for the meeting service, else 0 (normal).
+    static int dga_fetchWindowLevel();
+
+    /// Removes what is at an absolute path, a folder with all it contains; links are never followed.
+    static void dga_removeFileAtPath(const std::string& path);
+
     // Files
 
     /// Writes the topic file: the meeting's name in base64, a line feed, and the current local time as

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <set>
+#include <vector>
+
+#include "DGAMonitor/DGAWindowInterfaces.h"
+
+/// The windows of the application as the core sees them: makes them through the installed factory and
+/// knows which are visible. Main thread, except where a method says otherwise.
+class DGAApplicationWindows {
+public:
+    /// The one instance. It lives as long as the process.
+    static DGAApplicationWindows& sharedWindows();
+
+    /// Null removes it. Without a factory no window is made.
+    void installFactory(std::shared_ptr<DGAWindowFactory> factory);
+
+    /// New hidden windows; null, with a line in the log, when there is no factory or it makes none.
+    std::shared_ptr<DGAFrozeWindowInterface> makeFrozeWindow(std::weak_ptr<DGAFrozeWindowDelegate> delegate);
+    std::shared_ptr<DGAProblemReportingWindowInterface> makeProblemReportingWindow();
+    std::shared_ptr<DGAUploadWindowInterface> makeUploadWindow();
+
+    /// Tells that a window, of whatever kind, has become visible or has ceased to be. `window` is only an
+    /// identity.
+    void setVisible(const void* window, bool visible);
+
+    /// Whether any window is visible. Any thread.
+    bool anyVisible() const { return visibleCount_ > 0; }
+
+    /// Brings those windows to the front that were made here and are visible.
+    void bringAllVisibleToFront();
+
+    DGAApplicationWindows(const DGAApplicationWindows&) = delete;
+    DGAApplicationWindows& operator=(const DGAApplicationWindows&) = delete;
+
+private:
+    DGAApplicationWindows() = default;
+    template <typename Window, typename Make>
+    std::shared_ptr<Window> make(const char* what, Make make);
+
+    std::shared_ptr<DGAWindowFactory> factory_;
+    std::vector<std::weak_ptr<DGAWindowInterface>> made_;
+    std::set<const void*> visible_;
+    std::atomic<size_t> visibleCount_{0};
+};

@@ -1,0 +1,339 @@
+#include "DGAMonitor/DGAHeartBeatCheckTool.h"
+
+#include <condition_variable>
+#include <optional>
+#include <utility>
+
+#include "DGAMonitor/Const/DGAConst.h"
+#include "DGAMonitor/DGAApplicationWindows.h"
+#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "platform/DGALoopThread.h"
+#include "platform/ProcessSignal.h"
+#include "platform/RunLoop.h"
+#include "support/ORVNLogger.h"
+
+namespace {
+
+constexpr double kTickSeconds = 2.0;
+constexpr double kPromptRecencySeconds = 11.0;
+
+DGAMonitorToolManager& record() {
+    return DGAMonitorToolManager::shareManager();
+}
+
+void logLine(int level, std::string_view text) {
+    ORVNLogger::sharedLogger().writeLine(kORVNLogModule, level, text);
+}
+
+}  // namespace
+
+// A call that the watch thread waits for on the main thread. stopCheck(), on the main thread, ends the
+// waiting: otherwise the two threads could wait for each other.
+struct DGAHeartBeatCheckTool::MainHop {
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool stopped = false;
+
+    void stop() {
+        const std::lock_guard<std::mutex> hold(mutex);
+        stopped = true;
+        changed.notify_all();
+    }
+};
+
+DGAHeartBeatCheckTool::DGAHeartBeatCheckTool() : DGAHeartBeatCheckTool(Parts()) {}
+
+DGAHeartBeatCheckTool::DGAHeartBeatCheckTool(Parts parts)
+    : parts_(std::move(parts)),
+      hop_(std::make_shared<MainHop>()),
+      self_(this, [](DGAHeartBeatCheckTool*) {}) {
+    if (!parts_.generator)
+        parts_.generator = std::make_shared<DGAReportGenerator>();
+    parts_.generator->setDelegate(self_);
+    if (!parts_.startThread)
+        return;
+    thread_ = std::make_unique<DGALoopThread>("heartbeat watch", [this] { doInitialize(); });
+    thread_->start();
+}
+
+DGAHeartBeatCheckTool::~DGAHeartBeatCheckTool() {
+    stopCheck();
+    self_.reset();
+}
+
+void DGAHeartBeatCheckTool::doInitialize() {
+    ORVN_LOG_METHOD();
+    auto& loop = platform::RunLoop::current();
+    {
+        const std::lock_guard<std::mutex> hold(lock_);
+        timer_ = std::make_shared<platform::Timer>(loop, parts_.tick, true, [this] { heartBeatCheck(); });
+    }
+    loop.run();
+    const std::lock_guard<std::mutex> hold(lock_);
+    timer_.reset();
+}
+
+void DGAHeartBeatCheckTool::stopCheck() {
+    ORVN_LOG_METHOD();
+    hop_->stop();
+    {
+        const std::lock_guard<std::mutex> hold(lock_);
+        timeInterval_ = 0.0;
+        if (timer_)
+            timer_->invalidate();
+        timer_.reset();
+    }
+    thread_.reset();
+}
+
+std::shared_ptr<platform::Timer> DGAHeartBeatCheckTool::timer() {
+    const std::lock_guard<std::mutex> hold(lock_);
+    return timer_;
+}
+
+bool DGAHeartBeatCheckTool::isSilentForAtMost(double seconds) {
+    const std::lock_guard<std::mutex> hold(lock_);
+    return timeInterval_ <= seconds;
+}
+
+void DGAHeartBeatCheckTool::performOnMainAndWait(const std::function<void()>& call) {
+    if (!parts_.startThread) {
+        platform::performOnMainAndWait(call);
+        return;
+    }
+    auto done = std::make_shared<bool>(false);
+    platform::performOnMain([hop = hop_, done, call] {
+        {
+            const std::lock_guard<std::mutex> hold(hop->mutex);
+            if (hop->stopped)
+                return;
+        }
+        call();
+        const std::lock_guard<std::mutex> hold(hop->mutex);
+        *done = true;
+        hop->changed.notify_all();
+    });
+    std::unique_lock<std::mutex> hold(hop_->mutex);
+    hop_->changed.wait(hold, [&] { return *done || hop_->stopped; });
+}
+
+void DGAHeartBeatCheckTool::heartBeatCheck() {
+    DGAWatchFacts facts;
+    facts.readyToQuit = record().readyToQuit;
+    if (!facts.readyToQuit) {
+        {
+            const std::lock_guard<std::mutex> hold(lock_);
+            timeInterval_ += kTickSeconds;
+            facts.silence = timeInterval_;
+        }
+        check(facts);
+    }
+    const DGAWatchVerdict verdict = dgaWatchVerdict(facts);
+    switch (verdict) {
+        case DGAWatchVerdict::judgeQuit:
+            DGAUtilities::dga_judgeIfNeedQuit();
+            break;
+        case DGAWatchVerdict::awaitClient:
+        case DGAWatchVerdict::noClient:
+            judgeIfReadyToQuit(verdict);
+            break;
+        default:
+            findProcess(verdict);
+            break;
+    }
+}
+
+void DGAHeartBeatCheckTool::check(DGAWatchFacts& facts) {
+    const auto monitoredPID = record().pID.get();
+    facts.clientKnown = monitoredPID && !monitoredPID->empty();
+    if (!facts.clientKnown)
+        return;
+    facts.promptsSoFar = frozenWindowShowingTimesFlag_;
+    facts.processFound = checkProcessWithArr(processInfo(), *monitoredPID);
+    // A goodbye that has come, but that the main thread has not read yet, counts.
+    if (!facts.processFound && !crashSeen_ && !record().clientHasQuit)
+        performOnMainAndWait([] {});
+    facts.clientHasQuit = record().clientHasQuit;
+}
+
+bool DGAHeartBeatCheckTool::checkProcessWithArr(const platform::RunningApplications& applications,
+                                                const std::string& monitoredPID) {
+    const auto found = applications.withProcessIdentifier(monitoredPID);
+    if (!found)
+        return false;
+    const std::lock_guard<std::mutex> hold(lock_);
+    if (watched_.text != monitoredPID || watched_.process.startTime == 0)
+        watched_ = {monitoredPID, *found};
+    // Another start time: the client is gone and its process id was given to somebody else.
+    return found->startTime == 0 || found->startTime == watched_.process.startTime;
+}
+
+void DGAHeartBeatCheckTool::findProcess(DGAWatchVerdict verdict) {
+    switch (verdict) {
+        case DGAWatchVerdict::crashed:
+            logLine(2, "checkProcessWithArr,no orvane client process (crash)");
+            if (!std::exchange(crashSeen_, true))
+                dealCrash();
+            break;
+        case DGAWatchVerdict::leftNormally:
+            logLine(2, "checkProcessWithArr,no orvane client process (quit)");
+            // Where there is a report to wait for, its end makes the assistant ready.
+            if (!DGAReportGenerator::hasReports(record().serviceType))
+                record().readyToQuit = true;
+            break;
+        case DGAWatchVerdict::askUser:
+            DGAUtilities::dga_recordCPUMemoryInfo();
+            performOnMainAndWait([this] { frozeAlert(); });
+            break;
+        default:
+            break;
+    }
+}
+
+void DGAHeartBeatCheckTool::dealCrash() {
+    const int64_t serviceType = record().serviceType;
+    DGAUtilities::dga_recordCPUMemoryInfo();
+    parts_.generator->startOnceGenerateReportIfScreenShot(false, true, true, serviceType, nullptr);
+    platform::performOnMain([self = std::weak_ptr(self_), serviceType] {
+        if (const auto tool = self.lock())
+            tool->judgeIfShowReportWindow();
+        // Nobody will tell of a report that is never made; from here on the window decides.
+        if (!DGAReportGenerator::hasReports(serviceType))
+            record().readyToQuit = true;
+    });
+    platform::performOnMainAfter(std::chrono::milliseconds(500),
+                                 [] { DGAUtilities::dga_bringingAllWindowFront(); });
+}
+
+void DGAHeartBeatCheckTool::judgeIfReadyToQuit(DGAWatchVerdict verdict) {
+    if (verdict == DGAWatchVerdict::awaitClient) {
+        logLine(2, "DGAHeartBeatCheckTool::check,monitoredPID == nil");
+        return;
+    }
+    logLine(2,
+            "DGAHeartBeatCheckTool::check,monitoredPID == nil , _timeInterval timeout "
+            "(kDGANoClientPIDTimeout).");
+    record().readyToQuit = true;
+}
+
+void DGAHeartBeatCheckTool::reloadCheck() {
+    ORVN_LOG_METHOD();
+    {
+        const std::lock_guard<std::mutex> hold(lock_);
+        timeInterval_ = 0.0;
+    }
+    judgeIfShouldHideFrozeWindowWhileReceiveHeartbeat();
+}
+
+void DGAHeartBeatCheckTool::judgeIfShouldHideFrozeWindowWhileReceiveHeartbeat() {
+    if (frozeWinCtrl_ && frozeWinCtrl_->isVisible())
+        closeFrozeWindow();
+}
+
+void DGAHeartBeatCheckTool::judgeIfShowReportWindow() {
+    ORVN_LOG_METHOD();
+    hideFrozeWindowWhileReceivedHeartbeat();
+}
+
+void DGAHeartBeatCheckTool::hideFrozeWindowWhileReceivedHeartbeat() {
+    if (frozeWinCtrl_ && isSilentForAtMost(kPromptRecencySeconds))
+        frozeWindowButtonDidClickWithIndex(-1);
+    else
+        showUploadWindowWhileExistAlready();
+}
+
+void DGAHeartBeatCheckTool::showUploadWindowWhileExistAlready() {
+    const auto window = record().uploadWindowCtrl;
+    if (!window || !window->isVisible()) {
+        showReportWindowWhileNoWindowVisible();
+        return;
+    }
+    window->bringToFront();
+    window->center();
+}
+
+void DGAHeartBeatCheckTool::showReportWindowWhileNoWindowVisible() {
+    auto& window = record().rpWindowCtrl;
+    if (!window)
+        window = DGAApplicationWindows::sharedWindows().makeProblemReportingWindow();
+    if (window)
+        window->showPRWindow();
+}
+
+void DGAHeartBeatCheckTool::frozeAlert() {
+    ORVN_LOG_METHOD();
+    const auto watchTimer = timer();
+    if (watchTimer)
+        watchTimer->pause();
+    if (frozeWinCtrl_)
+        return;
+    ++frozenWindowShowingTimesFlag_;
+    frozeWinCtrl_ = DGAApplicationWindows::sharedWindows().makeFrozeWindow(self_);
+    if (!frozeWinCtrl_) {
+        // Nobody will ever answer.
+        if (watchTimer)
+            watchTimer->fireAfter(parts_.tick);
+        return;
+    }
+    frozeWinCtrl_->setLevel(DGAUtilities::dga_fetchWindowLevel());
+    frozeWinCtrl_->center();
+    frozeWinCtrl_->show();
+}
+
+void DGAHeartBeatCheckTool::frozeWindowButtonDidClickWithIndex(int index) {
+    ORVNLogger::sharedLogger().log(
+        kORVNLogModule, 2,
+        "DGAHeartBeatCheckTool::frozeWindowButtonDidClickWithIndex,which frozenWindow btn is clicked: {}",
+        index);
+    if (index == -1) {
+        showUploadWindowWhileExistAlready();
+    } else if (index == 0) {
+        record().isFreeze = true;
+        record().readyToQuit = true;
+        generateReportWindow();
+        record().isFreeze = false;
+    } else if (index == 1) {
+        record().readyToQuit = false;
+        const std::lock_guard<std::mutex> hold(lock_);
+        timeInterval_ = 0.0;
+    }
+    closeFrozeWindow();
+}
+
+// The watch goes on at once.
+void DGAHeartBeatCheckTool::closeFrozeWindow() {
+    if (const auto window = std::move(frozeWinCtrl_)) {
+        window->close();
+        // Released later: this may be running inside one of the window's own handlers.
+        platform::performOnMain([window] {});
+    }
+    if (const auto watchTimer = timer())
+        watchTimer->fireNow();
+}
+
+void DGAHeartBeatCheckTool::generateReportWindow() {
+    ORVN_LOG_METHOD();
+    killWatchedProcess();
+    judgeIfShowReportWindow();
+}
+
+// Only the process that was watched, whatever its process id names by now.
+void DGAHeartBeatCheckTool::killWatchedProcess() {
+    const auto text = record().pID.get();
+    const auto found = text ? processInfo().withProcessIdentifier(*text) : std::nullopt;
+    bool isWatched = false;
+    if (found && found->startTime != 0) {
+        const std::lock_guard<std::mutex> hold(lock_);
+        isWatched = watched_.text == *text && watched_.process.startTime == found->startTime;
+    }
+    if (!isWatched)
+        logLine(8, "the client is not ended: its process id does not name the watched process");
+    else if (!platform::killProcess(found->processIdentifier))
+        logLine(8, "the client could not be ended");
+}
+
+void DGAHeartBeatCheckTool::reportFileGeneratedAt(const std::string& /*path*/) {
+    ORVN_LOG_METHOD();
+    record().readyToQuit = true;
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace platform {
+
+/// One process of the user. A process id is used again after its process has gone; together with the
+/// start time (clock ticks since boot) it names one process for good.
+struct RunningApplication {
+    pid_t processIdentifier = 0;
+    /// 0 where the process table could not be read although the process is there.
+    uint64_t startTime = 0;
+};
+
+/// The user's own running processes, as the process table has them at the moment of asking. A process that
+/// has ended counts as gone, also while its parent has not collected it yet. Any thread.
+class RunningApplications {
+public:
+    RunningApplications() = default;
+    explicit RunningApplications(std::string processRoot) : root_(std::move(processRoot)) {}
+
+    /// The process whose id in decimal is this text, to the letter; none if the user runs no such process.
+    /// The cost is that of one process, however many there are.
+    std::optional<RunningApplication> withProcessIdentifier(const std::string& text) const;
+
+private:
+    bool isOwnedByUser(const std::string& folder) const;
+    std::string root_ = "/proc";
+};
+
+/// Reads a process's state letter and start time out of the text of its "stat" file. The name of a program,
+/// which stands in parentheses, may itself hold blanks and parentheses.
+struct ProcessStat {
+    char state = '?';
+    uint64_t startTime = 0;
+
+    static std::optional<ProcessStat> parse(const std::string& text);
+};
+
+}  // namespace platform

@@ -1,0 +1,463 @@
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "DGAMonitor/DGAApplicationWindows.h"
+#include "DGAMonitor/DGADealNotifTargetTool.h"
+#include "DGAMonitor/DGAHeartBeatCheckTool.h"
+#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/DGAWatchVerdict.h"
+#include "platform/DistributedNotificationCenter.h"
+#include "platform/RunLoop.h"
+#include "platform/RunningApplications.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using platform::RunLoop;
+
+DGAMonitorToolManager& record() {
+    return DGAMonitorToolManager::shareManager();
+}
+
+template <typename Interface>
+class FakeWindow : public Interface {
+public:
+    ~FakeWindow() override { setVisible(false); }
+    bool isVisible() const override { return visible; }
+    void bringToFront() override { ++broughtToFront; }
+    void center() override { ++centred; }
+    void close() override { setVisible(false); }
+
+    void setVisible(bool isVisible) {
+        visible = isVisible;
+        DGAApplicationWindows::sharedWindows().setVisible(this, isVisible);
+    }
+
+    bool visible = false;
+    int broughtToFront = 0;
+    int centred = 0;
+};
+
+struct FakePrompt final : FakeWindow<DGAFrozeWindowInterface> {
+    void setLevel(int newLevel) override { level = newLevel; }
+    void show() override { setVisible(true); }
+    std::weak_ptr<DGAFrozeWindowDelegate> delegate;
+    int level = -1;
+};
+
+struct FakeReportWindow final : FakeWindow<DGAProblemReportingWindowInterface> {
+    void showPRWindow() override {
+        ++shown;
+        clientWasFrozen = record().isFreeze;
+        setVisible(true);
+    }
+    int shown = 0;
+    bool clientWasFrozen = false;
+};
+
+using FakeUploadWindow = FakeWindow<DGAUploadWindowInterface>;
+
+class FakeFactory final : public DGAWindowFactory {
+public:
+    std::shared_ptr<DGAFrozeWindowInterface> makeFrozeWindow(
+        std::weak_ptr<DGAFrozeWindowDelegate> delegate) override {
+        ++prompts;
+        prompt = std::make_shared<FakePrompt>();
+        prompt->delegate = std::move(delegate);
+        return prompt;
+    }
+    std::shared_ptr<DGAProblemReportingWindowInterface> makeProblemReportingWindow() override {
+        return report = std::make_shared<FakeReportWindow>();
+    }
+    std::shared_ptr<DGAUploadWindowInterface> makeUploadWindow() override {
+        return std::make_shared<FakeUploadWindow>();
+    }
+
+    int prompts = 0;
+    std::shared_ptr<FakePrompt> prompt;
+    std::shared_ptr<FakeReportWindow> report;
+};
+
+class RecordingGenerator final : public DGAReportGenerator {
+public:
+    void startOnceGenerateReportIfScreenShot(bool screenShot, bool ifSystemInfo, bool ifCrashLog,
+                                             int64_t serviceType, std::function<void()> done) override {
+        requests.push_back({screenShot, ifSystemInfo, ifCrashLog, serviceType});
+        completion = std::move(done);
+    }
+
+    using Request = std::tuple<bool, bool, bool, int64_t>;
+    std::vector<Request> requests;
+    std::function<void()> completion;
+};
+
+// A process table in files.
+class ProcessTree {
+public:
+    ProcessTree() {
+        std::string pattern = "/tmp/watch-test-XXXXXX";
+        root = mkdtemp(pattern.data());
+    }
+    ~ProcessTree() { std::filesystem::remove_all(root); }
+
+    void put(const std::string& pid, uint64_t startTime, char state = 'S',
+             const std::string& name = "client") const {
+        std::filesystem::create_directories(root + "/" + pid);
+        std::ofstream(root + "/" + pid + "/stat")
+            << pid << " (" << name << ") " << state << " 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 "
+            << startTime << " 20 21\n";
+    }
+    void remove(const std::string& pid) const { std::filesystem::remove_all(root + "/" + pid); }
+    platform::RunningApplications applications() const { return platform::RunningApplications(root); }
+
+    std::string root;
+};
+
+class Child {
+public:
+    explicit Child(bool exitsAtOnce) : pid(fork()) {
+        if (pid == 0) {
+            if (!exitsAtOnce)
+                pause();
+            _exit(0);
+        }
+        siginfo_t info{};
+        if (exitsAtOnce)
+            waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT);
+    }
+    ~Child() {
+        kill(pid, SIGKILL);
+        waitpid(pid, nullptr, 0);
+    }
+    bool isRunning() const {
+        siginfo_t info{};
+        return waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT | WNOHANG) == 0 &&
+               info.si_pid == 0;
+    }
+    std::string text() const { return std::to_string(pid); }
+    const pid_t pid;
+};
+
+class WatchTest : public testing::Test {
+protected:
+    WatchTest() {
+        record().isUT = true;
+        record().readyToQuit = false;
+        record().clientHasQuit = false;
+        record().serviceType = 1;
+        record().pID.set("4711");
+        DGAApplicationWindows::sharedWindows().installFactory(factory);
+        tree.put("4711", 100);
+    }
+    ~WatchTest() override {
+        RunLoop::main().runFor(1ms);
+        record().rpWindowCtrl.reset();
+        record().uploadWindowCtrl.reset();
+        DGAApplicationWindows::sharedWindows().installFactory(nullptr);
+    }
+
+    DGAHeartBeatCheckTool::Parts parts() const {
+        return {.generator = generator, .applications = tree.applications(), .startThread = false};
+    }
+    static void tick(DGAHeartBeatCheckTool& tool, int times) {
+        for (int i = 0; i < times; ++i)
+            tool.heartBeatCheck();
+    }
+    static bool serveUntil(const std::function<bool()>& reached) {
+        for (int i = 0; i < 1000 && !reached(); ++i)
+            RunLoop::main().runFor(5ms);
+        return reached();
+    }
+    bool promptIsUp() const { return factory->prompt && factory->prompt->visible; }
+    int reportWindowsShown() const { return factory->report ? factory->report->shown : 0; }
+
+    ProcessTree tree;
+    std::shared_ptr<FakeFactory> factory = std::make_shared<FakeFactory>();
+    std::shared_ptr<RecordingGenerator> generator = std::make_shared<RecordingGenerator>();
+};
+
+TEST(WatchVerdictTest, Table) {
+    using V = DGAWatchVerdict;
+    struct Case {
+        DGAWatchFacts facts;  // ready, client known, process found, goodbye, silence, prompts
+        V verdict;
+    };
+    const Case cases[] = {
+        {{true, true, false, false, 500, 0}, V::judgeQuit},
+        {{true, false, false, false, 2, 0}, V::judgeQuit},
+        {{false, false, false, false, 28, 0}, V::awaitClient},
+        {{false, false, false, false, 30, 0}, V::noClient},
+        {{false, false, false, true, 28, 0}, V::awaitClient},
+        {{false, true, true, false, 180, 0}, V::alive},
+        {{false, true, true, true, 180, 2}, V::alive},
+        {{false, true, true, false, 182, 0}, V::askUser},
+        {{false, true, true, false, 182, 1}, V::askUser},
+        {{false, true, true, false, 182, 2}, V::frozenForGood},
+        {{false, true, false, false, 2, 0}, V::crashed},
+        {{false, true, false, false, 500, 2}, V::crashed},
+        {{false, true, false, true, 2, 0}, V::leftNormally},
+    };
+    for (const auto& test : cases)
+        EXPECT_EQ(dgaWatchVerdict(test.facts), test.verdict) << "case " << &test - cases;
+}
+
+TEST(RunningApplicationsTest, FindsRunningProcessesByTheirExactId) {
+    const ProcessTree tree;
+    tree.put("7", 42, 'S', "odd) Z (name");
+    tree.put("8", 1, 'Z');
+    tree.put("9", 1, 'X');
+    tree.put("007", 1);
+    tree.put("self", 1);
+    tree.put("11", 1);
+    const auto found = tree.applications().withProcessIdentifier("7");
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->startTime, 42U);
+    for (const char* text : {"8", "9", "10", "007", "self", "", "-7", "7/../11", " 7", "99999999999999"})
+        EXPECT_FALSE(tree.applications().withProcessIdentifier(text)) << text;
+    if (geteuid() == 0 && chown((tree.root + "/11").c_str(), 12345, 0) == 0) {
+        EXPECT_FALSE(tree.applications().withProcessIdentifier("11"));
+    }
+    const auto self = platform::RunningApplications().withProcessIdentifier(std::to_string(getpid()));
+    EXPECT_TRUE(self && self->startTime > 0) << "the real table";
+}
+
+TEST_F(WatchTest, AsksAtTheTickThatReaches182SecondsAndAtMostTwice) {
+    DGAHeartBeatCheckTool tool(parts());
+    for (int asked = 1; asked <= 2; ++asked) {
+        tick(tool, 90);
+        EXPECT_FALSE(promptIsUp());
+        tick(tool, 1);
+        EXPECT_TRUE(promptIsUp());
+        EXPECT_EQ(factory->prompts, asked);
+        EXPECT_EQ(factory->prompt->level, 3);
+        EXPECT_TRUE(factory->prompt->centred);
+        record().readyToQuit = true;
+        factory->prompt->delegate.lock()->frozeWindowButtonDidClickWithIndex(1);
+        EXPECT_FALSE(promptIsUp());
+        EXPECT_FALSE(record().readyToQuit);
+    }
+    tick(tool, 200);
+    EXPECT_EQ(factory->prompts, 2);
+    EXPECT_TRUE(generator->requests.empty());
+}
+
+TEST_F(WatchTest, CountsAPromptThatCannotBeShown) {
+    DGAApplicationWindows::sharedWindows().installFactory(nullptr);
+    DGAHeartBeatCheckTool tool(parts());
+    tick(tool, 92);
+    DGAApplicationWindows::sharedWindows().installFactory(factory);
+    tick(tool, 10);
+    EXPECT_EQ(factory->prompts, 0) << "asked twice already";
+    tree.remove("4711");
+    tick(tool, 1);
+    EXPECT_EQ(generator->requests.size(), 1U) << "the watch goes on";
+}
+
+TEST_F(WatchTest, ReportRequestWhileThePromptExists) {
+    struct Case {
+        int ticksAfterHeartbeat;
+        bool closesPrompt;
+    };
+    for (const auto& test : {Case{5, true}, Case{6, false}}) {
+        factory->report.reset();
+        record().rpWindowCtrl.reset();
+        DGAHeartBeatCheckTool tool(parts());
+        tick(tool, 91);
+        const std::weak_ptr<FakePrompt> prompt = factory->prompt;
+        factory->prompt->setVisible(false);
+        factory->prompt.reset();
+        tool.reloadCheck();
+        tick(tool, test.ticksAfterHeartbeat);
+        tool.judgeIfShowReportWindow();
+        RunLoop::main().runFor(1ms);
+        EXPECT_EQ(prompt.expired(), test.closesPrompt) << test.ticksAfterHeartbeat;
+        EXPECT_EQ(reportWindowsShown(), 1);
+    }
+}
+
+TEST_F(WatchTest, ReportRequestPrefersTheVisibleUploadWindow) {
+    DGAHeartBeatCheckTool tool(parts());
+    const auto upload = std::make_shared<FakeUploadWindow>();
+    record().uploadWindowCtrl = upload;
+    tool.judgeIfShowReportWindow();
+    tool.judgeIfShowReportWindow();
+    EXPECT_EQ(reportWindowsShown(), 2) << "one window, shown again";
+    upload->setVisible(true);
+    tool.judgeIfShowReportWindow();
+    EXPECT_EQ(reportWindowsShown(), 2);
+    EXPECT_EQ(upload->broughtToFront, 1);
+    EXPECT_EQ(upload->centred, 1);
+}
+
+TEST_F(WatchTest, CrashIsReportedOnceHoweverTheProcessVanishes) {
+    const Child zombie(true);
+    struct Case {
+        const char* what;
+        std::string pID;
+        bool realTable;
+        std::function<void()> vanish;
+    };
+    const Case cases[] = {
+        {"gone", "4711", false, [&] { tree.remove("4711"); }},
+        {"its id was given to another", "4711", false, [&] { tree.put("4711", 101); }},
+        {"waits to be collected", zombie.text(), true, [] {}},
+        {"never seen", "4712", false, [] {}},
+        {"no process id at all", "client", false, [] {}},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.what);
+        record().pID.set(test.pID);
+        tree.put("4711", 100);
+        factory->report.reset();
+        record().rpWindowCtrl.reset();
+        generator->requests.clear();
+        auto watch = parts();
+        if (test.realTable)
+            watch.applications = platform::RunningApplications();
+        DGAHeartBeatCheckTool tool(watch);
+        if (test.pID == "4711") {
+            tick(tool, 3);
+            EXPECT_TRUE(generator->requests.empty());
+        }
+        test.vanish();
+        tick(tool, 120);
+        RunLoop::main().runFor(1ms);
+        EXPECT_EQ(generator->requests, (std::vector<RecordingGenerator::Request>{{false, true, true, 1}}));
+        EXPECT_EQ(reportWindowsShown(), 1);
+        EXPECT_EQ(factory->prompts, 0);
+        EXPECT_FALSE(record().readyToQuit) << "the report is still to come";
+    }
+}
+
+TEST_F(WatchTest, ClientThatSaidGoodbyeHasNotCrashed) {
+    for (const int64_t serviceType : {1, 10, 5}) {
+        record().serviceType = serviceType;
+        record().clientHasQuit = true;
+        record().readyToQuit = false;
+        DGAHeartBeatCheckTool tool(parts());
+        tick(tool, 1);
+        tree.remove("4711");
+        tick(tool, 5);
+        RunLoop::main().runFor(1ms);
+        EXPECT_TRUE(generator->requests.empty());
+        EXPECT_EQ(reportWindowsShown(), 0);
+        EXPECT_EQ(record().readyToQuit, serviceType == 5) << "no report will come for that service";
+    }
+}
+
+TEST_F(WatchTest, WithoutAProcessIdReadyToQuitAfter30Seconds) {
+    for (const auto& pID : {std::optional<std::string>(), std::optional<std::string>("")}) {
+        record().pID.set(pID);
+        record().readyToQuit = false;
+        DGAHeartBeatCheckTool tool(parts());
+        tick(tool, 14);
+        EXPECT_FALSE(record().readyToQuit);
+        tick(tool, 1);
+        EXPECT_TRUE(record().readyToQuit);
+    }
+    EXPECT_TRUE(generator->requests.empty());
+}
+
+TEST_F(WatchTest, QuitAndSendEndsOnlyTheWatchedProcess) {
+    for (const bool sameProcess : {true, false}) {
+        const Child client(false);
+        const Child bystander(false);
+        record().pID.set(client.text());
+        record().readyToQuit = false;
+        tree.put(client.text(), 100);
+        DGAHeartBeatCheckTool tool(parts());
+        tick(tool, 91);
+        ASSERT_TRUE(promptIsUp());
+        if (!sameProcess)
+            tree.put(client.text(), 101);
+        factory->prompt->delegate.lock()->frozeWindowButtonDidClickWithIndex(0);
+        for (int i = 0; sameProcess && client.isRunning() && i < 1000; ++i)
+            std::this_thread::sleep_for(1ms);
+        EXPECT_EQ(client.isRunning(), !sameProcess);
+        EXPECT_TRUE(bystander.isRunning());
+        EXPECT_TRUE(factory->report->clientWasFrozen);
+        EXPECT_FALSE(record().isFreeze);
+        EXPECT_TRUE(record().readyToQuit);
+        EXPECT_FALSE(promptIsUp());
+        tick(tool, 1);
+        EXPECT_TRUE(generator->requests.empty()) << "not a crash";
+    }
+}
+
+TEST_F(WatchTest, PromptPausesTheThreadAndAHeartbeatResumesIt) {
+    auto watch = parts();
+    watch.startThread = true;
+    watch.tick = 2ms;
+    DGAHeartBeatCheckTool tool(watch);
+    ASSERT_TRUE(serveUntil([&] { return promptIsUp(); }));
+    // A tick without a process id, after this much silence, would make it ready.
+    record().pID.set(std::nullopt);
+    RunLoop::main().runFor(100ms);
+    EXPECT_FALSE(record().readyToQuit);
+    tool.reloadCheck();
+    EXPECT_FALSE(promptIsUp());
+    EXPECT_TRUE(serveUntil([&] { return record().readyToQuit.load(); }));
+}
+
+TEST_F(WatchTest, GoodbyeThatWaitsForTheMainThreadCounts) {
+    tree.remove("4711");
+    platform::performOnMain([] { record().clientHasQuit = true; });
+    auto watch = parts();
+    watch.startThread = true;
+    watch.tick = 2ms;
+    const DGAHeartBeatCheckTool tool(watch);
+    std::this_thread::sleep_for(50ms);
+    RunLoop::main().runFor(50ms);
+    EXPECT_EQ(reportWindowsShown(), 0);
+}
+
+TEST_F(WatchTest, EndsWhileTheWatchWaitsForTheMainThread) {
+    tree.remove("4711");
+    auto watch = parts();
+    watch.startThread = true;
+    watch.tick = 1ms;
+    {
+        const DGAHeartBeatCheckTool tool(watch);
+        std::this_thread::sleep_for(50ms);
+    }
+    RunLoop::main().runFor(1ms);
+    EXPECT_EQ(factory->prompts, 0);
+}
+
+TEST_F(WatchTest, TargetToolAnswersTheNotifications) {
+    DGADealNotifTargetTool target(parts(), generator);
+    target.dealNormalQuitFromClient({});
+    target.dealNormalQuitFromClient({});
+    EXPECT_EQ(generator->requests, (std::vector<RecordingGenerator::Request>{{false, true, false, 1}}));
+    EXPECT_TRUE(record().clientHasQuit);
+    EXPECT_FALSE(record().readyToQuit);
+    generator->completion();
+    EXPECT_TRUE(record().readyToQuit);
+
+    target.dealGenerateReportFromClient({});
+    EXPECT_EQ(reportWindowsShown(), 1);
+    EXPECT_TRUE(serveUntil([&] { return factory->report->broughtToFront > 0; }));
+}
+
+TEST(ReportGeneratorTest, OnceIsOnceForAllInstances) {
+    struct Counting final : DGAReportGenerator {
+        void startGenerateReportIfScreenShot(bool, bool, bool, int64_t, std::function<void()>) override {
+            ++runs;
+        }
+        int runs = 0;
+    } first, second;
+    first.startOnceGenerateReportIfScreenShot(false, true, true, 1, nullptr);
+    second.startOnceGenerateReportIfScreenShot(false, true, true, 1, nullptr);
+    first.startOnceGenerateReportIfScreenShot(false, true, true, 1, nullptr);
+    EXPECT_EQ(first.runs, 1);
+    EXPECT_EQ(second.runs, 0);
+}
+
+}  // namespace
