@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <cstdio>
+
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMeetingData/DGAMeetingDataRecordTool.h"
 #include "DGAMeetingData/DGASystemResourceCheckingManager.h"
@@ -61,6 +63,10 @@ std::string DGAMonitorToolManager::notificationName(std::string_view baseName) c
 
 void DGAMonitorToolManager::addProcessObserver() {
     ORVN_LOG_METHOD();
+    // The log has the reason; whoever started the program by hand looks here.
+    if (!platform::DistributedNotificationCenter::defaultCenter().isConnected())
+        std::fputs("orvanedga: no session bus: notifications cannot arrive, only the message port works\n",
+                   stderr);
     observe(kDGANotificationPassingJsonData, &DGAMonitorToolManager::dealNormalStart);
     observe(kDGANotificationGenerateReportAndExit, &DGAMonitorToolManager::dealStartAndQuit);
     addObserverByName(notificationName(kDGANotificationKeepAlive),
