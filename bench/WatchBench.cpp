@@ -57,3 +57,5 @@ void tickOnThisSystem(benchmark::State& state) {
 BENCHMARK(tickOnThisSystem)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
+
+BENCHMARK_MAIN();

@@ -32,6 +32,7 @@ enum : int {
     kSpeed,
     kShow,
     kTraceOut,
+    kGroup,
     kKeep,
     kTimeout
 };
@@ -43,6 +44,7 @@ const option kLongOptions[] = {
     {"assistant", required_argument, nullptr, kAssistant},
     {"speed", required_argument, nullptr, kSpeed},
     {"show", no_argument, nullptr, kShow},
+    {"group", no_argument, nullptr, kGroup},
     {"trace-out", required_argument, nullptr, kTraceOut},
     {"keep", no_argument, nullptr, kKeep},
     {"timeout", required_argument, nullptr, kTimeout},
@@ -68,6 +70,10 @@ void applyOption(Options& options, int which) {
             break;
         case kShow:
             options.show = true;
+            break;
+        case kGroup:
+            options.show = true;
+            options.grouped = true;
             break;
         case kTraceOut:
             options.traceOut = optarg;
@@ -155,6 +161,8 @@ Options:
                      assistant's own times (180 s until a freeze) stay as they are
   --show             at the end show what happened: the time to the ready notification, the
                      trace file as a table, the topic file, where the assistant's log is
+  --group            as --show, the trace grouped by what its records are about, with the
+                     meaning of each
   --trace-out FILE   copy the raw trace file to FILE
   --keep             leave the assistant running at the end
   --timeout SECONDS  how long to wait at the end for the assistant to end by itself, before it

@@ -10,6 +10,7 @@ struct Options {
     bool help = false;
     bool version = false;
     bool show = false;
+    bool grouped = false;
     bool keep = false;
     bool quiet = false;
     double speed = 1;

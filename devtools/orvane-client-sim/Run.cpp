@@ -18,6 +18,7 @@
 #include "PlayerReport.h"
 #include "RunFiles.h"
 #include "Timeline.h"
+#include "TraceGroups.h"
 #include "TracePrinter.h"
 
 namespace clientsim {
@@ -226,7 +227,9 @@ private:
         const std::string log = newestLog(kLogFolder, startedAt_);
         fmt::print("Log:       {}\n", log.empty() ? "none found" : log);
         showTopic();
-        fmt::print("Trace:     {}\n{}", files_.hasTrace() ? "" : "no file", traceTable(parseTrace(trace)));
+        const Trace parsed = parseTrace(trace);
+        fmt::print("Trace:     {}\n{}", files_.hasTrace() ? "" : "no file",
+                   options_.grouped ? groupedTrace(parsed) : traceTable(parsed));
     }
 
     void showTopic() {

@@ -6,6 +6,7 @@
 
 #include "RunFiles.h"
 #include "TestAssistant.h"
+#include "TraceGroups.h"
 #include "TracePrinter.h"
 #include "TraceReader.h"
 
@@ -129,6 +130,28 @@ TEST_F(RunFilesTest, NewestLogIsOneOfThisRun) {
     age("orvtra_dga_3.ovt", 5);
     age("orvtra_dga_2.ovt", 2);
     EXPECT_EQ(newestLog(root_.path(), now - std::chrono::seconds(30)), root_.path() + "/orvtra_dga_2.ovt");
+}
+
+TEST(TraceGroups, GathersTheRecordsOfAModuleAndNamesThem) {
+    const Trace trace = parseTrace(
+        "39,1,1,confname,1.0,V2Vla2x5,0,,0,2026-11-15 17:13:00.001,2\n"
+        "32,1,6,,37.0,,95,,0,2026-11-15 17:13:01.000,2\n"
+        "31,1,6,,2.0,,0,,0,2026-11-15 17:13:01.001,2\n"
+        "32,1,6,,99.0,,7,,0,2026-11-15 17:13:02.000,2\n"
+        "30,1,1,cpu usage,12.5,app,1,,77,2026-11-15 17:13:03.000,2\n");
+    EXPECT_EQ(groupedTrace(trace),
+              "session parameters (1)\n"
+              "  17:13:00.001  confname               Weekly\n"
+              "\n"
+              "meeting services (2)\n"
+              "  17:13:01.000  connection delay (cb)  95\n"
+              "  17:13:02.000  99.0                   7\n"
+              "\n"
+              "network (1)\n"
+              "  17:13:01.001  not connected\n"
+              "\n"
+              "system resources (1)\n"
+              "  17:13:03.000  cpu usage              12.5  app\n");
 }
 
 }  // namespace
