@@ -8,7 +8,9 @@ if(ORVANEDGA_WERROR)
 endif()
 if(ORVANEDGA_SANITIZE)
   target_compile_options(orvanedga_options INTERFACE
-    -fsanitize=${ORVANEDGA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    -fsanitize=${ORVANEDGA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all
+    # GCC 12 takes members of the standard library for uninitialised once a sanitizer has changed the code.
+    -Wno-maybe-uninitialized -Wno-uninitialized)
   target_link_options(orvanedga_options INTERFACE -fsanitize=${ORVANEDGA_SANITIZE})
 else()
   target_compile_options(orvanedga_options INTERFACE
