@@ -124,7 +124,7 @@ std::string findScenario(const std::string& given, const std::string& installedF
         return given;
     }
     for (const char* ending : {"", ".json"}) {
-        const std::string path = installedFolder + "/" + given + ending;
+        std::string path = fmt::format("{}/{}{}", installedFolder, given, ending);
         if (std::filesystem::is_regular_file(path, ignored)) {
             return path;
         }

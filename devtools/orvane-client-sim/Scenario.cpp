@@ -62,6 +62,7 @@ bool contains(const Range& range, std::string_view name) {
 
 std::string actionNames() {
     std::vector<std::string_view> names;
+    names.reserve(std::size(kActions));
     for (const ActionKeys& keys : kActions) {
         names.push_back(keys.name);
     }
