@@ -10,7 +10,7 @@ if(ORVANEDGA_SANITIZE)
   target_compile_options(orvanedga_options INTERFACE
     -fsanitize=${ORVANEDGA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all
     # GCC 12 takes members of the standard library for uninitialised once a sanitizer has changed the code.
-    -Wno-maybe-uninitialized -Wno-uninitialized)
+    "$<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized;-Wno-uninitialized>")
   target_link_options(orvanedga_options INTERFACE -fsanitize=${ORVANEDGA_SANITIZE})
 else()
   target_compile_options(orvanedga_options INTERFACE
