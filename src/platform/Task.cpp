@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -241,7 +242,8 @@ std::string programForCommand(const std::string& path) {
         return path;
     const std::string name = path.substr(path.rfind('/') + 1);
     const std::string bundled = BundleInfo::helperFolder() + "/" + name;
-    return !name.empty() && access(bundled.c_str(), X_OK) == 0 ? bundled : path;
+    struct stat info {};
+    return stat(bundled.c_str(), &info) == 0 && S_ISREG(info.st_mode) ? bundled : path;
 }
 
 }  // namespace platform
