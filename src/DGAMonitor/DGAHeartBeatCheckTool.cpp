@@ -8,8 +8,8 @@
 #include "DGAMonitor/DGAApplicationWindows.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Utilities/Tool/DGATaskTool.h"
 #include "platform/DGALoopThread.h"
-#include "platform/ProcessSignal.h"
 #include "platform/RunLoop.h"
 #include "support/ORVNLogger.h"
 
@@ -327,10 +327,13 @@ void DGAHeartBeatCheckTool::killWatchedProcess() {
         const std::lock_guard<std::mutex> hold(lock_);
         isWatched = watched_.text == *text && watched_.process.startTime == found->startTime;
     }
-    if (!isWatched)
+    if (!isWatched) {
         logLine(8, "the client is not ended: its process id does not name the watched process");
-    else if (!platform::killProcess(found->processIdentifier))
-        logLine(8, "the client could not be ended");
+        return;
+    }
+    const auto said = DGATaskTool::runTaskWithCMD("/bin/kill -9 " + std::to_string(found->processIdentifier));
+    if (!said || !said->empty())
+        logLine(8, "the client could not be ended: " + said.value_or("(null)"));
 }
 
 void DGAHeartBeatCheckTool::reportFileGeneratedAt(const std::string& /*path*/) {

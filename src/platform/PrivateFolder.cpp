@@ -73,6 +73,22 @@ bool writeAll(int file, std::string_view bytes) {
     return true;
 }
 
+int openEmptyIn(int folder, const std::string& name) {
+    if (!isEntryName(name))
+        return -1;
+    // Truncated only once it is known to be a plain file; a FIFO or a link is left as it is.
+    const int file =
+        openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
+    if (file < 0)
+        return -1;
+    struct stat info {};
+    if (fstat(file, &info) == 0 && S_ISREG(info.st_mode) && info.st_uid == geteuid() && info.st_nlink == 1 &&
+        ftruncate(file, 0) == 0)
+        return file;
+    close(file);
+    return -1;
+}
+
 std::vector<std::string> namesIn(int folder) {
     std::vector<std::string> names;
     const int own = openat(folder, ".", kFolderFlags);
@@ -222,6 +238,10 @@ bool PrivateFolder::replaceFile(const std::string& name, std::string_view bytes)
     return done;
 }
 
+int PrivateFolder::openEmptyFile(const std::string& name) const {
+    return openEmptyIn(handle_, name);
+}
+
 bool PrivateFolder::remove(const std::string& name) const {
     struct stat info {};
     return isEntryName(name) && fstat(handle_, &info) == 0 && removeEntry(handle_, name, info.st_dev);
@@ -238,6 +258,23 @@ bool removeAtPath(const std::string& path) {
     const bool done = fstat(parent, &info) == 0 && removeEntry(parent, path.substr(slash + 1), info.st_dev);
     close(parent);
     return done;
+}
+
+int openEmptyFileAtPath(const std::string& path) {
+    const size_t slash = path.rfind('/');
+    if (path.empty() || path.front() != '/')
+        return -1;
+    const std::string parent = slash == 0 ? "/" : path.substr(0, slash);
+    if (parent.starts_with("/tmp/")) {
+        const auto folder = PrivateFolder::open(parent, PrivateFolder::Create::no);
+        return folder ? folder->openEmptyFile(path.substr(slash + 1)) : -1;
+    }
+    const int folder = ::open(parent.c_str(), kFolderFlags);
+    if (folder < 0)
+        return -1;
+    const int file = openEmptyIn(folder, path.substr(slash + 1));
+    close(folder);
+    return file;
 }
 
 }  // namespace platform

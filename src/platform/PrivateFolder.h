@@ -52,6 +52,10 @@ public:
     /// not at all.
     bool replaceFile(const std::string& name, std::string_view bytes) const;
 
+    /// Opens an empty regular file for writing: a new one of mode 0600, or the user's own that is there,
+    /// truncated. A handle that the caller closes; -1 if that is not possible.
+    int openEmptyFile(const std::string& name) const;
+
     /// Removes an entry, a folder with all it contains. Links are removed, never followed; other
     /// file systems mounted inside are left alone. True when nothing of that name is left.
     bool remove(const std::string& name) const;
@@ -65,5 +69,9 @@ private:
 /// PrivateFolder::remove(). The folder that holds it must be a real one, not a link. True when nothing is
 /// left there.
 bool removeAtPath(const std::string& path);
+
+/// PrivateFolder::openEmptyFile() at an absolute path: below the shared /tmp in a folder that
+/// PrivateFolder::open() takes, elsewhere in any folder, of which only the last component must not be a link.
+int openEmptyFileAtPath(const std::string& path);
 
 }  // namespace platform

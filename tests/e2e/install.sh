@@ -1,7 +1,8 @@
 # What is installed runs from its prefix, and finds its libraries and scenarios there.
 . "$(dirname "$0")/common.sh"
 cmake --install "$1" --prefix "$PWD/prefix" > install.txt || fail "$(cat install.txt)"
-for file in bin/orvanedga bin/orvane-client-sim lib/orvanedga/libdgacore.so share/orvanedga/scenarios/hello.json; do
+for file in bin/orvanedga bin/orvane-client-sim lib/orvanedga/libdgacore.so share/orvanedga/scenarios/hello.json \
+    lib/orvanedga/{sw_vers,osascript,system_profiler,screencapture}; do
     [[ -e prefix/$file ]] || fail "$file is not installed"
 done
 PATH=$PWD/prefix/bin:/usr/bin:/bin orvane-client-sim --show hello > output.txt 2>&1 || fail "$(cat output.txt)"

@@ -8,6 +8,7 @@
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
+#include "DGAMonitor/Utilities/Tool/DGATaskTool.h"
 #include "platform/BundleInfo.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/PrivateFolder.h"
@@ -91,6 +92,10 @@ std::string DGAUtilities::dga_fetchBuildVersion() {
 
 std::string DGAUtilities::dga_fetchAppVersion() {
     return platform::BundleInfo::shortVersion();
+}
+
+std::string DGAUtilities::dga_fetchOSVersion() {
+    return DGATaskTool::runTaskWithCMD("/usr/bin/sw_vers -productVersion").value_or("");
 }
 
 void DGAUtilities::dga_createOrvdgaTopicFileAtPath(const std::string& path) {

@@ -57,6 +57,10 @@ public:
     static std::string dga_fetchBuildVersion();
     static std::string dga_fetchAppVersion();
 
+    /// The version of the operating system as "/usr/bin/sw_vers -productVersion" prints it, with the line
+    /// break at its end; "" if that cannot be run. Waits for that tool.
+    static std::string dga_fetchOSVersion();
+
     // Quit and windows
 
     /// Ends the process if the record says that it is ready and no window is visible.

@@ -1,0 +1,28 @@
+#include "DGAMonitor/DGASystemProfileExtractor.h"
+
+#include <unistd.h>
+
+#include <chrono>
+
+#include "platform/PrivateFolder.h"
+#include "platform/Task.h"
+#include "support/ORVNLogger.h"
+
+void DGASystemProfileExtractor::generateSystemProfiler(const std::string& path,
+                                                       const std::string& detailLevel) {
+    ORVN_LOG_METHOD();
+    const int file = platform::openEmptyFileAtPath(path);
+    if (file < 0) {
+        ORVNLogger::sharedLogger().log(kORVNLogModule, 8, "there is no system profile: cannot write {}",
+                                       path);
+        return;
+    }
+    platform::Task task;
+    task.program = platform::programForCommand(sysCommand);
+    task.arguments = {"-xml", "-detailLevel", detailLevel};
+    task.output = platform::Task::Output::toHandle;
+    task.handle = file;
+    task.limit = std::chrono::minutes(2);
+    platform::runTask(task);
+    close(file);
+}

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace platform {
+
+/// A program to run, without a shell: arguments reach it as they are. It gets the standard streams and none
+/// of our other descriptors, the default signal dispositions, an empty signal mask, our environment and
+/// umask, and a process group of its own. Its standard input is empty.
+struct Task {
+    enum class Output {
+        collect,        ///< standard output and error, in the order written, into the result
+        discard,        ///< both are read and thrown away
+        discardOutput,  ///< the same of standard output; standard error stays ours
+        toHandle        ///< standard output into `handle`; standard error stays ours
+    };
+
+    std::string program;
+    std::vector<std::string> arguments;
+    std::string workingFolder;  ///< ours if empty
+    Output output = Output::collect;
+    int handle = -1;  ///< stays the caller's
+    /// After this long the program and its process group are killed; 0 for no limit.
+    std::chrono::milliseconds limit{0};
+};
+
+struct TaskResult {
+    static constexpr int kExited = 1;     ///< by itself, whatever its exit status
+    static constexpr int kSignalled = 2;  ///< ended by a signal
+
+    bool started = false;
+    int reason = 0;      ///< one of the above once it was started
+    int exitStatus = 0;  ///< of one that exited
+    std::string output;
+    bool outputCut = false;  ///< there was more than kMostOutput
+};
+
+/// What is kept of a program's output; the rest is read and thrown away.
+inline constexpr size_t kMostOutput = size_t{16} * 1024 * 1024;
+
+/// Runs a program and returns when it has ended. Its output is read while it runs. A process that it leaves
+/// behind with the output still open is waited for half a second at most. Not for the main thread, unless
+/// the program is known to be quick. A program that cannot be started is reported at level 8.
+TaskResult runTask(const Task& task);
+
+/// Starts a program and returns at once. `ended`, which may be empty, is called on a thread of its own when
+/// the program has ended. False, and it is never called, if the program cannot be started.
+bool startTask(Task task, std::function<void(const TaskResult&)> ended);
+
+/// The program that a command path means: that file, or where the system has none the bundled tool of the
+/// same file name (BundleInfo::helperFolder()), if there is one.
+std::string programForCommand(const std::string& path);
+
+}  // namespace platform
