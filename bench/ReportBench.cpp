@@ -101,7 +101,7 @@ void BM_Archive(benchmark::State& state) {
     }
     state.counters["times_zip"] = ours / peers;
 }
-BENCHMARK(BM_Archive)->Arg(5)->Arg(50)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Archive)->Arg(5)->Arg(50)->Iterations(5)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 class AllLogs final : public LogCollector {
 public:
@@ -115,9 +115,9 @@ void BM_Collect(benchmark::State& state) {
     fs::create_directories(folder);
     for (int i = 0; i < state.range(0); ++i) {
         char name[64];
-        std::snprintf(name, sizeof name, "orvtra_03%02d20%02d%02d%02d%02d01.ovt", i % 28 + 1,
-                      i / 28 % 50 + 20, i % 24, i / 7 % 60, i / 5 % 60);
-        std::ofstream(folder / (std::to_string(i) + name)).put('x');
+        std::snprintf(name, sizeof name, "orvtra_03%02d20%02d%02d%02d%02d01_%d.ovt", i % 28 + 1,
+                      i / 28 % 50 + 20, i % 24, i / 7 % 60, i / 5 % 60, i);
+        std::ofstream(folder / name).put('x');
     }
     size_t entries = 0;
     for (auto _ : state) {
