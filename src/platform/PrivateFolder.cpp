@@ -186,6 +186,15 @@ bool PrivateFolder::contains(const std::string& name) const {
     return isEntryName(name) && fstatat(handle_, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
+std::optional<std::chrono::nanoseconds> PrivateFolder::creationTime(const std::string& name) const {
+    struct statx info {};
+    if (!isEntryName(name) || statx(handle_, name.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_DONT_SYNC,
+                                    STATX_BTIME | STATX_MTIME, &info) != 0)
+        return std::nullopt;
+    const auto& time = (info.stx_mask & STATX_BTIME) != 0 ? info.stx_btime : info.stx_mtime;
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
 std::vector<std::string> PrivateFolder::entries() const {
     return namesIn(handle_);
 }

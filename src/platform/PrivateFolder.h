@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,6 +38,10 @@ public:
     std::optional<PrivateFolder> subfolder(const std::string& name, Create create) const;
 
     bool contains(const std::string& name) const;
+
+    /// When an entry was made or, where the file system does not keep that, last changed; a link's own time.
+    /// None if there is no such entry.
+    std::optional<std::chrono::nanoseconds> creationTime(const std::string& name) const;
 
     /// The names of all entries but "." and "..", in the order of the file system.
     std::vector<std::string> entries() const;

@@ -8,6 +8,21 @@
 inline constexpr char kDGATempStorePath[] = "/tmp/orvdga";
 
 inline constexpr char kDGASPXFileName[] = "orvdga_system_profile.spx";
+inline constexpr char kDGAZipLogDateFormat[] = "yyyyMMdd_HHmmss";
+inline constexpr char kDGALogFileNamePrefix[] = "orvdga_log_";
+
+// Logs of the desktop tools, in folders below the user's Library folder, and the archives made of them.
+inline constexpr char kDGAKTStorePath[] = "/Logs/KT";
+inline constexpr char kDGAKTPluginStorePath[] = "/Containers/com.microsoft.Outlook/Data/Library/Logs/KT";
+inline constexpr char kDGAKTCrashStorePath[] = "/Logs/DiagnosticReports";
+inline constexpr char kDGAKTZipLogFile[] = "OrvaneAppLog";
+inline constexpr char kDGAKTPluginZipLogFile[] = "OrvaneOLPluginLog";
+inline constexpr char kDGAKTAllinOneZipLogFile[] = "orvanedga_orvaneapp";
+inline constexpr char kDGAKTCrashLogPrefix[] = "Tellan Orvane Meetings_";
+
+/// More archives of a service than this, or more trace folders, are too many.
+inline constexpr double kMaxZipLogFileCount = 30.0;
+inline constexpr double kMaxHVTempLogFileCount = 5.0;
 inline constexpr char kOrvdgaTopicName[] = "orvdga_topic.txt";
 
 /// Service types that the client sends as "serviceType".

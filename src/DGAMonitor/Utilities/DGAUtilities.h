@@ -6,6 +6,7 @@
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
+#include <vector>
 
 /// Helpers without state that many parts share. None reports an error: a failure gives the neutral value
 /// that its method names. Any thread, except where a method says otherwise.
@@ -66,7 +67,7 @@ public:
     /// Ends the process if the record says that it is ready and no window is visible.
     static void dga_judgeIfNeedQuit();
 
-    /// Removes the system profile from the folder of reports.
+    /// Removes the system profile from the folder of reports, and what retention does not keep.
     static void dga_prepareToQuit();
 
     /// Cleans up, removes the run's trace folder and ends the process with status 0, without static
@@ -90,6 +91,17 @@ public:
 
     /// Size in bytes; 0 if nothing is there.
     static int64_t dga_fetchFileSizeAt(const std::string& path);
+
+    // Report retention
+
+    /// Removes from the folder of reports what is neither an archive nor a trace folder, and the oldest where
+    /// there are more than 30 archives of a service or more than 5 trace folders.
+    static void dga_removeExcessiveLogZip();
+
+    /// Removes the oldest of these entries of the folder of reports, at least one: 5 stay of group 1, the
+    /// trace folders, and 25 of every other.
+    static void dga__removeExcessiveFile(int groupCode, const std::vector<std::string>& fileNameArr);
+
     // System resources
 
     /// Appends to the trace what the machine, the client and this program use of CPU and memory now: six

@@ -36,6 +36,7 @@ void DGAUtilities::dga_judgeIfNeedQuit() {
 void DGAUtilities::dga_prepareToQuit() {
     ORVN_LOG_METHOD();
     dga_removeFileAtPath(std::string(kDGATempStorePath) + "/" + kDGASPXFileName);
+    dga_removeExcessiveLogZip();
 }
 
 void DGAUtilities::dga_quit() {

@@ -1,0 +1,146 @@
+#include "platform/CoredumpRecord.h"
+
+#include <glib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <ctime>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <vector>
+
+#include "platform/PrivateFolder.h"
+#include "platform/Report.h"
+
+namespace platform {
+namespace {
+
+constexpr char kService[] = "/usr/bin/coredumpctl";
+constexpr size_t kTimeLength = 19;
+constexpr size_t kMaxStackLength = 256 * 1024;
+
+bool isBlank(std::string_view text) {
+    return text.find_first_not_of(" \t\r") == std::string_view::npos;
+}
+
+std::string_view trimmed(std::string_view text) {
+    const size_t begin = text.find_first_not_of(" \t\r");
+    if (begin == std::string_view::npos)
+        return {};
+    return text.substr(begin, text.find_last_not_of(" \t\r") - begin + 1);
+}
+
+bool isNumber(std::string_view text) {
+    return !text.empty() && text.size() < 10 && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+// "Fri 2024-03-15 14:30:25 UTC (2min ago)" -> "2024-03-15 14:30:25"
+std::string timeIn(std::string_view text) {
+    constexpr std::string_view kShape = "0000-00-00 00:00:00";
+    for (size_t at = 0; at + kTimeLength <= text.size(); ++at) {
+        const std::string_view part = text.substr(at, kTimeLength);
+        if (std::equal(part.begin(), part.end(), kShape.begin(),
+                       [](char c, char shape) { return shape == '0' ? c >= '0' && c <= '9' : c == shape; }))
+            return std::string(part);
+    }
+    return {};
+}
+
+// When the program was loaded: the client was alive then.
+const std::time_t theStart = std::time(nullptr);
+
+std::string listingOf(const std::string& processId) {
+    const std::string since = "--since=@" + std::to_string(theStart);
+    // A dump of gigabytes can keep the service busy; the report does not wait for it.
+    const char* const arguments[] = {
+        "/usr/bin/timeout", "-k",   "1", "5", kService, "info", "--no-pager", "-1", since.c_str(),
+        processId.c_str(),  nullptr};
+    const std::unique_ptr<char*, decltype(&g_strfreev)> environment(
+        g_environ_setenv(g_get_environ(), "LC_ALL", "C.UTF-8", TRUE), &g_strfreev);
+    char* output = nullptr;
+    g_spawn_sync(nullptr, const_cast<char**>(arguments), environment.get(), G_SPAWN_STDERR_TO_DEV_NULL,
+                 nullptr, nullptr, &output, nullptr, nullptr, nullptr);
+    const std::unique_ptr<char, decltype(&g_free)> owner(output, &g_free);
+    return output ? output : "";
+}
+
+bool makeFolders(const std::string& path) {
+    return g_mkdir_with_parents(path.c_str(), S_IRWXU) == 0;
+}
+
+}  // namespace
+
+std::optional<CoredumpRecord> CoredumpRecord::parse(std::string_view listing) {
+    CoredumpRecord record;
+    bool inStack = false;
+    while (!listing.empty()) {
+        const size_t end = std::min(listing.find('\n'), listing.size());
+        const std::string_view line = listing.substr(0, end);
+        listing.remove_prefix(std::min(end + 1, listing.size()));
+        const std::string_view text = trimmed(line);
+        const size_t colon = text.find(": ");
+        const std::string_view key = colon == std::string_view::npos ? text : text.substr(0, colon);
+        const std::string_view value = colon == std::string_view::npos ? "" : trimmed(text.substr(colon + 2));
+        if (key == "PID") {
+            record = {};
+            record.processId = value.substr(0, value.find(' '));
+            inStack = false;
+        } else if (text.starts_with("Stack trace of thread ")) {
+            inStack = true;
+        } else if (!inStack && key == "Signal") {
+            record.signal = value;
+        } else if (!inStack && key == "Timestamp") {
+            record.time = timeIn(value);
+        } else if (!inStack && key == "Executable") {
+            record.executable = value;
+        }
+        if (inStack && !isBlank(line) && record.stack.size() + text.size() < kMaxStackLength)
+            record.stack.append(text).append("\n");
+    }
+    if (!isNumber(record.processId) || record.signal.empty() || record.time.empty())
+        return std::nullopt;
+    return record;
+}
+
+std::string CoredumpRecord::text() const {
+    std::string text = "Process: " + processId + "\nExecutable: " + executable + "\nDate: " + time +
+                       "\nSignal: " + signal + "\n";
+    return stack.empty() ? text : text + "\n" + stack;
+}
+
+std::string CoredumpRecord::fileName(std::string_view prefix, std::string_view host) const {
+    std::string name = time;
+    std::erase(name, ':');
+    std::replace(name.begin(), name.end(), ' ', '-');
+    std::string cleanHost(host);
+    std::replace(cleanHost.begin(), cleanHost.end(), '/', '_');
+    return std::string(prefix) + name + "_" + cleanHost + ".crash";
+}
+
+void writeCoredumpRecord(const std::string& processId, const std::string& folder, std::string_view prefix) {
+    static std::mutex mutex;
+    static std::set<std::string>* const done = new std::set<std::string>;
+    if (!isNumber(processId) || access(("/proc/" + processId + "/exe").c_str(), F_OK) == 0)
+        return;
+    const std::lock_guard<std::mutex> hold(mutex);
+    if (done->contains(processId))
+        return;
+    if (access(kService, X_OK) != 0) {
+        done->insert(processId);
+        report(2, "this system has no core dump service to ask about the client's crash");
+        return;
+    }
+    const auto record = CoredumpRecord::parse(listingOf(processId));
+    if (!record || record->processId != processId) {
+        report(2, "the core dump service knows no crash of the process " + processId);
+        return;
+    }
+    done->insert(processId);
+    const auto target = makeFolders(folder) ? PrivateFolder::openLast(folder) : std::nullopt;
+    if (!target || !target->replaceFile(record->fileName(prefix, g_get_host_name()), record->text()))
+        report(8, "the crash of the process " + processId + " cannot be written to " + folder);
+}
+
+}  // namespace platform

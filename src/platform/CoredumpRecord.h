@@ -1,0 +1,33 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+/// What the system's core dump service says about one crash.
+struct CoredumpRecord {
+    std::string processId;
+    std::string signal;      ///< "11 (SEGV)"
+    std::string time;        ///< "yyyy-MM-dd HH:mm:ss", local
+    std::string executable;  ///< full path
+    std::string stack;       ///< of all threads, as lines; empty if it is not known
+
+    /// The record of a process in the listing of `coredumpctl info`, the newest if there are several; none if
+    /// there is none with a process id, a signal and a time. The command line, which may carry personal
+    /// data, is not read.
+    static std::optional<CoredumpRecord> parse(std::string_view listing);
+
+    /// The crash report, and its file's name.
+    std::string text() const;
+    std::string fileName(std::string_view prefix, std::string_view host) const;
+};
+
+/// Asks the service for the newest crash of a process, which happened while this process was running, and
+/// writes "<prefix><yyyy-MM-dd-HHmmss>_<host>.crash" into `folder`, which is made if it is missing. Does
+/// nothing while the process is there or is no decimal number, and writes only once for a process. Where
+/// there is no such service a line of the log says so. Blocks for up to 5 seconds.
+void writeCoredumpRecord(const std::string& processId, const std::string& folder, std::string_view prefix);
+
+}  // namespace platform

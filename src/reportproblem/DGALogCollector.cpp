@@ -1,0 +1,15 @@
+#include "reportproblem/DGALogCollector.h"
+
+#include "reportproblem/OrvLogConstants.h"
+
+DGALogCollector::DGALogCollector() {
+    DGALogCollector::initLogFolderPath();
+}
+
+bool DGALogCollector::isExpectedLog(const std::string& name) const {
+    return isNamed(name, OrvChromeGpcLogPrefix, OrvChromeGpcLogExtension) && contains(name, OrvDGALogKeyword);
+}
+
+void DGALogCollector::initLogFolderPath() {
+    setLogFolderPath("/tmp/orvtrace/dga");
+}

@@ -1,0 +1,64 @@
+#include "platform/CoredumpRecord.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using platform::CoredumpRecord;
+
+constexpr char kListing[] = R"(           PID: 4711 (convexa)
+           UID: 1000 (ann)
+        Signal: 11 (SEGV)
+     Timestamp: Fri 2024-03-15 14:30:25 CET (2min 3s ago)
+  Command Line: /opt/convexa/bin/convexa --ticket secret Executable: no
+    Executable: /opt/convexa/bin/convexa
+          Unit: user@1000.service
+      Hostname: desk
+       Storage: /var/lib/systemd/coredump/core.convexa.1000.zst (present)
+       Message: Process 4711 (convexa) of user 1000 dumped core.
+                
+                Module libfoo.so without build-id.
+                Stack trace of thread 4711:
+                #0  0x00007f1d5b2a9e3c raise (libc.so.6 + 0x8ae3c)
+                #1  0x0000561d2a4011a6 Signal: 1 (not a field)
+
+                Stack trace of thread 4713:
+                #0  0x00007f1d5b31c59f poll (libc.so.6 + 0xfd59f)
+                ELF object binary architecture: AMD x86-64
+)";
+
+TEST(CoredumpRecordTest, ReadsWhatTheServiceKnows) {
+    const auto record = CoredumpRecord::parse(kListing);
+    ASSERT_TRUE(record);
+    EXPECT_EQ(record->fileName("Convexa_", "de/sk"), "Convexa_2024-03-15-143025_de_sk.crash");
+    EXPECT_EQ(record->text(), R"(Process: 4711
+Executable: /opt/convexa/bin/convexa
+Date: 2024-03-15 14:30:25
+Signal: 11 (SEGV)
+
+Stack trace of thread 4711:
+#0  0x00007f1d5b2a9e3c raise (libc.so.6 + 0x8ae3c)
+#1  0x0000561d2a4011a6 Signal: 1 (not a field)
+Stack trace of thread 4713:
+#0  0x00007f1d5b31c59f poll (libc.so.6 + 0xfd59f)
+ELF object binary architecture: AMD x86-64
+)");
+}
+
+TEST(CoredumpRecordTest, TakesTheLastOfSeveralAndLessThanAll) {
+    const auto record = CoredumpRecord::parse(std::string(kListing) +
+                                              "\n           PID: 4712 (convexa)\n        Signal: 6 (ABRT)\n"
+                                              "     Timestamp: Sat 2024-03-16 09:00:00 CET (1s ago)");
+    ASSERT_TRUE(record);
+    EXPECT_EQ(record->text(), "Process: 4712\nExecutable: \nDate: 2024-03-16 09:00:00\nSignal: 6 (ABRT)\n");
+}
+
+TEST(CoredumpRecordTest, RefusesWhatIsNoRecord) {
+    for (const char* listing : {"", "\n\n", "No coredumps found.\n", "PID: 4711\nSignal: 11\n",
+                                "PID: 4711\nSignal: 11\nTimestamp: n/a\n",
+                                "PID: ../x\nSignal: 11\nTimestamp: 2024-03-15 14:30:25\n",
+                                "PID: 4711\nTimestamp: 2024-03-15 14:30:25\n", "PID: ", ": : :\n"})
+        EXPECT_FALSE(CoredumpRecord::parse(listing)) << listing;
+}
+
+}  // namespace
