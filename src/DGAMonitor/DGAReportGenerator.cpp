@@ -302,7 +302,7 @@ std::optional<DGAReportGenerator::Paths> DGAReportGenerator::allCrashLogs() {
     Paths reports;
     for (const auto& name : platform::namesInFolder(folder)) {
         if (name.starts_with(kDGAKTCrashLogPrefix))
-            reports.push_back(folder + "/" + name);
+            reports.push_back(fmt::format("{}/{}", folder, name));
     }
     return reports;
 }
@@ -319,7 +319,7 @@ DGAReportGenerator::Paths DGAReportGenerator::allLogsInFolder(const std::string&
     const std::string path = libraryFolder(folder);
     Paths logs = platform::namesInFolder(path);
     for (auto& log : logs)
-        log = path + "/" + log;
+        log = fmt::format("{}/{}", path, log);
     return logs;
 }
 

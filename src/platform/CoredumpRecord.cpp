@@ -19,7 +19,7 @@ namespace {
 
 constexpr char kService[] = "/usr/bin/coredumpctl";
 constexpr size_t kTimeLength = 19;
-constexpr size_t kMaxStackLength = 256 * 1024;
+constexpr size_t kMaxStackLength = size_t{256} * 1024;
 
 bool isBlank(std::string_view text) {
     return text.find_first_not_of(" \t\r") == std::string_view::npos;

@@ -1,5 +1,7 @@
 #include "reportproblem/LogCollector.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <iterator>
 
@@ -51,7 +53,7 @@ void LogCollector::findAllLogs() {
     const std::string folder = platform::expandTilde(logFolderPath_);
     for (const auto& name : namesIn(logFolderPath_)) {
         if (isExpectedLog(name))
-            allLogs_.push_back(folder + "/" + name);
+            allLogs_.push_back(fmt::format("{}/{}", folder, name));
     }
 }
 

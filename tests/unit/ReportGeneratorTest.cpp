@@ -90,7 +90,7 @@ protected:
         };
     }
 
-    ~ReportGeneratorRunTest() override {
+    void TearDown() override {
         fs::remove_all(fs::path(home) / "Library");
         fs::remove("/tmp/orvgpc.ovt");
         fs::remove_all("/tmp/orvtrace/cws");

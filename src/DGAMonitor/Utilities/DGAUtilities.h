@@ -100,6 +100,7 @@ public:
 
     /// Removes the oldest of these entries of the folder of reports, at least one: 5 stay of group 1, the
     /// trace folders, and 25 of every other.
+    // NOLINTNEXTLINE(bugprone-reserved-identifier): a given name
     static void dga__removeExcessiveFile(int groupCode, const std::vector<std::string>& fileNameArr);
 
     // System resources
