@@ -29,6 +29,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kGraceForLeftBehind{500};
 // How often a system without pidfd_open is asked whether the program has ended.
 constexpr std::chrono::milliseconds kAskAgain{20};
+constexpr int64_t kLongestPoll = 3600000;
 
 class Handle {
 public:
@@ -175,7 +176,7 @@ int timeoutUntil(const std::optional<Clock::time_point>& end) {
     if (!end)
         return -1;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(*end - Clock::now()).count();
-    return static_cast<int>(std::clamp<int64_t>(left, 0, 60 * 60 * 1000));
+    return static_cast<int>(std::clamp<int64_t>(left, 0, kLongestPoll));
 }
 
 void waitForEnd(Child& child, TaskResult& result) {
@@ -225,7 +226,7 @@ TaskResult runTask(const Task& task) {
     return child ? finish(std::move(*child)) : TaskResult();
 }
 
-bool startTask(Task task, std::function<void(const TaskResult&)> ended) {
+bool startTask(const Task& task, std::function<void(const TaskResult&)> ended) {
     auto child = start(task);
     if (!child)
         return false;

@@ -48,7 +48,7 @@ TaskResult runTask(const Task& task);
 
 /// Starts a program and returns at once. `ended`, which may be empty, is called on a thread of its own when
 /// the program has ended. False, and it is never called, if the program cannot be started.
-bool startTask(Task task, std::function<void(const TaskResult&)> ended);
+bool startTask(const Task& task, std::function<void(const TaskResult&)> ended);
 
 /// The program that a command path means: that file, or where the system has none the bundled tool of the
 /// same file name (BundleInfo::helperFolder()), if there is one.

@@ -1,14 +1,18 @@
-#include <glib.h>
+#include <gio/gio.h>
 #include <gmock/gmock.h>
 #include <png.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <future>
+#include <thread>
 
 #include "tools/screencapture/Options.h"
 #include "tools/screencapture/PictureFile.h"
+#include "tools/screencapture/Portal.h"
 #include "tools/sw_vers/OsRelease.h"
 #include "tools/system_profiler/SystemProfile.h"
 
@@ -296,6 +300,106 @@ TEST(PictureFileTest, WritesAndCopiesSafely) {
     EXPECT_NE(tools::writePng(picture, "/tmp/pictures/dangling.png"), "");
     EXPECT_NE(tools::writePng({0, 0, {}}, "/tmp/pictures/none.png"), "");
     EXPECT_FALSE(fs::exists("/tmp/pictures/none.png"));
+}
+
+// A desktop portal on the session bus that answers with a given code and file address.
+class FakePortal {
+public:
+    FakePortal(unsigned code, std::string uri, bool ownPath)
+        : code_(code), uri_(std::move(uri)), ownPath_(ownPath) {
+        std::promise<void> ready;
+        thread_ = std::thread([this, &ready] { serve(ready); });
+        ready.get_future().wait();
+    }
+    ~FakePortal() {
+        g_main_loop_quit(loop_);
+        thread_.join();
+        g_main_loop_unref(loop_);
+    }
+    FakePortal(const FakePortal&) = delete;
+    FakePortal& operator=(const FakePortal&) = delete;
+
+private:
+    void serve(std::promise<void>& ready) {
+        GMainContext* context = g_main_context_new();
+        g_main_context_push_thread_default(context);
+        loop_ = g_main_loop_new(context, FALSE);
+        const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                                             G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+        GDBusConnection* bus = g_dbus_connection_new_for_address_sync(getenv("DBUS_SESSION_BUS_ADDRESS"),
+                                                                      flags, nullptr, nullptr, nullptr);
+        GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(
+            "<node><interface name='org.freedesktop.portal.Screenshot'><method name='Screenshot'>"
+            "<arg type='s' direction='in'/><arg type='a{sv}' direction='in'/><arg type='o' direction='out'/>"
+            "</method></interface></node>",
+            nullptr);
+        const GDBusInterfaceVTable table{answer, nullptr, nullptr, {}};
+        g_dbus_connection_register_object(bus, "/org/freedesktop/portal/desktop", node->interfaces[0], &table,
+                                          this, nullptr, nullptr);
+        g_variant_unref(g_dbus_connection_call_sync(
+            bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
+            g_variant_new("(su)", "org.freedesktop.portal.Desktop", 0U), nullptr, G_DBUS_CALL_FLAGS_NONE, -1,
+            nullptr, nullptr));
+        ready.set_value();
+        g_main_loop_run(loop_);
+        g_dbus_connection_close_sync(bus, nullptr, nullptr);
+        g_object_unref(bus);
+        g_dbus_node_info_unref(node);
+        g_main_context_pop_thread_default(context);
+        g_main_context_unref(context);
+    }
+
+    static void answer(GDBusConnection* bus, const char* sender, const char*, const char*, const char*,
+                       GVariant* parameters, GDBusMethodInvocation* call, gpointer data) {
+        const auto* self = static_cast<FakePortal*>(data);
+        GVariant* options = g_variant_get_child_value(parameters, 1);
+        const char* token = "";
+        g_variant_lookup(options, "handle_token", "&s", &token);
+        std::string name = sender + 1;
+        std::replace(name.begin(), name.end(), '.', '_');
+        const std::string path =
+            "/org/freedesktop/portal/desktop/request/" + name + "/" + (self->ownPath_ ? "own" : token);
+        g_variant_unref(options);
+        GVariantBuilder results;
+        g_variant_builder_init(&results, G_VARIANT_TYPE_VARDICT);
+        if (!self->uri_.empty())
+            g_variant_builder_add(&results, "{sv}", "uri", g_variant_new_string(self->uri_.c_str()));
+        g_dbus_method_invocation_return_value(call, g_variant_new("(o)", path.c_str()));
+        if (self->ownPath_)
+            g_usleep(300000);
+        g_dbus_connection_emit_signal(bus, nullptr, path.c_str(), "org.freedesktop.portal.Request",
+                                      "Response", g_variant_new("(ua{sv})", self->code_, &results), nullptr);
+    }
+
+    unsigned code_;
+    std::string uri_;
+    bool ownPath_;
+    GMainLoop* loop_ = nullptr;
+    std::thread thread_;
+};
+
+TEST(PortalTest, TakesTheDesktopsAnswer) {
+    EXPECT_FALSE(tools::screenshotFromPortal().reached);
+    struct Case {
+        unsigned code;
+        const char* uri;
+        bool ownPath;
+        const char* path;
+    };
+    const Case cases[] = {
+        {0, "file:///tmp/a%20shot.png", false, "/tmp/a shot.png"},
+        {0, "file:///tmp/late.png", true, "/tmp/late.png"},
+        {1, "file:///tmp/refused.png", false, ""},
+        {0, "https://elsewhere.test/shot.png", false, ""},
+        {0, "", false, ""},
+    };
+    for (const auto& c : cases) {
+        const FakePortal portal(c.code, c.uri, c.ownPath);
+        const auto answer = tools::screenshotFromPortal();
+        EXPECT_TRUE(answer.reached) << c.uri << answer.fault;
+        EXPECT_EQ(answer.path, c.path) << c.uri;
+        EXPECT_EQ(answer.fault.empty(), !answer.path.empty()) << c.uri;
+    }
 }
 
 }  // namespace

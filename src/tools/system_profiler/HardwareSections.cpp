@@ -56,8 +56,10 @@ Items machineItems(const Sources& sources) {
          {"sys_vendor", "product_name", "product_version", "product_family", "board_vendor", "board_name",
           "chassis_type", "bios_vendor", "bios_version", "bios_date"})
         add(machine, name, firstLine(folder + name));
-    if (machine.empty())  // boards without DMI
-        add(machine, "product_name", trimmed(fileText(sources.proc + "/device-tree/model", 256).c_str()));
+    if (machine.empty()) {  // boards without DMI
+        const std::string model = fileText(sources.proc + "/device-tree/model", 256);
+        add(machine, "product_name", trimmed(model.substr(0, model.find('\0'))));
+    }
     return machine.empty() ? Items{} : Items{machine};
 }
 

@@ -20,7 +20,8 @@ std::string versionOf(const std::map<std::string, std::string>& packages, const 
 std::string inSearchPath(const std::string& searchPath, const std::string& program) {
     std::istringstream folders(searchPath);
     for (std::string folder; std::getline(folders, folder, ':');) {
-        const std::string path = folder + "/" + program;
+        std::string path = folder;
+        path.append("/").append(program);
         if (!folder.empty() && folder.front() == '/' && access(path.c_str(), X_OK) == 0)
             return path;
     }
