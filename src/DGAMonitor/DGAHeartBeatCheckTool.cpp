@@ -194,7 +194,10 @@ void DGAHeartBeatCheckTool::findProcess(DGAWatchVerdict verdict) {
 void DGAHeartBeatCheckTool::dealCrash() {
     const int64_t serviceType = record().serviceType;
     DGAUtilities::dga_recordCPUMemoryInfo();
-    parts_.generator->startOnceGenerateReportIfScreenShot(false, true, true, serviceType, nullptr);
+    // The delegate is told of an archive only; where none could be made, the end of the run has to do, or the
+    // assistant would outlive its client for ever.
+    parts_.generator->startOnceGenerateReportIfScreenShot(false, true, true, serviceType,
+                                                          [] { record().readyToQuit = true; });
     platform::performOnMain([self = std::weak_ptr(self_), serviceType] {
         if (const auto tool = self.lock())
             tool->judgeIfShowReportWindow();

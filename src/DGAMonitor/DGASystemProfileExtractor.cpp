@@ -8,6 +8,12 @@
 #include "platform/Task.h"
 #include "support/ORVNLogger.h"
 
+namespace {
+
+constexpr uint64_t kLargestProfile = 16'777'216;
+
+}  // namespace
+
 void DGASystemProfileExtractor::generateSystemProfiler(const std::string& path,
                                                        const std::string& detailLevel) {
     ORVN_LOG_METHOD();
@@ -23,6 +29,7 @@ void DGASystemProfileExtractor::generateSystemProfiler(const std::string& path,
     task.output = platform::Task::Output::toHandle;
     task.handle = file;
     task.limit = std::chrono::minutes(2);
+    task.largestFile = kLargestProfile;
     platform::runTask(task);
     close(file);
 }

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -138,8 +139,12 @@ std::optional<Child> start(const Task& task) {
     if (task.limit.count() > 0)
         child.end = Clock::now() + task.limit;
     const int error = spawn(task, child);
-    if (error == 0)
+    if (error == 0) {
+        const rlimit size{task.largestFile, task.largestFile};
+        if (task.largestFile > 0 && prlimit(child.pid, RLIMIT_FSIZE, &size, nullptr) != 0)
+            report(4, "the size of what " + task.program + " writes is not limited");
         return child;
+    }
     report(8, "cannot start " + task.program + ": " + std::generic_category().message(error));
     return std::nullopt;
 }
