@@ -21,6 +21,7 @@
 namespace {
 
 using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
 using platform::MessagePort;
 using platform::RunLoop;
 
@@ -104,8 +105,7 @@ TEST_F(MessagePortTest, AFloodKeepsTheLoopTurning) {
         EXPECT_EQ(id, arrived);
         if (++arrived == kMessages)
             RunLoop::current().stop();
-        const auto until = std::chrono::steady_clock::now() + 20us;
-        while (std::chrono::steady_clock::now() < until) {
+        for (const auto until = Clock::now() + 20us; Clock::now() < until;) {
         }
     });
     ASSERT_TRUE(port_);
@@ -117,10 +117,10 @@ TEST_F(MessagePortTest, AFloodKeepsTheLoopTurning) {
             stream += frame("x", i);
         peer.send(stream);
     });
-    auto last = std::chrono::steady_clock::now();
+    auto last = Clock::now();
     auto longest = 0ns;
     platform::Timer beat(RunLoop::current(), 1ms, true, [&] {
-        const auto now = std::chrono::steady_clock::now();
+        const auto now = Clock::now();
         longest = std::max<std::chrono::nanoseconds>(longest, now - last);
         last = now;
     });
@@ -184,7 +184,7 @@ TEST_F(MessagePortTest, APeerOfAnotherUserIsRefused) {
 }
 
 TEST_F(MessagePortTest, FindsTheRuntimeFolderAndRefusesAnOpenOne) {
-    const std::string given = std::getenv("XDG_RUNTIME_DIR") ? std::getenv("XDG_RUNTIME_DIR") : "";
+    const std::string given = std::getenv("XDG_RUNTIME_DIR");
     const std::string deep = "/tmp/" + std::string(100, 'd') + "/" + std::string(100, 'e');
     std::filesystem::create_directories(deep);
     std::filesystem::permissions(deep, std::filesystem::perms::owner_all);

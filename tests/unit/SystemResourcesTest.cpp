@@ -240,7 +240,6 @@ TEST(ProcessRecords, AreReadFromAListing) {
         {"h\n  1  12.5 2047 /opt/a b/c d\n2 0.0 1 /e",
          {{"1", "12.5", "2047", "c d"}, {"2", "0.0", "1", "e"}}},
         {"h\n1 2.0 3 [kthread]\n\n1 2.0/x\n/x\n 1 2.0 /y\n4 5.0 6 rel/z\n", {{"4", "5.0", "6", "z"}}},
-        {"h\n1 2.0 3 /folder/\n", {{"1", "2.0", "3", ""}}},
         {"h\n1 2.0 3 /" + wide.substr(1) + "\n4 5.0 6 /b\n",
          {{"1", "2.0", "3", wide.substr(1)}, {"4", "5.0", "6", "b"}}},
         {"h\n1 2.0 3 /" + wide + "cut\n4 5.0 6 /b\n", {{"1", "2.0", "3", wide}, {"4", "5.0", "6", "b"}}},
@@ -265,15 +264,9 @@ TEST(ProcessRecords, TopFiveWithClientAndOwn) {
         const char* own;
         std::string top;
     } cases[] = {
-        {0, "1", "2", "none"},
-        {5, "1", "2", "none"},
-        {6, "1", "2", "1 2 3 4 5 "},
-        {10, "9", "3", "1 2 3 4 5 9 "},
-        {10, "3", "9", "1 2 3 4 5 9 "},
-        {10, "9", "7", "1 2 3 4 5 7 9 "},
-        {10, "7", "9", "1 2 3 4 5 7 9 "},
-        {10, "x", "y", "1 2 3 4 5 "},
-        {10, "x", "10", "1 2 3 4 5 10 "},
+        {5, "1", "2", "none"},          {6, "1", "2", "1 2 3 4 5 "},
+        {10, "9", "3", "1 2 3 4 5 9 "}, {10, "9", "7", "1 2 3 4 5 7 9 "},
+        {10, "x", "y", "1 2 3 4 5 "},   {10, "x", "10", "1 2 3 4 5 10 "},
     };
     for (const auto& each : cases) {
         const auto is = [](const char* id) {
@@ -345,25 +338,17 @@ TEST_F(ResourceTrace, SamplesCountOnlyWithProcesses) {
     // The machine may have been idle since the reading before; its memory is never unused.
     EXPECT_TRUE(first[0] == "30,1,1,cpu total used,#,,1,," + own_ ||
                 first[0] == "30,1,1,cpu total used,0,,1,," + own_);
-    const std::vector<std::string> expected = {
-        "30,1,1,memory total used,#,,1,," + own_,
-        std::string("30,1,1,cpu usage,99.9,-,1,,") + kNoProcess,
-        std::string("30,1,1,memory usage,1.0,-,1,,") + kNoProcess,
-        "30,1,1,cpu usage,12.5,app2,1,,2",
-        "30,1,1,memory usage,1.0,app2,1,,2",
-        "30,1,1,cpu usage,3.0," + ownName_ + ",1,," + own_,
-        "30,1,1,memory usage,4.0," + ownName_ + ",1,," + own_,
-        "30,1,1,cpu usage,12.5,app4,1,,4",
-        "30,1,1,memory usage,1.0,app4,1,,4",
-        "30,1,1,cpu usage,12.5,app5,1,,5",
-        "30,1,1,memory usage,1.0,app5,1,,5",
-        "30,1,1,cpu usage,12.5,app9,1,,9",
-        "30,1,1,memory usage,1.0,app9,1,,9",
-    };
+    std::vector<std::string> expected = {"30,1,1,memory total used,#,,1,," + own_};
+    const std::string rows[][4] = {{"99.9", "1.0", "-", kNoProcess}, {"12.5", "1.0", "app2", "2"},
+                                   {"3.0", "4.0", ownName_, own_},   {"12.5", "1.0", "app4", "4"},
+                                   {"12.5", "1.0", "app5", "5"},     {"12.5", "1.0", "app9", "9"}};
+    for (const auto& [cpu, memory, name, id] : rows) {
+        expected.push_back("30,1,1,cpu usage," + cpu + "," + name + ",1,," + id);
+        expected.push_back("30,1,1,memory usage," + memory + "," + name + ",1,," + id);
+    }
     EXPECT_EQ(std::vector<std::string>(first.begin() + 1, first.end()), expected);
 
-    for (const auto& none :
-         {std::optional<std::string>(), std::optional<std::string>(listingOf(processes(5)))}) {
+    for (const auto& none : {std::optional<std::string>(), std::optional(listingOf(processes(5)))}) {
         listing = none;
         sampler.writeIntoCSV();
         const auto totals = newRecords();
@@ -377,38 +362,36 @@ TEST_F(ResourceTrace, SamplesCountOnlyWithProcesses) {
 
 TEST_F(ResourceTrace, OneShotRecordsMachineClientAndOwn) {
     for (const bool clientLives : {false, true}) {
-        session_.pID.set(clientLives ? own_ : kNoProcess);
+        const std::string client = clientLives ? own_ : kNoProcess;
+        session_.pID.set(client);
         DGAUtilities::dga_recordCPUMemoryInfo();
         const auto records = newRecords();
         ASSERT_EQ(records.size(), 6U);
-        EXPECT_TRUE(records[0].starts_with("30,3,1,cpu total used,")) << records[0];
-        EXPECT_EQ(records[1], "30,3,1,memory total used,#,,0,," + own_);
-        if (!clientLives) {
-            EXPECT_EQ(records[2], std::string("30,3,1,cpu usage,0,,0,,") + kNoProcess);
-            EXPECT_EQ(records[3], std::string("30,3,1,memory usage,0,,0,,") + kNoProcess);
-        }
-        const std::string end = "," + ownName_ + ",0,," + own_;
-        for (size_t i = clientLives ? 2 : 4; i < records.size(); ++i) {
-            const char* const kinds[] = {"cpu usage", "memory usage", "DGA cpu usage", "DGA memory usage"};
-            EXPECT_TRUE(records[i].starts_with(std::string("30,3,1,") + kinds[i - 2] + ",")) << records[i];
-            EXPECT_TRUE(records[i].ends_with(end)) << records[i];
+        const std::string clientName = clientLives ? ownName_ : "";
+        const std::pair<const char*, std::string> expected[] = {
+            {"cpu total used,", ",,0,," + own_},
+            {"memory total used,#", ",,0,," + own_},
+            {clientLives ? "cpu usage," : "cpu usage,0,", "," + clientName + ",0,," + client},
+            {clientLives ? "memory usage," : "memory usage,0,", "," + clientName + ",0,," + client},
+            {"DGA cpu usage,", "," + ownName_ + ",0,," + own_},
+            {"DGA memory usage,", "," + ownName_ + ",0,," + own_},
+        };
+        for (size_t i = 0; i < records.size(); ++i) {
+            EXPECT_TRUE(records[i].starts_with(std::string("30,3,1,") + expected[i].first)) << records[i];
+            EXPECT_TRUE(records[i].ends_with(expected[i].second)) << records[i];
         }
         EXPECT_FALSE(records[5].starts_with("30,3,1,DGA memory usage,0,")) << "this program uses memory";
     }
 }
 
-/// How often each thread of that name has been woken so far.
-std::vector<std::string> wakeUpsOf(const std::string& threadName) {
+/// How often the sampler threads have been woken so far.
+std::vector<std::string> samplerWakeUps() {
     std::vector<std::string> counts;
     for (const auto& task : fs::directory_iterator("/proc/self/task")) {
         std::ifstream file(task.path() / "status");
-        std::string name;
-        for (std::string line; std::getline(file, line);) {
-            if (line.starts_with("Name:\t"))
-                name = line.substr(6);
-            else if (name == threadName && line.starts_with("voluntary_ctxt_switches:"))
-                counts.push_back(line);
-        }
+        const std::string status(std::istreambuf_iterator<char>(file), {});
+        if (status.starts_with("Name:\tdga-sampler\n"))
+            counts.push_back(status.substr(status.find("voluntary_ctxt_switches:")));
     }
     return counts;
 }
@@ -424,10 +407,10 @@ TEST_F(ResourceTrace, SamplerSleepsBetweenTicks) {
         idle.startChecking();
         idle.startChecking();
         std::this_thread::sleep_for(300ms);
-        const auto before = wakeUpsOf("dga-sampler");
+        const auto before = samplerWakeUps();
         EXPECT_EQ(before.size(), 1U) << "one thread, however often it is started";
         std::this_thread::sleep_for(300ms);
-        EXPECT_EQ(wakeUpsOf("dga-sampler"), before);
+        EXPECT_EQ(samplerWakeUps(), before);
         EXPECT_EQ(samples, 0) << "no sample at once";
     }
     DGASystemResourceCheckingManager busy(source, 10ms);

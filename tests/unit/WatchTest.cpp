@@ -401,19 +401,16 @@ TEST_F(WatchTest, EndsWhileTheWatchWaitsForTheMainThread) {
     EXPECT_EQ(factory->prompts, 0);
 }
 
-TEST_F(WatchTest, TargetToolAnswersTheNotifications) {
+TEST_F(WatchTest, SecondGoodbyeAsksForNoSecondReport) {
     DGADealNotifTargetTool target(parts(), generator);
     target.dealNormalQuitFromClient({});
     target.dealNormalQuitFromClient({});
     EXPECT_EQ(generator->requests, (std::vector<RecordingGenerator::Request>{{false, true, false, 1}}));
-    EXPECT_TRUE(record().clientHasQuit);
     EXPECT_FALSE(record().readyToQuit);
     generator->completion();
     EXPECT_TRUE(record().readyToQuit);
-
     target.dealGenerateReportFromClient({});
-    EXPECT_EQ(reportWindowsShown(), 1);
-    EXPECT_TRUE(serveUntil([&] { return factory->report->broughtToFront > 0; }));
+    EXPECT_TRUE(serveUntil([&] { return factory->report && factory->report->broughtToFront > 0; }));
 }
 
 TEST(ReportGeneratorTest, OnceIsOnceForAllInstances) {
