@@ -360,6 +360,7 @@ TEST_F(WatchTest, QuitAndSendEndsOnlyTheWatchedProcess) {
         ASSERT_TRUE(promptIsUp());
         tree.put(id, sameProcess ? 100 : 101);
         factory->prompt->delegate.lock()->frozeWindowButtonDidClickWithIndex(0);
+        RunLoop::main().runFor(50ms);  // time for a signal to take effect
         EXPECT_EQ(client.ends(sameProcess), sameProcess);
         EXPECT_TRUE(factory->report->clientWasFrozen);
         EXPECT_FALSE(record().isFreeze);
