@@ -118,13 +118,15 @@ TEST_F(QuitTest, LeavesNothingBehindWhileRecordsPourIn) {
     EXPECT_TRUE(fs::is_empty(runtime)) << "the port's socket";
 }
 
-TEST_F(QuitTest, EndOfSessionKeepsTheTrace) {
+class EndOfSessionTest : public QuitTest, public testing::WithParamInterface<int> {};
+
+TEST_P(EndOfSessionTest, KeepsTheTrace) {
     EXPECT_EXIT(
         {
             const platform::TerminationSignal termination([] { AppDelegate::applicationWillTerminate(); });
             for (int i = 0; i < 100; ++i)
                 saveRecord("record");
-            std::raise(SIGTERM);
+            std::raise(GetParam());
             platform::RunLoop::main().run();
             _exit(kStayed);
         },
@@ -133,6 +135,7 @@ TEST_F(QuitTest, EndOfSessionKeepsTheTrace) {
     std::ifstream file(traces().front());
     EXPECT_EQ(std::count(std::istreambuf_iterator<char>(file), {}, '\n'), 100);
 }
+INSTANTIATE_TEST_SUITE_P(Signals, EndOfSessionTest, testing::Values(SIGTERM, SIGINT));
 
 TEST_F(QuitTest, RemovalNeverFollowsALink) {
     const fs::path outside = "/tmp/quit-test-outside";
