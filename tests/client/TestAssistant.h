@@ -1,8 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
-#include <vector>
 
 #include "orvane_dga_client.h"
 
@@ -24,36 +24,17 @@ private:
     std::string path_;
 };
 
-/// An environment variable, set (or, with nullptr, unset) for a while.
+/// An environment variable, set for a while.
 class Environment {
 public:
-    Environment(const char* name, const char* value);
+    Environment(const char* name, const std::string& value);
     ~Environment();
     Environment(const Environment&) = delete;
     Environment& operator=(const Environment&) = delete;
 
 private:
-    std::string name_;
-    std::string before_;
-    bool wasSet_;
-};
-
-/// A message bus of its own, as the session bus, until it is destroyed.
-class PrivateBus {
-public:
-    PrivateBus();
-    ~PrivateBus();
-    PrivateBus(const PrivateBus&) = delete;
-    PrivateBus& operator=(const PrivateBus&) = delete;
-    bool isRunning() const { return address_ != nullptr; }
-
-    /// Ends the daemon early.
-    void stop();
-
-private:
-    TemporaryFolder folder_;
-    GPid daemon_ = 0;
-    std::unique_ptr<Environment> address_;
+    const char* name_;
+    std::optional<std::string> before_;
 };
 
 /// Shell text that posts the ready notification of the process that runs it.
@@ -77,18 +58,13 @@ private:
     GError* error_ = nullptr;
 };
 
-/// A started assistant; ended and freed at the end.
-class Assistant {
-public:
-    explicit Assistant(const std::string& path);
-    ~Assistant();
-    Assistant(const Assistant&) = delete;
-    Assistant& operator=(const Assistant&) = delete;
-    OrvaneDga* get() const { return dga_; }
-    GPid pid() const { return orvane_dga_pid(dga_); }
-
-private:
-    OrvaneDga* dga_;
+/// Ends and frees a started assistant.
+struct EndAssistant {
+    void operator()(OrvaneDga* dga) const;
 };
+using Assistant = std::unique_ptr<OrvaneDga, EndAssistant>;
+
+/// Starts a program, which must succeed.
+Assistant startAssistant(const std::string& path);
 
 }  // namespace clienttest

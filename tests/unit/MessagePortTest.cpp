@@ -21,6 +21,7 @@
 namespace {
 
 using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
 using platform::MessagePort;
 using platform::RunLoop;
 
@@ -34,24 +35,19 @@ std::string frame(const std::string& bytes, int32_t id = 0) {
 
 class Peer {
 public:
-    explicit Peer(const std::string& path) : socket_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    explicit Peer(const std::string& path) {
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
-        std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-        connected_ = connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        connected = connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
     }
     ~Peer() { close(socket_); }
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
 
-    bool connected() const { return connected_; }
     void send(std::string_view bytes) const {
-        while (!bytes.empty()) {
-            const ssize_t sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-            if (sent <= 0)
-                return;
-            bytes.remove_prefix(static_cast<size_t>(sent));
-        }
+        // Blocks until everything is taken, or the other end is closed.
+        ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     }
     bool isDisconnected() const {
         char byte = 0;
@@ -59,9 +55,10 @@ public:
         return count == 0 || (count < 0 && errno == ECONNRESET);
     }
 
+    bool connected = false;
+
 private:
-    int socket_;
-    bool connected_ = false;
+    int socket_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
 };
 
 class MessagePortTest : public testing::Test {
@@ -78,41 +75,27 @@ protected:
     std::vector<std::string> got_;
 };
 
-TEST_F(MessagePortTest, MessagesArriveWholeInOrderHoweverTheyAreCut) {
+TEST_F(MessagePortTest, TooLongAMessageCostsOnlyItsOwnConnection) {
     open();
     ASSERT_TRUE(port_);
     EXPECT_EQ(std::filesystem::status(port_->path()).permissions() & std::filesystem::perms::mask,
               std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
     const std::string longest(MessagePort::kMaxMessageLength, 'm');
-    const std::string stream = frame("one", 1) + frame("", -2) + frame(longest, 3) + frame("four\xFF", 4);
+    const Peer good(port_->path());
+    const Peer bad(port_->path());
+    bad.send(frame("before") + frame(longest + "m").substr(0, 8) + "after");
+    RunLoop::current().runFor(50ms);
     std::thread client([&] {
-        const Peer peer(port_->path());
-        for (const char byte : stream.substr(0, 30))
-            peer.send({&byte, 1});
-        peer.send(stream.substr(30));
+        good.send(frame("", -2) + frame(longest, 3) + frame("four\xFF", 4));
         const Peer other(port_->path());
         other.send(frame("last") + frame("never whole").substr(0, 12));
     });
-    RunLoop::current().runFor(500ms);
+    RunLoop::current().runFor(200ms);
     client.join();
-    const std::vector<std::string> expected = {"1:one", "-2:(none)", "3:" + longest, "4:four\xFF", "0:last"};
-    EXPECT_TRUE(got_ == expected) << got_.size() << " messages";
-}
-
-TEST_F(MessagePortTest, TooLongAMessageCostsOnlyItsOwnConnection) {
-    open();
-    ASSERT_TRUE(port_);
-    const Peer good(port_->path());
-    const Peer bad(port_->path());
-    std::string header = frame("");
-    const uint32_t length = MessagePort::kMaxMessageLength + 1;
-    std::memcpy(header.data() + 4, &length, 4);
-    bad.send(frame("before") + header + "after");
-    RunLoop::current().runFor(100ms);
-    good.send(frame("fine"));
-    RunLoop::current().runFor(100ms);
     EXPECT_TRUE(bad.isDisconnected());
-    EXPECT_EQ(got_, (std::vector<std::string>{"0:before", "0:fine"}));
+    const std::vector<std::string> expected = {"0:before", "-2:(none)", "3:" + longest, "4:four\xFF",
+                                               "0:last"};
+    EXPECT_TRUE(got_ == expected) << got_.size() << " messages";
 }
 
 TEST_F(MessagePortTest, AFloodKeepsTheLoopTurning) {
@@ -122,8 +105,7 @@ TEST_F(MessagePortTest, AFloodKeepsTheLoopTurning) {
         EXPECT_EQ(id, arrived);
         if (++arrived == kMessages)
             RunLoop::current().stop();
-        const auto until = std::chrono::steady_clock::now() + 20us;
-        while (std::chrono::steady_clock::now() < until) {
+        for (const auto until = Clock::now() + 20us; Clock::now() < until;) {
         }
     });
     ASSERT_TRUE(port_);
@@ -135,10 +117,10 @@ TEST_F(MessagePortTest, AFloodKeepsTheLoopTurning) {
             stream += frame("x", i);
         peer.send(stream);
     });
-    auto last = std::chrono::steady_clock::now();
+    auto last = Clock::now();
     auto longest = 0ns;
     platform::Timer beat(RunLoop::current(), 1ms, true, [&] {
-        const auto now = std::chrono::steady_clock::now();
+        const auto now = Clock::now();
         longest = std::max<std::chrono::nanoseconds>(longest, now - last);
         last = now;
     });
@@ -154,10 +136,7 @@ TEST_F(MessagePortTest, ANameIsTakenByTheLivingOnly) {
     ASSERT_TRUE(port_);
     const std::string path = port_->path();
     EXPECT_FALSE(MessagePort::createLocal("name", nullptr)) << "someone listens";
-    {
-        const Peer peer(path);
-        EXPECT_TRUE(peer.connected());
-    }
+    EXPECT_TRUE(Peer(path).connected);
     port_.reset();
     EXPECT_FALSE(std::filesystem::exists(path)) << "closing removes the socket";
 
@@ -192,7 +171,7 @@ TEST_F(MessagePortTest, APeerOfAnotherUserIsRefused) {
         const Peer peer(port_->path());
         peer.send(frame("intruder"));
         std::this_thread::sleep_for(100ms);
-        _exit(peer.connected() && peer.isDisconnected() ? 0 : 1);
+        _exit(peer.connected && peer.isDisconnected() ? 0 : 1);
     }
     RunLoop::current().runFor(300ms);
     int status = 0;
@@ -205,7 +184,7 @@ TEST_F(MessagePortTest, APeerOfAnotherUserIsRefused) {
 }
 
 TEST_F(MessagePortTest, FindsTheRuntimeFolderAndRefusesAnOpenOne) {
-    const std::string given = std::getenv("XDG_RUNTIME_DIR") ? std::getenv("XDG_RUNTIME_DIR") : "";
+    const std::string given = std::getenv("XDG_RUNTIME_DIR");
     const std::string deep = "/tmp/" + std::string(100, 'd') + "/" + std::string(100, 'e');
     std::filesystem::create_directories(deep);
     std::filesystem::permissions(deep, std::filesystem::perms::owner_all);
@@ -224,8 +203,7 @@ TEST_F(MessagePortTest, FindsTheRuntimeFolderAndRefusesAnOpenOne) {
     setenv("XDG_RUNTIME_DIR", given.c_str(), 1);
 }
 
-class RecordingSink : public DgaIpcMessageSink {
-public:
+struct RecordingSink final : DgaIpcMessageSink {
     void onMessageWithJsonData(const std::optional<std::string>& jsonData) override {
         got.push_back(jsonData.value_or("(none)"));
     }
@@ -234,24 +212,22 @@ public:
 
 TEST(MessageListener, OneListenerAProcessAndOnlyUtf8Text) {
     RecordingSink sink;
-    RecordingSink secondSink;
     DgaIpcMessageListener listener;
     listener.initWithJsonMessageSink(&sink);
     ASSERT_TRUE(listener.isListening());
     {
         DgaIpcMessageListener second;
-        second.initWithJsonMessageSink(&secondSink);
+        second.initWithJsonMessageSink(nullptr);
         EXPECT_FALSE(second.isListening());
     }
     const char* folder = std::getenv("XDG_RUNTIME_DIR");
     ASSERT_TRUE(folder);
     const Peer peer(std::string(folder) + "/com.tellan.orvane.orvanedga." + std::to_string(getpid()));
-    ASSERT_TRUE(peer.connected());
+    ASSERT_TRUE(peer.connected);
     peer.send(frame("{}") + frame("") + frame("\xC3\x28") + frame("grüße"));
     RunLoop::current().runFor(100ms);
     EXPECT_EQ(sink.got, (std::vector<std::string>{"{}", "(none)", "grüße"}))
         << "the second listener's end must not cut off the first";
-    EXPECT_TRUE(secondSink.got.empty());
 }
 
 }  // namespace
