@@ -26,7 +26,8 @@ struct Task {
     int handle = -1;  ///< stays the caller's
     /// After this long the program and its process group are killed; 0 for no limit.
     std::chrono::milliseconds limit{0};
-    /// No file that the program writes grows beyond this; one that tries is ended by a signal. 0 for no limit.
+    /// No file that the program writes grows beyond this; one that tries is ended by a signal. 0 for no
+    /// limit.
     uint64_t largestFile = 0;
 };
 

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -53,8 +54,15 @@ protected:
 };
 
 // The clock of the file system moves in steps of a few milliseconds.
+// The kernel gives files the time of its last tick: waits for the next one, however long a tick is.
 void nextMoment() {
-    std::this_thread::sleep_for(std::chrono::milliseconds(6));
+    timespec before{};
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME_COARSE, &before);
+    do {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    } while (now.tv_sec == before.tv_sec && now.tv_nsec == before.tv_nsec);
 }
 
 TEST_F(RetentionTest, TheOldestOfTooManyGo) {

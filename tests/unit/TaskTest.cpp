@@ -133,6 +133,16 @@ TEST(TaskTest, GivesTheProgramACleanStart) {
     EXPECT_EQ(platform::runTask(shell("umask")).output, "0077\n");
 }
 
+TEST(TaskTest, EndsWhatWritesTooMuch) {
+    const std::string path = "/tmp/endless";
+    Task task = shell("sleep 0.2; yes > " + path);
+    task.largestFile = 100000;
+    task.limit = 20s;
+    const TaskResult result = platform::runTask(task);
+    EXPECT_NE(result.exitStatus == 0 && result.reason == TaskResult::kExited, true);
+    EXPECT_EQ(content(path).size(), 100000U);
+}
+
 TEST(TaskTest, EndsWhatTakesTooLong) {
     Task task = shell("sleep 60 & echo $!; sleep 60");
     task.limit = 300ms;
