@@ -101,7 +101,7 @@ void BM_Archive(benchmark::State& state) {
     }
     state.counters["times_zip"] = ours / peers;
 }
-BENCHMARK(BM_Archive)->Arg(5)->Arg(50)->Iterations(5)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Archive)->Arg(5)->Arg(50)->Arg(200)->Iterations(5)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 class AllLogs final : public LogCollector {
 public:
