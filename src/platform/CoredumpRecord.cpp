@@ -5,14 +5,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <ctime>
-#include <memory>
 #include <mutex>
 #include <set>
-#include <vector>
 
 #include "platform/PrivateFolder.h"
 #include "platform/Report.h"
+#include "platform/Task.h"
 
 namespace platform {
 namespace {
@@ -52,18 +52,15 @@ std::string timeIn(std::string_view text) {
 const std::time_t theStart = std::time(nullptr);
 
 std::string listingOf(const std::string& processId) {
-    const std::string since = "--since=@" + std::to_string(theStart);
+    Task task;
+    // Its words are read, so they have to be the untranslated ones.
+    task.program = "/usr/bin/env";
+    task.arguments = {"LC_ALL=C.UTF-8", kService, "info",
+                      "--no-pager",     "-1",     "--since=@" + std::to_string(theStart),
+                      processId};
     // A dump of gigabytes can keep the service busy; the report does not wait for it.
-    const char* const arguments[] = {
-        "/usr/bin/timeout", "-k",   "1", "5", kService, "info", "--no-pager", "-1", since.c_str(),
-        processId.c_str(),  nullptr};
-    const std::unique_ptr<char*, decltype(&g_strfreev)> environment(
-        g_environ_setenv(g_get_environ(), "LC_ALL", "C.UTF-8", TRUE), &g_strfreev);
-    char* output = nullptr;
-    g_spawn_sync(nullptr, const_cast<char**>(arguments), environment.get(), G_SPAWN_STDERR_TO_DEV_NULL,
-                 nullptr, nullptr, &output, nullptr, nullptr, nullptr);
-    const std::unique_ptr<char, decltype(&g_free)> owner(output, &g_free);
-    return output ? output : "";
+    task.limit = std::chrono::seconds(5);
+    return runTask(task).output;
 }
 
 bool makeFolders(const std::string& path) {

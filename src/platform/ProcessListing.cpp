@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/ProcessStat.h"
 #include "platform/Text.h"
 
 namespace platform {
@@ -70,46 +71,6 @@ std::string printable(std::string text) {
         },
         '?');
     return text;
-}
-
-struct ProcessStat {
-    std::string_view name;
-    char state = 0;
-    uint64_t cpuTicks = 0;
-    uint64_t startTicks = 0;
-    uint64_t residentPages = 0;
-};
-
-// "pid (name) state ...": the name may hold anything, also blanks and parentheses; behind it come numbers.
-std::optional<ProcessStat> parseStat(std::string_view text) {
-    enum Field { kState, kUserTicks = 11, kSystemTicks = 12, kStartTicks = 19, kResidentPages = 21 };
-    const size_t open = text.find('(');
-    const size_t shut = text.rfind(')');
-    if (open == std::string_view::npos || shut == std::string_view::npos || shut < open ||
-        text.size() < shut + 3)
-        return std::nullopt;
-    ProcessStat stat;
-    stat.name = text.substr(open + 1, shut - open - 1);
-    std::string_view rest = text.substr(shut + 2);
-    stat.state = rest.front();
-    for (int field = kState; field <= kResidentPages; ++field) {
-        if (rest.empty())
-            return std::nullopt;
-        const auto value = numberIn<uint64_t>(rest);
-        if (field == kUserTicks || field == kSystemTicks || field == kStartTicks || field == kResidentPages) {
-            if (!value)
-                return std::nullopt;
-            if (field == kStartTicks)
-                stat.startTicks = *value;
-            else if (field == kResidentPages)
-                stat.residentPages = *value;
-            else
-                stat.cpuTicks += *value;
-        }
-        const size_t blank = rest.find(' ');
-        rest = blank == std::string_view::npos ? std::string_view() : rest.substr(blank + 1);
-    }
-    return stat;
 }
 
 std::optional<std::string> executableIn(int processFolder) {
@@ -187,10 +148,10 @@ std::optional<Process> readProcess(int root, const char* entry) {
     // Held open, so that a process that takes over the id meanwhile is not mixed in.
     const Handle folder = openFolder(root, entry);
     char buffer[2048];
-    const auto stat = folder ? parseStat(readInto(buffer, folder.get(), "stat")) : std::nullopt;
+    const auto stat = folder ? ProcessStat::parse(readInto(buffer, folder.get(), "stat")) : std::nullopt;
     if (!stat)
         return std::nullopt;
-    return Process{{*pid, stat->startTicks, stat->cpuTicks},
+    return Process{{*pid, stat->startTime, stat->cpuTicks},
                    stat->residentPages,
                    printable(fittingLine(commandOf(folder.get(), stat->name)))};
 }
@@ -291,7 +252,7 @@ std::optional<std::string> executablePathOf(pid_t pid, const std::string& procRo
     if (!folder || fstat(folder.get(), &owner) != 0 || owner.st_uid != geteuid())
         return std::nullopt;
     char buffer[2048];
-    const auto stat = parseStat(readInto(buffer, folder.get(), "stat"));
+    const auto stat = ProcessStat::parse(readInto(buffer, folder.get(), "stat"));
     if (!stat || stat->state == 'Z' || stat->state == 'X')
         return std::nullopt;
     auto path = executableIn(folder.get());

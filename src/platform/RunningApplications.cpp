@@ -10,13 +10,13 @@
 #include <cstring>
 #include <string_view>
 
+#include "platform/ProcessStat.h"
 #include "platform/Report.h"
 
 namespace platform {
 namespace {
 
 constexpr size_t kMaxFileLength = 4096;
-constexpr int kStartTimeField = 22;
 
 // Empty, with errno, if the file cannot be read.
 std::string readBeginning(const std::string& path) {
@@ -46,27 +46,6 @@ std::optional<pid_t> decimal(const std::string& text) {
 }
 
 }  // namespace
-
-std::optional<ProcessStat> ProcessStat::parse(const std::string& text) {
-    const size_t nameEnd = text.rfind(')');
-    if (nameEnd == std::string::npos || nameEnd + 2 >= text.size())
-        return std::nullopt;
-    // What follows the name begins with field 3, the state.
-    const std::string_view rest = std::string_view(text).substr(nameEnd + 2);
-    size_t at = 0;
-    for (int field = 3; field < kStartTimeField; ++field) {
-        at = rest.find(' ', at);
-        if (at == std::string_view::npos)
-            return std::nullopt;
-        ++at;
-    }
-    ProcessStat stat;
-    stat.state = rest.front();
-    const auto parsed = std::from_chars(rest.data() + at, rest.data() + rest.size(), stat.startTime);
-    if (parsed.ec != std::errc())
-        return std::nullopt;
-    return stat;
-}
 
 // The folder of a process that may not be debugged belongs to root, whoever runs it.
 bool RunningApplications::isOwnedByUser(const std::string& folder) const {

@@ -33,13 +33,4 @@ private:
     std::string root_ = "/proc";
 };
 
-/// Reads a process's state letter and start time out of the text of its "stat" file. The name of a program,
-/// which stands in parentheses, may itself hold blanks and parentheses.
-struct ProcessStat {
-    char state = '?';
-    uint64_t startTime = 0;
-
-    static std::optional<ProcessStat> parse(const std::string& text);
-};
-
 }  // namespace platform
