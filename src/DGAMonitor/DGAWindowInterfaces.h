@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <string>
 
 // What the core asks of the windows, which a module of its own makes. Main thread.
 //
@@ -46,7 +48,13 @@ public:
 };
 
 /// The window that shows how a report is sent.
-class DGAUploadWindowInterface : public DGAWindowInterface {};
+class DGAUploadWindowInterface : public DGAWindowInterface {
+public:
+    /// Shows the window and starts to make and send a report, with or without a picture of the screen and a
+    /// profile of the system. `comment` is the user's description. An upload that was under way is abandoned.
+    virtual void showUploadWindowIfScreenShot(bool screenshot, bool systemInfo, const std::string& comment,
+                                              int64_t problemCatagory) = 0;
+};
 
 /// Makes the windows, hidden. A factory that cannot make one logs why and returns null.
 class DGAWindowFactory {

@@ -62,7 +62,11 @@ struct FakeReportWindow final : FakeWindow<DGAProblemReportingWindowInterface> {
     bool clientWasFrozen = false;
 };
 
-using FakeUploadWindow = FakeWindow<DGAUploadWindowInterface>;
+class FakeUploadWindow : public FakeWindow<DGAUploadWindowInterface> {
+public:
+    using FakeWindow::FakeWindow;
+    void showUploadWindowIfScreenShot(bool, bool, const std::string&, int64_t) override {}
+};
 
 class FakeFactory final : public DGAWindowFactory {
 public:

@@ -23,6 +23,9 @@ public:
 
     // Texts and identifiers
 
+    /// The text for an English key in the client's language; the key itself where the string table has none.
+    static std::string dga_localize(const std::string& key);
+
     /// Without the characters \ / : * ? " < > | and the full stop.
     static std::string dga_stringWithoutForbiddenSymbolFrom(std::string text);
 
