@@ -24,6 +24,18 @@ double positiveNumber(std::string_view option, std::string_view text) {
     return value;
 }
 
+// NAME=VALUE: the value is JSON, or else the text as it is.
+void setParameter(nlohmann::json& parameters, std::string_view text) {
+    const size_t sign = text.find('=');
+    if (sign == 0 || sign == std::string_view::npos) {
+        throw UsageError(fmt::format("--set: expected NAME=VALUE, found \"{}\"", text));
+    }
+    const std::string_view value = text.substr(sign + 1);
+    nlohmann::json parsed = nlohmann::json::parse(value, nullptr, false);
+    parameters[std::string(text.substr(0, sign))] =
+        parsed.is_discarded() ? nlohmann::json(value) : std::move(parsed);
+}
+
 enum : int {
     kHelp = 'h',
     kVersion = 'V',
@@ -34,21 +46,17 @@ enum : int {
     kTraceOut,
     kGroup,
     kKeep,
-    kTimeout
+    kTimeout,
+    kSet
 };
 
 const option kLongOptions[] = {
-    {"help", no_argument, nullptr, kHelp},
-    {"version", no_argument, nullptr, kVersion},
-    {"quiet", no_argument, nullptr, kQuiet},
-    {"assistant", required_argument, nullptr, kAssistant},
-    {"speed", required_argument, nullptr, kSpeed},
-    {"show", no_argument, nullptr, kShow},
-    {"group", no_argument, nullptr, kGroup},
-    {"trace-out", required_argument, nullptr, kTraceOut},
-    {"keep", no_argument, nullptr, kKeep},
-    {"timeout", required_argument, nullptr, kTimeout},
-    {nullptr, 0, nullptr, 0},
+    {"help", no_argument, nullptr, kHelp},         {"version", no_argument, nullptr, kVersion},
+    {"quiet", no_argument, nullptr, kQuiet},       {"assistant", required_argument, nullptr, kAssistant},
+    {"speed", required_argument, nullptr, kSpeed}, {"show", no_argument, nullptr, kShow},
+    {"group", no_argument, nullptr, kGroup},       {"trace-out", required_argument, nullptr, kTraceOut},
+    {"keep", no_argument, nullptr, kKeep},         {"timeout", required_argument, nullptr, kTimeout},
+    {"set", required_argument, nullptr, kSet},     {nullptr, 0, nullptr, 0},
 };
 
 void applyOption(Options& options, int which) {
@@ -84,6 +92,9 @@ void applyOption(Options& options, int which) {
         case kTimeout:
             options.timeout =
                 std::chrono::milliseconds(static_cast<int64_t>(positiveNumber("--timeout", optarg) * 1000));
+            break;
+        case kSet:
+            setParameter(options.parameters, optarg);
             break;
         default:
             break;
@@ -153,7 +164,7 @@ Plays a meeting client for the troubleshooting assistant: starts the assistant, 
 is ready and does to it, step by step, what a scenario file says.
 
 SCENARIO.json is a file, or the name of an installed scenario, with or without ".json":
-hello, meeting, freeze, crash, quit.
+hello, report, meeting, freeze, crash, quit.
 
 Options:
   --assistant PATH   the assistant's program (default: orvanedga beside this program)
@@ -164,6 +175,8 @@ Options:
   --group            as --show, the trace grouped by what its records are about, with the
                      meaning of each
   --trace-out FILE   copy the raw trace file to FILE
+  --set NAME=VALUE   put this into all session parameters of the scenario; VALUE is JSON, or
+                     else a text: --set activeLanguage=9 --set uploadURL=http://127.0.0.1/?a=b
   --keep             leave the assistant running at the end
   --timeout SECONDS  how long to wait at the end for the assistant to end by itself, before it
                      gets SIGTERM (default: 10)

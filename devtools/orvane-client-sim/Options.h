@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
 
@@ -15,9 +16,10 @@ struct Options {
     bool quiet = false;
     double speed = 1;
     std::chrono::milliseconds timeout{10000};
-    std::string assistant;  ///< a path
-    std::string traceOut;   ///< empty: no copy
-    std::string scenario;   ///< as given: a path or a bare name
+    std::string assistant;                                 ///< a path
+    std::string traceOut;                                  ///< empty: no copy
+    std::string scenario;                                  ///< as given: a path or a bare name
+    nlohmann::json parameters = nlohmann::json::object();  ///< put into all session parameters
 };
 
 /// A command line that cannot be used; what() says why.

@@ -307,6 +307,14 @@ Scenario parseScenario(const std::string& text, const std::string& source) {
     return scenario;
 }
 
+void setParameters(Scenario& scenario, const nlohmann::json& members) {
+    for (Step& step : scenario.steps) {
+        if (step.action == Action::parameters || (step.action == Action::reportAndExit && step.with)) {
+            step.with->update(members);
+        }
+    }
+}
+
 Scenario loadScenario(const std::string& path) {
     std::error_code reason;
     if (std::filesystem::is_directory(path, reason)) {

@@ -54,6 +54,9 @@ public:
 /// Throws ScenarioError.
 Scenario parseScenario(const std::string& text, const std::string& source);
 
+/// Puts the members of an object into the parameters of each step that sends some.
+void setParameters(Scenario& scenario, const nlohmann::json& members);
+
 /// Reads a scenario file. Throws ScenarioError.
 Scenario loadScenario(const std::string& path);
 

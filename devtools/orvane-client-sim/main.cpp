@@ -21,7 +21,8 @@ int main(int argc, char** argv) {
             return 0;
         }
         const std::string installed = programFolder() + "/../share/orvanedga/scenarios";
-        const Scenario scenario = loadScenario(findScenario(options.scenario, installed));
+        Scenario scenario = loadScenario(findScenario(options.scenario, installed));
+        setParameters(scenario, options.parameters);
         return run(scenario, options);
     } catch (const UsageError& error) {
         fmt::print(stderr, "orvane-client-sim: {}\n{}", error.what(), usageText());

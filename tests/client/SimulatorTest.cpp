@@ -82,6 +82,19 @@ TEST_F(Simulator, KeepLeavesTheAssistantRunning) {
     EXPECT_EQ(kill(assistant, SIGKILL), 0);
 }
 
+TEST_F(Simulator, SetReplacesParametersByJsonOrText) {
+    const std::string seen = folder_.path() + "/seen";
+    simulate("timeout 20 dbus-monitor --session > " + seen + " 2>&1 & monitor=$!; sleep 0.5\n" + postReady() +
+                 "sleep 0.7; kill $monitor",
+             R"({"at": 0, "do": "parameters", "with": {"confId": "1"}}, {"at": 0.2, "do": "quit"})",
+             "--set confId=http://a/?b=c --set serviceType=10");
+    EXPECT_EQ(status_, 0) << output_;
+    std::stringstream text;
+    text << std::ifstream(seen).rdbuf();
+    EXPECT_NE(text.str().find(R"("confId":"http://a/?b=c")"), std::string::npos) << text.str();
+    EXPECT_NE(text.str().find(R"("serviceType":10)"), std::string::npos) << text.str();
+}
+
 TEST_F(Simulator, SpeedDividesTheTimes) {
     const auto before = std::chrono::steady_clock::now();
     simulate(postReady() + "sleep 0.5", R"({"at": 300, "do": "quit"})", "--speed 1000");
@@ -120,6 +133,7 @@ TEST_F(Simulator, BadInputIsStatusTwoAndNamed) {
                           {"--speed 0 a", "--speed: expected a number above 0"},
                           {"--timeout=1s a", "--timeout: expected a number above 0"},
                           {"--bogus hello", "unknown option --bogus"},
+                          {"--set =1 a", "--set: expected NAME=VALUE"},
                           {"a --assistant", "--assistant: a value is missing"},
                           {"no-such-scenario", "no-such-scenario"},
                           {"/", "/"}}) {
