@@ -37,21 +37,18 @@ public:
 
 private:
     static support::StringTable load(const std::string& language) {
+        auto& logger = ORVNLogger::sharedLogger();
         if (!isPlainName(language)) {
-            warn("a language with an impossible name", 0, "texts stay English");
+            logger.writeLine(kORVNLogModule, 8, "DGAUtilities::dga_localize,no language has such a name");
             return {};
         }
         const std::string path =
             platform::BundleInfo::resourceFolder() + "/" + language + ".lproj/Localizable.strings";
         auto table = support::StringTable::read(path);
         if (const auto& fault = table.fault())
-            warn(path, fault->line, fault->what);
+            logger.log(kORVNLogModule, 8, "DGAUtilities::dga_localize,{}:{}: {}", path, fault->line,
+                       fault->what);
         return table;
-    }
-
-    static void warn(std::string_view path, size_t line, std::string_view what) {
-        ORVNLogger::sharedLogger().log(kORVNLogModule, 8, "DGAUtilities::dga_localize, {}:{}: {}", path, line,
-                                       what);
     }
 
     std::mutex mutex_;
