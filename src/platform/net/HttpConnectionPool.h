@@ -13,12 +13,11 @@ public:
     /// Somebody whose handle is in the pool; the handle's CURLOPT_PRIVATE points to it.
     class Transfer {
     public:
+        virtual ~Transfer() = default;
+
         /// The handle has ended and is out of the pool. It may be added again; nothing may be called here
         /// that runs the loop.
         virtual void transferEnded(CURLcode result) = 0;
-
-    protected:
-        ~Transfer() = default;
     };
 
     /// The calling thread's pool, made on first use; null when curl cannot give one. It lives until the

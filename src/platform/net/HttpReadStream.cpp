@@ -10,7 +10,7 @@
 namespace platform {
 namespace {
 
-constexpr size_t kBufferLimit = 256 * 1024;
+constexpr size_t kBufferLimit = size_t{256} * 1024;
 constexpr int kCurlDomain = 1;
 constexpr std::chrono::hours kNever{1};
 

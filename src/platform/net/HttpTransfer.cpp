@@ -1,5 +1,6 @@
 #include "platform/net/HttpTransfer.h"
 
+#include <fmt/format.h>
 #include <strings.h>
 
 #include <algorithm>
@@ -9,10 +10,10 @@
 namespace platform {
 namespace {
 
-constexpr size_t kHeaderLimit = 256 * 1024;
-constexpr size_t kSkippedBodyLimit = 1024 * 1024;
+constexpr size_t kHeaderLimit = size_t{256} * 1024;
+constexpr size_t kSkippedBodyLimit = size_t{1024} * 1024;
 constexpr int kRedirectLimit = 20;
-constexpr long kSendBufferSize = 512 * 1024;
+constexpr long kSendBufferSize = 512L * 1024;
 constexpr int32_t kDefaultProxyPort = 80;
 constexpr int kTunnelRefused = 407;
 constexpr char kProtocols[] = "http,https";
@@ -156,7 +157,7 @@ void HttpTransfer::setUpRequest() {
         if (!isPlainHeader(name, value) || (isBodys && !isPost))
             continue;
         namesType = namesType || isType;
-        append(headers_, value.empty() ? name + ";" : name + ": " + value);
+        append(headers_, value.empty() ? fmt::format("{};", name) : fmt::format("{}: {}", name, value));
     }
     if (!namesType)
         append(headers_, "Content-Type:");  // curl would call every body a form

@@ -26,16 +26,15 @@ public:
     /// Called from inside curl: it only takes notes.
     class Listener {
     public:
+        virtual ~Listener() = default;
+
         /// False leaves the bytes with curl and rests the connection until resume().
         virtual bool takeBody(std::string_view bytes) = 0;
         virtual void ended(CURLcode result) = 0;
-
-    protected:
-        ~Listener() = default;
     };
 
     HttpTransfer(Options options, Listener& listener);
-    ~HttpTransfer();
+    ~HttpTransfer() override;
     HttpTransfer(const HttpTransfer&) = delete;
     HttpTransfer& operator=(const HttpTransfer&) = delete;
 

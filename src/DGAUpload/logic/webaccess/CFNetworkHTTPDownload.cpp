@@ -249,6 +249,7 @@ void CNetworkDownload::CancelCurrentDownload() {
 void CNetworkDownload::ClearData() {
     std::free(std::exchange(m_pData, nullptr));
     m_nDataSize = 0;
+    dataCapacity_ = 0;
 }
 
 void CNetworkDownload::SetNeedEscape(bool needEscape) {

@@ -29,6 +29,7 @@ class BlockingWait;
 /// The engine may be deleted, cancelled or started again at any moment on its thread, also by its sink (then
 /// without m_bAutoDelete). `m_` fields are the engine's own but for m_bAutoDelete, m_nDownloadType and
 /// m_bSkipCheckProxy, which the creator sets before the request.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): one engine at a time, its fields by meaning
 class CNetworkDownload {
 public:
     using Headers = std::map<std::string, std::string>;
@@ -146,6 +147,7 @@ private:
     void ReadSystemProxy();
 
     void AppendToMemory(const unsigned char* bytes, unsigned long count);
+    bool GrowData();
     void BeginFile(const unsigned char* bytes, unsigned long count);
     void AppendToFile(const unsigned char* bytes, unsigned long count);
 
@@ -153,6 +155,7 @@ private:
 
     std::shared_ptr<BlockingWait> wait_;
     std::unique_ptr<platform::Timer> restartTimer_;
+    size_t dataCapacity_ = 0;  ///< bytes behind m_pData in memory mode
     bool restarting_ = false;
     int restarts_ = 0;
     std::shared_ptr<void> alive_;  ///< tells a caller of the sink whether the engine is still there

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <utility>
@@ -79,16 +80,27 @@ void CNetworkDownload::AppendToMemory(const unsigned char* bytes, unsigned long 
     m_nDataSize += count;
     if (before != 0 && !m_pData)
         return;  // a body with a gap would be worse than none
-    auto* const grown = m_nDataSize > kLargestBodyInMemory
-                            ? nullptr
-                            : static_cast<char*>(std::realloc(m_pData, m_nDataSize + 1));
-    if (!grown) {
+    if (m_nDataSize >= dataCapacity_ && !GrowData()) {
         std::free(std::exchange(m_pData, nullptr));
+        dataCapacity_ = 0;
         return;
     }
-    m_pData = grown;
     memmove_s(m_pData + before, count + 1, bytes, count);
     m_pData[m_nDataSize] = '\0';
+}
+
+// Grows in large steps, so that a large body is not copied again for each of its chunks.
+bool CNetworkDownload::GrowData() {
+    if (m_nDataSize > kLargestBodyInMemory)
+        return false;
+    const size_t size =
+        std::min<size_t>(std::max<size_t>(m_nDataSize + 1, 2 * dataCapacity_), kLargestBodyInMemory + 1);
+    auto* const grown = static_cast<char*>(std::realloc(m_pData, size));
+    if (!grown)
+        return false;
+    m_pData = grown;
+    dataCapacity_ = size;
+    return true;
 }
 
 void CNetworkDownload::BeginFile(const unsigned char* bytes, unsigned long count) {
