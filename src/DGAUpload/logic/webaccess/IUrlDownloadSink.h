@@ -20,6 +20,5 @@ public:
     /// in, false ends it without a report.
     virtual bool OnAskProxy(std::string& user, std::string& password) = 0;
 
-protected:
     virtual ~IUrlDownloadSink() = default;
 };
