@@ -115,7 +115,7 @@ Seen upload(CTraceUpload& uploader, const std::string& url, const std::string& p
                 break;
             std::this_thread::sleep_for(100us);
         }
-        platform::RunLoop::main().stop();
+        platform::performOnMain([] { platform::RunLoop::main().stop(); });
     });
     platform::RunLoop::main().runFor(60s);
     poll.request_stop();
