@@ -24,14 +24,9 @@ has() {
 with_handler() {
     url=$(mailto_url "$1" "$2" "$3")
     [ -z "${4:-}" ] || url="$url&attach=$(percent "$4" | sed 's/%2f/\//g')"
-    # A link that is encoded already is passed on by xdg-email as it is; its own encoding changes backslashes.
-    if has xdg-email; then
-        xdg-email "$url"
-    elif has gio; then
-        gio open "$url"
-    else
-        xdg-open "$url"
-    fi
+    # xdg-email may end up in a web browser, so the handler itself comes first. It passes on a link that is encoded
+    # already; its own encoding would change backslashes.
+    { has gio && gio open "$url"; } || { has xdg-email && xdg-email "$url"; }
 }
 
 # Its values end at a comma; encoded ones are decoded.

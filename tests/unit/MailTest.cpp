@@ -91,6 +91,7 @@ const std::string kBodyInLink = "-" + kNasty + "\r\nsecond\r\nthird\r\n\r\n";
 
 TEST(MailTest, TheMessageReachesTheMailProgramUnchanged) {
     put(kMail._attachments[0], "zip");
+    setenv("PATH", (kHome + "/bin:" + std::getenv("PATH")).c_str(), 1);
     EXPECT_EQ(MailExtension().getDefaultMailApp(), "");
     EXPECT_EQ(MailExtension().appleScriptNameForDefaultMailApp(), "SendViaMail");
     EXPECT_FALSE(MailExtension().appleScriptPathForScriptName("SendViaPost"));
@@ -99,16 +100,21 @@ TEST(MailTest, TheMessageReachesTheMailProgramUnchanged) {
         const char* id;
         std::string program;
         const char* script;
+        bool withoutGio = false;  // the system's xdg-email, which wants a display, takes over
     };
     const Case cases[] = {
         {"some", kHome + "/mail/some", "SendViaMail"},
         {"outlook", kHome + "/Outlook.app/bin/run", "SendViaOutlook"},
         {"lower", kHome + "/outlook.app/run", "SendViaMail"},
+        {"other", kHome + "/mail/other", "SendViaMail", true},
     };
     for (const auto& c : cases) {
+        if (c.withoutGio) {
+            put(kHome + "/bin/gio", "#!/bin/sh\nexit 1\n");
+            setenv("DISPLAY", ":77", 1);
+        }
         putHandler(c.id, c.program);
         EXPECT_EQ(MailExtension().appleScriptNameForDefaultMailApp(), c.script) << c.program;
-        // Through the xdg-email of the system.
         const std::string link = sentBy(kMail);
         EXPECT_EQ(link.find("mailto:?"), 0U) << link;
         EXPECT_EQ(valueOf(link, "subject=", "&\n"), kNasty);
@@ -121,7 +127,6 @@ TEST(MailTest, TheMessageReachesTheMailProgramUnchanged) {
 
 TEST(MailTest, KnownProgramsGetTheirOwnCommandLines) {
     const std::string bin = kHome + "/bin/";
-    setenv("PATH", (bin + ":" + std::getenv("PATH")).c_str(), 1);
     const std::string file = "file://" + kMail._attachments[0];
 
     putHandler("org.mozilla.Thunderbird", bin + "thunderbird");
