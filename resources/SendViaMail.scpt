@@ -1,6 +1,6 @@
 #!/bin/sh
 # Opens a new message in the user's mail program: RECIPIENT SUBJECT BODY [ATTACHMENT].
-# shellcheck source=resources/compose.sh
+# shellcheck disable=SC1091
 . "$(dirname "$0")/compose.sh"
 
 compose() {

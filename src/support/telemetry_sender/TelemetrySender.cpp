@@ -118,7 +118,7 @@ void read(CURL* curl, CURLcode code, OrvTelemetryAnswer& answer) {
         std::snprintf(static_cast<char*>(answer.fault), sizeof(answer.fault), "no answer");
 }
 
-extern "C" void send(const OrvTelemetryRequest* request, OrvTelemetryAnswer* answer) {
+extern "C" void sendRequest(const OrvTelemetryRequest* request, OrvTelemetryAnswer* answer) {
     static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
     *answer = OrvTelemetryAnswer();
     const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(), &curl_easy_cleanup);
@@ -135,6 +135,6 @@ extern "C" void send(const OrvTelemetryRequest* request, OrvTelemetryAnswer* ans
 }  // namespace
 
 const OrvTelemetrySender* orvTelemetrySender(int version) {
-    static const OrvTelemetrySender sender{&addressOf, &send};
+    static const OrvTelemetrySender sender{&addressOf, &sendRequest};
     return version == kOrvTelemetrySenderVersion ? &sender : nullptr;
 }
