@@ -5,6 +5,7 @@
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMeetingData/DGAMeetingDataRecordTool.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/DGATelemetryManager.h"
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
 
@@ -18,6 +19,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 void AppDelegate::applicationWillTerminate() {
     ORVN_LOG_METHOD();
     DGAMeetingDataRecordTool::shareDataRecordTool().stopRecord();
+    DGATelemetryManager::closeOrvTelemetry();
     DGACSVFileTool::traceQueue().sync([] {});
     std::quick_exit(EXIT_SUCCESS);
 }

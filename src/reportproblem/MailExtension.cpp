@@ -1,0 +1,60 @@
+#include "reportproblem/MailExtension.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include "platform/BundleInfo.h"
+#include "platform/DefaultHandler.h"
+#include "platform/Task.h"
+#include "support/ORVNLogger.h"
+
+bool MailExtension::reportProblem(const ReportMail& mail, std::string* /*error*/) const {
+    ORVN_LOG_METHOD();
+    const auto script = appleScriptPathForScriptName(appleScriptNameForDefaultMailApp());
+    if (!script)
+        return false;
+    const auto attachment =
+        mail._attachments.empty() ? std::nullopt : std::optional(mail._attachments.front());
+    mailTo(mail._recipient, mail._mailTitle, mail._mailBody, attachment, *script);
+    return true;
+}
+
+std::string MailExtension::appleScriptNameForDefaultMailApp() const {
+    ORVN_LOG_METHOD();
+    return defaultMailAppIsOutlook() ? OutlookAppleScriptName : MailAppleScriptName;
+}
+
+std::string MailExtension::getDefaultMailApp() const {
+    ORVN_LOG_METHOD();
+    return platform::defaultHandlerPath("mailto");
+}
+
+bool MailExtension::defaultMailAppIsOutlook() const {
+    ORVN_LOG_METHOD();
+    return getDefaultMailApp().find("Outlook.app") != std::string::npos;
+}
+
+std::optional<std::string> MailExtension::appleScriptPathForScriptName(const std::string& name) const {
+    ORVN_LOG_METHOD();
+    const std::string path = myBundle() + "/" + name + "." + AppleScriptExtension;
+    std::error_code failed;
+    return std::filesystem::is_regular_file(path, failed) ? std::optional(path) : std::nullopt;
+}
+
+std::string MailExtension::myBundle() const {
+    ORVN_LOG_METHOD();
+    return platform::BundleInfo::resourceFolder();
+}
+
+void MailExtension::mailTo(const std::string& recipient, const std::string& withMailTitle,
+                           const std::string& mailBody, const std::optional<std::string>& andAttachment,
+                           const std::string& byUsingAppleScript) const {
+    ORVN_LOG_METHOD();
+    platform::Task task;
+    task.program = platform::programForCommand(AppleScriptTaskPath);
+    task.arguments = {byUsingAppleScript, recipient, withMailTitle, mailBody};
+    if (andAttachment)
+        task.arguments.push_back(*andAttachment);
+    task.output = platform::Task::Output::discard;
+    platform::startTask(task, nullptr);
+}

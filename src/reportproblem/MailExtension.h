@@ -1,0 +1,39 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "reportproblem/ReportMail.h"
+
+inline constexpr char OutlookAppleScriptName[] = "SendViaOutlook";
+inline constexpr char MailAppleScriptName[] = "SendViaMail";
+inline constexpr char AppleScriptTaskPath[] = "/usr/bin/osascript";
+inline constexpr char AppleScriptExtension[] = "scpt";
+
+/// Hands a message to the user's own mail program: one of two scripts of the resource folder opens a new
+/// message there. Nothing tells whether it came up. Any thread; nothing here waits for the mail program.
+class MailExtension {
+public:
+    /// Opens the message in the default mail program. Does nothing if its script is missing. The result means
+    /// nothing and `error`, which may be null, is never written.
+    bool reportProblem(const ReportMail& mail, std::string* error) const;
+
+    /// The name of the script for the default mail program.
+    std::string appleScriptNameForDefaultMailApp() const;
+
+    /// Full path of the default handler of "mailto" links; "" if there is none.
+    std::string getDefaultMailApp() const;
+
+    /// Whether that path contains "Outlook.app".
+    bool defaultMailAppIsOutlook() const;
+
+    /// The script of that name in myBundle(); none if it is not there.
+    std::optional<std::string> appleScriptPathForScriptName(const std::string& name) const;
+
+    /// The folder of the program's resources.
+    std::string myBundle() const;
+
+    /// Starts the script runner with these five arguments, each as it is; without an attachment it gets four.
+    void mailTo(const std::string& recipient, const std::string& withMailTitle, const std::string& mailBody,
+                const std::optional<std::string>& andAttachment, const std::string& byUsingAppleScript) const;
+};
