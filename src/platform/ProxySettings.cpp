@@ -36,9 +36,8 @@ std::string lowerCase(std::string_view text) {
 
 std::string_view trimmed(std::string_view text) {
     const auto first = text.find_first_not_of(" \t\r\n");
-    return first == std::string_view::npos
-               ? std::string_view()
-               : text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
+    return first == std::string_view::npos ? std::string_view()
+                                           : text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
 }
 
 std::vector<std::string> split(std::string_view text, std::string_view separators) {
@@ -273,8 +272,7 @@ bool matches(const Host& host, int32_t port, const std::string& entry) {
         return fnmatch(pattern.c_str(), host.name.c_str(), 0) == 0;
     if (pattern.starts_with('.'))
         pattern.erase(0, 1);
-    return !host.address && !pattern.empty() &&
-           (host.name == pattern || host.name.ends_with("." + pattern));
+    return !host.address && !pattern.empty() && (host.name == pattern || host.name.ends_with("." + pattern));
 }
 
 }  // namespace
@@ -307,9 +305,8 @@ std::optional<ProxySettings> copySystemProxySettings() {
 
 bool isProxyException(const ProxySettings& settings, std::string_view host, int32_t port) {
     const Host asked = hostFrom(host);
-    const bool found =
-        std::any_of(settings.exceptions.begin(), settings.exceptions.end(),
-                    [&](const std::string& entry) { return matches(asked, port, entry); });
+    const bool found = std::any_of(settings.exceptions.begin(), settings.exceptions.end(),
+                                   [&](const std::string& entry) { return matches(asked, port, entry); });
     return found != settings.exceptionsReversed;
 }
 

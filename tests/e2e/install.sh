@@ -2,7 +2,7 @@
 . "$(dirname "$0")/common.sh"
 cmake --install "$1" --prefix "$PWD/prefix" > install.txt || fail "$(cat install.txt)"
 for file in bin/orvanedga bin/orvane-client-sim lib/orvanedga/libdgacore.so share/orvanedga/scenarios/hello.json \
-    lib/orvanedga/{sw_vers,osascript,system_profiler,screencapture}; do
+    lib/orvanedga/{sw_vers,osascript,system_profiler,screencapture,pac_evaluator}; do
     [[ -e prefix/$file ]] || fail "$file is not installed"
 done
 PATH=$PWD/prefix/bin:/usr/bin:/bin orvane-client-sim --show hello > output.txt 2>&1 || fail "$(cat output.txt)"

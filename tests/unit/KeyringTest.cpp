@@ -20,9 +20,9 @@ std::string shell(const std::string& script) {
 }
 
 void store(const std::string& password, const std::string& attributes) {
-    const auto output = shell("printf %s " + password +
-                              " | secret-tool store --label=test xdg:schema org.gnome.keyring.NetworkPassword " +
-                              attributes);
+    const auto output =
+        shell("printf %s " + password +
+              " | secret-tool store --label=test xdg:schema org.gnome.keyring.NetworkPassword " + attributes);
     EXPECT_EQ(output, "");
 }
 
@@ -54,7 +54,8 @@ TEST(Keyring, AnswersOrIsLeftAlone) {
 
     const std::string pid = shell(
         "gdbus call --session --dest org.freedesktop.DBus --object-path / --method "
-        "org.freedesktop.DBus.GetConnectionUnixProcessID org.freedesktop.secrets | tr -dc '0-9 ' | cut -d' ' -f2");
+        "org.freedesktop.DBus.GetConnectionUnixProcessID org.freedesktop.secrets | tr -dc '0-9 ' | cut -d' ' "
+        "-f2");
     ASSERT_GT(std::atoi(pid.c_str()), 1) << pid;
     shell("kill -STOP " + pid);
     start = Clock::now();

@@ -130,8 +130,8 @@ TEST_F(PacTest, HelperFunctionsOfBothRoutes) {
         {"dnsDomainIs('www.a.b', '.a.b') && !dnsDomainIs('a', 'long.a')", "true", "true"},
         {"localHostOrDomainIs('www', 'www.a.b') && !localHostOrDomainIs('ww', 'www.a.b')", "true", "true"},
         {"dnsDomainLevels('a.b.c')", "2", "2"},
-        {"shExpMatch('http://a.b/c', '*a.b/?') && !shExpMatch('axb', 'a.b') && shExpMatch('a+(', 'a+(')", "true",
-         "true"},
+        {"shExpMatch('http://a.b/c', '*a.b/?') && !shExpMatch('axb', 'a.b') && shExpMatch('a+(', 'a+(')",
+         "true", "true"},
         {"isInNet('10.1.2.3', '10.1.0.0', '255.255.0.0') && !isInNet('10.2.2.3', '10.1.0.0', '255.255.0.0')",
          "true", "true"},
         {"isInNet('10.1.2.300', '10.1.0.0', '255.255.0.0') || isInNet('no.invalid', '0.0.0.0', '0.0.0.0')",
@@ -227,7 +227,8 @@ TEST_F(PacTest, HowLongAnAnswerTakes) {
         const auto start = Clock::now();
         EXPECT_EQ(shown(parser->FindProxy(kURL)), "a|1");
         std::cout << what << ": "
-                  << std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count() << " us\n";
+                  << std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count()
+                  << " us\n";
     };
     useAnswer("'PROXY a:1'");
     auto* const parser = CPacParser::sharedInstance();

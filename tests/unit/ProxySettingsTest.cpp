@@ -78,7 +78,8 @@ TEST_F(ProxySettingsTest, ReadsTheDesktopsSettingsAfresh) {
 TEST_F(ProxySettingsTest, ReadsKdesFile) {
     const std::pair<const char*, const char*> cases[] = {
         {"ProxyType=0\nhttpProxy=http://a 1", "none"},
-        {"ProxyType=1\nhttpProxy=http://a 3128\nhttpsProxy=http://u:p@b:81\nNoProxyFor=x, .y", "a|3128 b|81 - x .y"},
+        {"ProxyType=1\nhttpProxy=http://a 3128\nhttpsProxy=http://u:p@b:81\nNoProxyFor=x, .y",
+         "a|3128 b|81 - x .y"},
         {"ProxyType=1\nhttpProxy[$e]=[::1]:8080\nReversedException=true", "::1|8080 - - reversed"},
         {"ProxyType=1\nhttpProxy=socks://a 1080\nhttpsProxy=b\n[Other]\nhttpProxy=c", "- b|0 -"},
         {"ProxyType=2\nProxy Config Script=http://c/p.pac\nhttpProxy=http://a 1", "- - auto=http://c/p.pac"},
@@ -117,18 +118,30 @@ TEST_F(ProxySettingsTest, KnowsTheExceptions) {
         bool direct;
     };
     const Case cases[] = {
-        {"example.com", "example.com", 80, true},       {"example.com", "www.Example.COM.", 80, true},
-        {"example.com", "badexample.com", 80, false},   {".example.com", "www.example.com", 80, true},
-        {"*.example.com", "a.b.example.com", 80, true}, {"example.com:81", "example.com", 80, false},
-        {"example.com:81", "example.com", 81, true},    {"*", "anything", 1, true},
-        {"192.168.*", "192.168.3.4", 80, true},         {"10.0.0.0/8", "10.1.2.3", 80, true},
-        {"10.0.0.0/8", "11.1.2.3", 80, false},          {"10.0.0.0/8", "ten.example", 80, false},
-        {"127.0.0.1", "127.0.0.1", 80, true},           {"127.0.0.1", "1.127.0.0.1", 80, false},
-        {"::1", "[::1]", 80, true},                     {"[::1]:8080", "::1", 80, false},
-        {"[::1]:8080", "0:0:0:0:0:0:0:1", 8080, true},  {"fe80::/10", "fe80::1234", 80, true},
-        {"<local>", "intranet", 80, true},              {"<local>", "www.example.com", 80, false},
-        {"<local>", "::1", 80, false},                  {"", "example.com", 80, false},
-        {"[", "example.com", 80, false},                {"10.0.0.0/99", "10.0.0.1", 80, false},
+        {"example.com", "example.com", 80, true},
+        {"example.com", "www.Example.COM.", 80, true},
+        {"example.com", "badexample.com", 80, false},
+        {".example.com", "www.example.com", 80, true},
+        {"*.example.com", "a.b.example.com", 80, true},
+        {"example.com:81", "example.com", 80, false},
+        {"example.com:81", "example.com", 81, true},
+        {"*", "anything", 1, true},
+        {"192.168.*", "192.168.3.4", 80, true},
+        {"10.0.0.0/8", "10.1.2.3", 80, true},
+        {"10.0.0.0/8", "11.1.2.3", 80, false},
+        {"10.0.0.0/8", "ten.example", 80, false},
+        {"127.0.0.1", "127.0.0.1", 80, true},
+        {"127.0.0.1", "1.127.0.0.1", 80, false},
+        {"::1", "[::1]", 80, true},
+        {"[::1]:8080", "::1", 80, false},
+        {"[::1]:8080", "0:0:0:0:0:0:0:1", 8080, true},
+        {"fe80::/10", "fe80::1234", 80, true},
+        {"<local>", "intranet", 80, true},
+        {"<local>", "www.example.com", 80, false},
+        {"<local>", "::1", 80, false},
+        {"", "example.com", 80, false},
+        {"[", "example.com", 80, false},
+        {"10.0.0.0/99", "10.0.0.1", 80, false},
     };
     for (const auto& item : cases) {
         ProxySettings settings;

@@ -41,14 +41,18 @@ TEST(ScriptProcess, EveryKindOfScriptHasAnAnswer) {
         "function text(a, b) { return a + b; } function none() {} function number() { return 3; }"
         "function thrown() { throw 'a text'; } function error() { return nowhere; }"
         "function deep() { return deep() + 1; } var value = 3; function long() { return 'x'.repeat(100000); }"
-        "function nul() { return ask('nothing') === null; } function asks() { return ask('x') + page.ask(1); }",
+        "function nul() { return ask('nothing') === null; } function asks() { return ask('x') + page.ask(1); "
+        "}",
         nullptr);
     process.evaluate("function ( {", nullptr);
     const std::pair<const char*, const char*> cases[] = {
-        {"text", "ab"},        {"none", ""},
-        {"number", "3"},       {"thrown", "failed: a text"},
+        {"text", "ab"},
+        {"none", ""},
+        {"number", "3"},
+        {"thrown", "failed: a text"},
         {"error", "failed: ReferenceError: nowhere is not defined"},
-        {"nul", "true"},       {"asks", "<x>1!"},
+        {"nul", "true"},
+        {"asks", "<x>1!"},
         {"value", "failed: there is no function value"},
         {"missing", "failed: there is no function missing"},
         {"long", "failed: the answer is too long"},
@@ -87,7 +91,8 @@ TEST(ScriptProcess, LookUpsAreFewAndBounded) {
 TEST(ScriptProcess, WhatBreaksItCostsOneAnswerAndThenLess) {
     const std::pair<const char*, const char*> cases[] = {
         {"loops", "function bad() { for (;;); }"},
-        {"eats memory", "function bad() { var list = []; for (;;) list.push(new Array(1000000).join('x') + list.length); }"},
+        {"eats memory",
+         "function bad() { var list = []; for (;;) list.push(new Array(1000000).join('x') + list.length); }"},
         {"loops while it is read", "for (;;);"},
     };
     for (const auto& [name, script] : cases) {
@@ -98,8 +103,9 @@ TEST(ScriptProcess, WhatBreaksItCostsOneAnswerAndThenLess) {
         process.evaluate(std::string("function good() { return 'yes'; }") + script, nullptr);
         const auto start = Clock::now();
         EXPECT_TRUE(process.call("bad", {}).broken);
-        if (std::string(script).starts_with("function"))
+        if (std::string(script).starts_with("function")) {
             EXPECT_EQ(answerOf(process, "good"), "yes") << "a new process";
+        }
         EXPECT_TRUE(process.call("bad", {}).broken);
         const auto again = Clock::now();
         EXPECT_LT(again - start, quickSettings().deadline * 3);
@@ -131,8 +137,10 @@ TEST(ScriptProcess, SurvivesWhatHappensMeanwhile) {
         std::this_thread::sleep_for(200ms);
         return "waited";
     });
-    process->evaluate("function f() { return wait('x'); } function g() { return 'g'; }"
-                      "function hang() { for (;;); }", nullptr);
+    process->evaluate(
+        "function f() { return wait('x'); } function g() { return 'g'; }"
+        "function hang() { for (;;); }",
+        nullptr);
     platform::performOnMainAfter(50ms, [&] { inner = answerOf(*process, "g"); });
     EXPECT_EQ(answerOf(*process, "f"), "waited");
     EXPECT_EQ(inner, "g");

@@ -9,8 +9,8 @@ namespace platform {
 /// Waits for the resolver, which may take many seconds: not for the main thread.
 std::vector<std::string> addressesOfHost(const std::string& name);
 
-/// The addresses of this machine: first that of the default route, then the other IPv4 ones, then IPv6, at last
-/// the loopback ones. Any thread.
+/// The addresses of this machine: first that of the default route, then the other IPv4 ones, then IPv6, at
+/// last the loopback ones. Any thread.
 std::vector<std::string> addressesOfThisHost();
 
 }  // namespace platform

@@ -89,8 +89,8 @@ std::optional<InternetPassword> search(const Query& query, GCancellable* stop) {
     if (!serviceRuns(stop))
         return std::nullopt;
     // A connection of its own: the shared one would be bound to this thread's loop.
-    const Owned<SecretService> service(secret_service_open_sync(
-        SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_OPEN_SESSION, stop, nullptr));
+    const Owned<SecretService> service(
+        secret_service_open_sync(SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_OPEN_SESSION, stop, nullptr));
     if (!service)
         return std::nullopt;
     const Owned<GHashTable> attributes(g_hash_table_new(&g_str_hash, &g_str_equal));

@@ -30,8 +30,8 @@ public:
     PacEvaluator& operator=(const PacEvaluator&) = delete;
 
     /// The proxies that a script names for an address, in its order. Entries of a kind that is not known
-    /// ("HTTPS" and rubbish) are left out. On the main thread, whose loop is served meanwhile; elsewhere it is
-    /// done there while the caller waits.
+    /// ("HTTPS" and rubbish) are left out. On the main thread, whose loop is served meanwhile; elsewhere it
+    /// is done there while the caller waits.
     Result proxiesForURL(const std::string& script, const std::string& url);
 
     /// The entries of a script's answer for an address of the given kind.

@@ -83,8 +83,8 @@ void ScriptChannel::watch() {
         g_source_destroy(source_);
         g_source_unref(source_);
     }
-    source_ = g_unix_fd_source_new(socket_, unsent_.empty() ? G_IO_IN
-                                                            : static_cast<GIOCondition>(G_IO_IN | G_IO_OUT));
+    source_ = g_unix_fd_source_new(socket_,
+                                   unsent_.empty() ? G_IO_IN : static_cast<GIOCondition>(G_IO_IN | G_IO_OUT));
     const GUnixFDSourceFunc ready = [](gint, GIOCondition condition, gpointer self) -> gboolean {
         static_cast<ScriptChannel*>(self)->serve((condition & ~G_IO_OUT) != 0);
         return G_SOURCE_CONTINUE;

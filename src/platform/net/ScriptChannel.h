@@ -17,8 +17,8 @@ class ScriptChannel {
 public:
     using Received = std::function<void(const FrameReader::Message&)>;
 
-    /// Starts the program; none if it cannot be started. `received` gets its messages; `broken` is called once
-    /// when it has ended or sends what is no message. Both may destroy the channel.
+    /// Starts the program; none if it cannot be started. `received` gets its messages; `broken` is called
+    /// once when it has ended or sends what is no message. Both may destroy the channel.
     static std::unique_ptr<ScriptChannel> start(const std::string& program, Received received,
                                                 std::function<void()> broken);
 

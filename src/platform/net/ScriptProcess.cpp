@@ -73,7 +73,7 @@ struct ScriptProcess::Impl : std::enable_shared_from_this<Impl> {
     std::unique_ptr<ScriptChannel> channel;
     std::deque<Request> requests;
     bool busy = false;  // the first request is with the program
-    std::string asked;             // the question that is being answered
+    std::string asked;  // the question that is being answered
     uint64_t askedNumber = 0;
     Clock::time_point askedAt;
     int failures = 0;
@@ -184,14 +184,14 @@ struct ScriptProcess::Impl : std::enable_shared_from_this<Impl> {
         asked = std::move(text);
         askedAt = Clock::now();
         lookUp.fireAfter(std::min(left, settings.lookUpTime));
-        const bool begun = askOnThread([weak = weak_from_this(), number = ++askedNumber,
-                                        call = question->second, argument] {
-            auto answer = call(argument);
-            performOnMain([weak, number, answer = std::move(answer)] {
-                if (const auto self = weak.lock())
-                    self->answerQuestion(number, answer);
+        const bool begun =
+            askOnThread([weak = weak_from_this(), number = ++askedNumber, call = question->second, argument] {
+                auto answer = call(argument);
+                performOnMain([weak, number, answer = std::move(answer)] {
+                    if (const auto self = weak.lock())
+                        self->answerQuestion(number, answer);
+                });
             });
-        });
         if (!begun)
             answerQuestion(askedNumber, {});
     }
@@ -284,8 +284,13 @@ ScriptProcess::Answer ScriptProcess::call(const std::string& function,
     std::string data = function;
     for (const auto& argument : arguments)
         data += '\0' + argument.substr(0, argument.find('\0'));
-    impl_->add({kCall, std::move(data),
-                [outcome](const Answer& answer) { *outcome = {true, answer}; }, {}, {}});
+    impl_->add({kCall,
+                std::move(data),
+                [outcome](const Answer& answer) {
+                    *outcome = {true, answer};
+                },
+                {},
+                {}});
     // The process may be destroyed meanwhile: nothing of it is used from here on.
     while (!outcome->known)
         g_main_context_iteration(RunLoop::main().context(), TRUE);

@@ -9,21 +9,21 @@
 
 namespace platform {
 
-/// Runs scripts that nobody vouches for, in a program of its own (the bundled pac_evaluator) that has limits on
-/// processor time, memory and files and sees nothing of us. A script that loops, eats memory or breaks its
+/// Runs scripts that nobody vouches for, in a program of its own (the bundled pac_evaluator) that has limits
+/// on processor time, memory and files and sees nothing of us. A script that loops, eats memory or breaks its
 /// engine costs an answer and a log line. The program is started when it is needed and ended after half a
 /// minute without work. Main thread only, whose loop is served while an answer is awaited: the object may be
 /// destroyed and another call made meanwhile; calls are answered in their order.
 class ScriptProcess {
 public:
     struct Settings {
-        std::string program;  ///< the bundled one if empty
-        std::chrono::milliseconds deadline{3000};  ///< of each evaluation and each call; then it is killed
-        std::chrono::milliseconds lookUpTime{1500};  ///< for one question, and at most two thirds of a deadline
-                                                     ///< for all of a call's
-        std::chrono::milliseconds idle{30000};       ///< after that long without work the program is ended
-        /// No new start for so long after the second failure within 10 minutes; doubled by each further one, up
-        /// to 10 minutes.
+        std::string program;                         ///< the bundled one if empty
+        std::chrono::milliseconds deadline{3000};    ///< of each evaluation and each call; then it is killed
+        std::chrono::milliseconds lookUpTime{1500};  ///< for one question, and at most two thirds of a
+                                                     ///< deadline for all of a call's
+        std::chrono::milliseconds idle{30000};  ///< after that long without work the program is ended
+        /// No new start for so long after the second failure within 10 minutes; doubled by each further one,
+        /// up to 10 minutes.
         std::chrono::milliseconds pause{30000};
     };
 
@@ -50,9 +50,9 @@ public:
     /// Gives the scripts a function of one argument: in the global object, or in one of the name `object`.
     void define(const std::string& object, const std::string& name, Question question);
 
-    /// Adds a script, and starts the program to evaluate it. `evaluated`, which may be empty, is called once, on
-    /// the loop, with what the evaluation gave. Scripts and functions come to life again, in their order, in
-    /// every new program.
+    /// Adds a script, and starts the program to evaluate it. `evaluated`, which may be empty, is called once,
+    /// on the loop, with what the evaluation gave. Scripts and functions come to life again, in their order,
+    /// in every new program.
     void evaluate(std::string source, std::function<void(const Answer&)> evaluated);
 
     /// Calls a global function of the scripts with texts. Never waits much longer than two deadlines.

@@ -7,8 +7,8 @@ namespace limits {
 namespace {
 
 constexpr rlim_t kMegabyte = rlim_t{1024} * 1024;
-constexpr rlim_t kMemory = 256 * kMegabyte;
-constexpr rlim_t kAddresses = 2048 * kMegabyte;
+constexpr rlim_t kMemory = 128 * kMegabyte;
+constexpr rlim_t kAddresses = 1024 * kMegabyte;
 constexpr rlim_t kOpenFiles = 16;
 constexpr rlim_t kSecondsPerCall = 5;
 
@@ -29,9 +29,10 @@ bool limitMemory() {
 }  // namespace
 
 bool apply() {
+    // The engine keeps its heap in unnamed files, which the limit of a file's size bounds, too.
     // A limit of 0 does not keep a core dump from a program that the kernel pipes it to; this does.
     return prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 && prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-           limit(RLIMIT_CORE, 0) && limit(RLIMIT_FSIZE, 0) && limit(RLIMIT_NOFILE, kOpenFiles) &&
+           limit(RLIMIT_CORE, 0) && limit(RLIMIT_FSIZE, kMemory) && limit(RLIMIT_NOFILE, kOpenFiles) &&
            limitMemory();
 }
 
@@ -40,8 +41,7 @@ void allowOneCall() {
     rlimit allowed{};
     if (getrusage(RUSAGE_SELF, &used) != 0 || getrlimit(RLIMIT_CPU, &allowed) != 0)
         return;
-    allowed.rlim_cur =
-        static_cast<rlim_t>(used.ru_utime.tv_sec + used.ru_stime.tv_sec) + kSecondsPerCall + 1;
+    allowed.rlim_cur = static_cast<rlim_t>(used.ru_utime.tv_sec + used.ru_stime.tv_sec) + kSecondsPerCall + 1;
     setrlimit(RLIMIT_CPU, &allowed);
 }
 

@@ -59,7 +59,8 @@ int downloadPacScript(const std::string& url, IUrlDownloadSink* sink, CNetworkDo
         ORVNLogger::sharedLogger().log(
             kORVNLogModule, 8, "CPacParser::sharedInstance,call downloadurl failed return[{}]!", returned);
     }
-    // One that could not begin does not delete itself, nor does one whose question for a password was declined.
+    // One that could not begin does not delete itself, nor does one whose question for a password was
+    // declined.
     delete std::exchange(engine, nullptr);
     return returned;
 }

@@ -23,8 +23,8 @@ public:
         ~FrameLoadDelegate() = default;
     };
 
-    /// The HTML text with the helper functions of auto-configuration scripts, and "$FUNCTIONS" where the script
-    /// goes. Day and month names are looked up in the first six entries of their tables only.
+    /// The HTML text with the helper functions of auto-configuration scripts, and "$FUNCTIONS" where the
+    /// script goes. Day and month names are looked up in the first six entries of their tables only.
     static std::string pageTemplate();
 
     /// Not owned; must outlive the page.

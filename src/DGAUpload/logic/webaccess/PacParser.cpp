@@ -29,7 +29,8 @@ bool hasScript(const std::optional<platform::ProxySettings>& settings) {
     return settings && settings->autoConfigEnabled && !settings->autoConfigURL.empty();
 }
 
-/// The text of an address as the platform's URL services take it; none if it is no address even without its path.
+/// The text of an address as the platform's URL services take it; none if it is no address even without its
+/// path.
 std::optional<std::string> preparedURL(const char* text, const std::string& method, bool logsBase) {
     const std::string lower = lowerCaseText(text);
     std::string url = text;
@@ -211,8 +212,7 @@ std::vector<PacProxy> CPacParser::CocoaFindProxy(const char* url) {
     if (!evaluate(url, "CPacParser::CocoaFindProxy", result))
         return {};
     if (result.error) {
-        logger().log(kORVNLogModule, 8,
-                     "CPacParser::CocoaFindProxy,Error when getting proxies with script.");
+        logger().log(kORVNLogModule, 8, "CPacParser::CocoaFindProxy,Error when getting proxies with script.");
         logger().log(kORVNLogModule, 8, "CPacParser::CocoaFindProxy - Error: {}", *result.error);
         return {};
     }
@@ -291,7 +291,8 @@ std::string CPacParser::CocoaGetPACScript(const char* url) {
         script = readPacText(address);
     }
     if (!script.error.empty()) {
-        logger().log(kORVNLogModule, 8, "{},use the encoding:{} error:{}", method, usedEncoding, script.error);
+        logger().log(kORVNLogModule, 8, "{},use the encoding:{} error:{}", method, usedEncoding,
+                     script.error);
         logger().log(kORVNLogModule, 4, "{},Script null when getting PAC script with url.", method);
     }
     return script.text;

@@ -19,15 +19,15 @@ struct PacProxy {
     int32_t port = 0;
 };
 
-/// Finds the proxies of addresses by the auto-configuration script of the desktop's proxy settings. The script is
-/// loaded once, by the first use of the singleton, and evaluated by two routes: the platform's evaluator, and a
-/// hidden page with helper functions of its own. An empty answer means to go directly, and is what every failure
-/// gives. The singleton is made and cleaned up on the main thread, whose loop is served while it loads and
-/// evaluates; the rest may be called on any thread while the main loop runs.
+/// Finds the proxies of addresses by the auto-configuration script of the desktop's proxy settings. The
+/// script is loaded once, by the first use of the singleton, and evaluated by two routes: the platform's
+/// evaluator, and a hidden page with helper functions of its own. An empty answer means to go directly, and
+/// is what every failure gives. The singleton is made and cleaned up on the main thread, whose loop is served
+/// while it loads and evaluates; the rest may be called on any thread while the main loop runs.
 class CPacParser : public IUrlDownloadSink {
 public:
-    /// Never null; made and loaded (up to half a minute) on first use. A nested call during the loading gets the
-    /// parser as far as it is.
+    /// Never null; made and loaded (up to half a minute) on first use. A nested call during the loading gets
+    /// the parser as far as it is.
     static CPacParser* sharedInstance();
 
     /// Whether the settings name a script and the loaded one is valid.

@@ -63,8 +63,7 @@ std::string CPacParser::ScriptFindProxyString(const char* url) {
     const InUse use(this);
     logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxyString Begin");
     if (!m_pWebView || !url) {
-        logger().log(kORVNLogModule, 4,
-                     "CPacParser::ScriptFindProxyString, m_pWebView or param url is NULL");
+        logger().log(kORVNLogModule, 4, "CPacParser::ScriptFindProxyString, m_pWebView or param url is NULL");
         return {};
     }
     const std::string address = url;
@@ -84,8 +83,9 @@ std::string CPacParser::ScriptFindProxyString(const char* url) {
                                 : "performSelectorOnMainThread";
     logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxyString {} Begin", way);
     std::string result;
-    platform::performOnMainAndWait(
-        [&] { result = m_pWebView->callWebScriptMethod(kFindProxyForURL, {address, host}); });
+    platform::performOnMainAndWait([&] {
+        result = m_pWebView->callWebScriptMethod(kFindProxyForURL, {address, host});
+    });
     logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxyString {} End", way);
     logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxyString End");
     return result;
@@ -96,9 +96,10 @@ std::string CPacParser::FindProxyString(const char* url) {
     logger().log(kORVNLogModule, 2, "CPacParser::CocoaFindProxyString Begin");
     std::string text = CocoaFindProxyString(url);
     if (text.empty()) {
-        logger().log(kORVNLogModule, 2,
-                     "CPacParser::CocoaFindProxyString - call CocoaFindProxyString return string size is 0,it "
-                     "maybe failed or proxy is nil, try ScriptFindProxyString.");
+        logger().log(
+            kORVNLogModule, 2,
+            "CPacParser::CocoaFindProxyString - call CocoaFindProxyString return string size is 0,it "
+            "maybe failed or proxy is nil, try ScriptFindProxyString.");
         text = ScriptFindProxyString(url);
     }
     logger().log(kORVNLogModule, 2, "CPacParser::CocoaFindProxyString End");

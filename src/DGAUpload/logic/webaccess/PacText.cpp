@@ -11,7 +11,8 @@ namespace {
 constexpr char kHexDigits[] = "0123456789ABCDEF";
 
 bool isEscape(const std::string& text, size_t at) {
-    return text[at] == '%' && at + 2 < text.size() && std::isxdigit(static_cast<unsigned char>(text[at + 1])) &&
+    return text[at] == '%' && at + 2 < text.size() &&
+           std::isxdigit(static_cast<unsigned char>(text[at + 1])) &&
            std::isxdigit(static_cast<unsigned char>(text[at + 2]));
 }
 
@@ -61,9 +62,8 @@ std::string replaceall(const std::string& text, const std::string& pattern, cons
 }
 
 std::string lowerCaseText(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
     return text;
 }
 
@@ -82,8 +82,7 @@ bool isURLText(const std::string& text) {
         if (!isAllowed(text[at]) && !isEscape(text, at))
             return false;
     }
-    return std::isalpha(static_cast<unsigned char>(text[0])) &&
-           text.find_first_of("/?#[]@") > scheme;
+    return std::isalpha(static_cast<unsigned char>(text[0])) && text.find_first_of("/?#[]@") > scheme;
 }
 
 std::string addPercentEscapes(const std::string& text) {

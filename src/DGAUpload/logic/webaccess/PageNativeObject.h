@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-/// What the page of an auto-configuration script can ask of the program. Its methods may wait for the resolver;
-/// any thread.
+/// What the page of an auto-configuration script can ask of the program. Its methods may wait for the
+/// resolver; any thread.
 class PageNativeObject {
 public:
     /// A new instance.
