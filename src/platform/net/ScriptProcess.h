@@ -21,7 +21,7 @@ public:
         std::chrono::milliseconds deadline{3000};    ///< of each evaluation and each call; then it is killed
         std::chrono::milliseconds lookUpTime{1500};  ///< for one question, and at most two thirds of a
                                                      ///< deadline for all of a call's
-        std::chrono::milliseconds idle{30000};  ///< after that long without work the program is ended
+        std::chrono::milliseconds idle{30000};       ///< after that long without work the program is ended
         /// No new start for so long after the second failure within 10 minutes; doubled by each further one,
         /// up to 10 minutes.
         std::chrono::milliseconds pause{30000};

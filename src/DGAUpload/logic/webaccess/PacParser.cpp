@@ -19,7 +19,9 @@ using platform::PacEvaluator;
 namespace {
 
 constexpr size_t kLongestScript = platform::ScriptProcess::kLongestScript;
-constexpr std::chrono::milliseconds kLoopStep{100};
+// A page is waited for so many times so long, a tenth of a second in all.
+constexpr int kPageSteps = 20;
+constexpr std::chrono::milliseconds kPageStep{5};
 
 ORVNLogger& logger() {
     return ORVNLogger::sharedLogger();
@@ -124,11 +126,11 @@ bool CPacParser::IsPacURLValid() const {
     return m_strPacContent.find("FindProxyForURL") != std::string::npos;
 }
 
-bool CPacParser::IsReady() const {
+bool CPacParser::IsReady() {
+    const InUse use(this);
     if (!m_pWebView)
         return false;
-    if (!m_webViewLoad.loadSuccess())
-        platform::RunLoop::current().runFor(kLoopStep);
+    waitForPage();
     return m_webViewLoad.loadSuccess();
 }
 
@@ -158,7 +160,12 @@ void CPacParser::load() {
     m_pWebView = std::make_unique<PacPage>();
     m_pWebView->setFrameLoadDelegate_(&m_webViewLoad);
     m_pWebView->loadHTMLString(replaceall(PacPage::pageTemplate(), "$FUNCTIONS", m_strPacContent));
-    platform::RunLoop::current().runFor(kLoopStep);
+    waitForPage();
+}
+
+void CPacParser::waitForPage() const {
+    for (int i = 0; i < kPageSteps && !m_webViewLoad.loadSuccess() && !m_bCleanedUp; ++i)
+        platform::RunLoop::current().runFor(kPageStep);
 }
 
 void CPacParser::OnUrlReturn(intptr_t /*context*/, int result, const char* data) {

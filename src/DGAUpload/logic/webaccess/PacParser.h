@@ -37,7 +37,8 @@ public:
     static void CleanUP();
 
     bool IsPacURLValid() const;
-    bool IsReady() const;
+    /// Whether the page has loaded, for which up to a tenth of a second is waited.
+    bool IsReady();
 
     std::vector<PacProxy> FindProxy(const char* url);
     std::vector<PacProxy> CocoaFindProxy(const char* url);
@@ -64,6 +65,7 @@ private:
     class InUse;
 
     void load();
+    void waitForPage() const;
     bool evaluate(const char* url, const std::string& method, platform::PacEvaluator::Result& result);
 
     static std::atomic<CPacParser*> m_sGlobalParser;
