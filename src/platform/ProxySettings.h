@@ -22,17 +22,23 @@ struct ProxySettings {
     bool autoConfigEnabled = false;
     std::string autoConfigURL;  ///< address of the auto-configuration script; "" if not set
 
-    /// Hosts that are reached directly, as the desktop writes them: a name, a domain (".example.com",
-    /// "*.example.com"), an address or a network ("10.0.0.0/8"), each perhaps with ":port".
+    /// Hosts that are reached directly, as the desktop writes them: a name or a domain ("example.com",
+    /// ".example.com", "*.example.com": each means the name and all below it), a pattern with "*", an
+    /// address, a network ("10.0.0.0/8"), each perhaps with ":port", or "<local>" for names without a dot.
     std::vector<std::string> exceptions;
+    bool exceptionsReversed = false;  ///< only the hosts in `exceptions` use the proxy (KDE)
 };
 
 /// Reads the settings afresh: GSettings' org.gnome.system.proxy where its schema is installed and its mode is
 /// not "none", else KDE's kioslaverc, else the environment (http_proxy, https_proxy, no_proxy, auto_proxy, in
-/// either case). None when nothing is set. Any thread.
+/// either case). None when nothing is set. User names and passwords in addresses are dropped. Any thread;
+/// what the keyfile backend of GSettings has read is refreshed by the loop of the thread that called first.
 std::optional<ProxySettings> copySystemProxySettings();
 
-/// Whether a host is to be reached directly. Any thread.
+/// Whether a host is to be reached directly. An IPv6 address may stand in brackets. Any thread.
 bool isProxyException(const ProxySettings& settings, std::string_view host, int32_t port);
+
+/// The proxy that an address or a "host port" pair names; not enabled if it names none that speaks HTTP.
+ProxyServer parseProxyAddress(std::string_view text);
 
 }  // namespace platform

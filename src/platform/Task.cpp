@@ -58,6 +58,7 @@ private:
 struct Child {
     pid_t pid = -1;
     Handle output;  // none where it goes into a handle
+    Handle stop;
     Task::Output kind = Task::Output::collect;
     std::optional<Clock::time_point> end;
 };
@@ -136,6 +137,8 @@ int spawn(const Task& task, Child& child) {
 std::optional<Child> start(const Task& task) {
     Child child;
     child.kind = task.output;
+    if (task.stopHandle >= 0)
+        child.stop = Handle(fcntl(task.stopHandle, F_DUPFD_CLOEXEC, 0));
     if (task.limit.count() > 0)
         child.end = Clock::now() + task.limit;
     const int error = spawn(task, child);
@@ -187,21 +190,27 @@ int timeoutUntil(const std::optional<Clock::time_point>& end) {
 void waitForEnd(Child& child, TaskResult& result) {
     const Handle ending(static_cast<int>(syscall(SYS_pidfd_open, child.pid, 0)));
     bool killed = false;
+    bool stopped = false;
     while (!reap(child.pid, result)) {
-        if (!killed && child.end && Clock::now() >= *child.end) {
-            report(8, "a tool took too long and is killed");
+        const bool late = child.end && Clock::now() >= *child.end;
+        if (!killed && (late || stopped)) {
+            if (late)
+                report(8, "a tool took too long and is killed");
             // Not yet reaped, so that its process id still names its group.
             kill(-child.pid, SIGKILL);
             killed = true;
         }
         // A negative handle is one that poll passes over.
-        std::array<pollfd, 2> watched{{{child.output.get(), POLLIN, 0}, {ending.get(), POLLIN, 0}}};
+        std::array<pollfd, 3> watched{{{child.output.get(), POLLIN, 0},
+                                       {ending.get(), POLLIN, 0},
+                                       {stopped ? -1 : child.stop.get(), POLLIN, 0}}};
         int timeout = killed ? -1 : timeoutUntil(child.end);
         if (ending.get() < 0 && (timeout < 0 || timeout > kAskAgain.count()))
             timeout = static_cast<int>(kAskAgain.count());
         poll(watched.data(), watched.size(), timeout);
         if (watched[0].revents != 0 && !readSome(child, result))
             child.output.reset();
+        stopped = stopped || watched[2].revents != 0;
     }
 }
 

@@ -29,6 +29,9 @@ struct Task {
     /// No file that the program writes grows beyond this; one that tries is ended by a signal. 0 for no
     /// limit.
     uint64_t largestFile = 0;
+    /// The reading end of a pipe: when its other end is closed or written to, the program and its process
+    /// group are killed. A copy is kept, so that it may be closed once the program is started; -1 for none.
+    int stopHandle = -1;
 };
 
 struct TaskResult {

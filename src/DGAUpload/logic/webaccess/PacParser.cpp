@@ -1,14 +1,306 @@
 #include "DGAUpload/logic/webaccess/PacParser.h"
 
+#include <algorithm>
+#include <optional>
+
+#include "DGAUpload/logic/webaccess/CFNetworkHTTPDownload.h"
+#include "DGAUpload/logic/webaccess/PacDownload.h"
+#include "DGAUpload/logic/webaccess/PacInUse.h"
+#include "DGAUpload/logic/webaccess/PacText.h"
+#include "platform/ProxySettings.h"
+#include "platform/RunLoop.h"
+#include "platform/SmallFile.h"
+#include "platform/Text.h"
+#include "platform/net/ScriptProcess.h"
+#include "support/ORVNLogger.h"
+
+using platform::PacEvaluator;
+
+namespace {
+
+constexpr size_t kLongestScript = platform::ScriptProcess::kLongestScript;
+// A page is waited for so many times so long, a tenth of a second in all.
+constexpr int kPageSteps = 20;
+constexpr std::chrono::milliseconds kPageStep{5};
+
+ORVNLogger& logger() {
+    return ORVNLogger::sharedLogger();
+}
+
+bool hasScript(const std::optional<platform::ProxySettings>& settings) {
+    return settings && settings->autoConfigEnabled && !settings->autoConfigURL.empty();
+}
+
+/// The text of an address as the platform's URL services take it; none if it is no address even without its
+/// path.
+std::optional<std::string> preparedURL(const char* text, const std::string& method, bool logsBase) {
+    const std::string lower = lowerCaseText(text);
+    std::string url = text;
+    if (!lower.starts_with("https://") && !lower.starts_with("http"))
+        url = "https://" + url;
+    if (isURLText(url))
+        return url;
+    logger().log(kORVNLogModule, 8, "{},generate NSURL failed,we try use base url do it!", method);
+    const size_t slash = url.find('/', std::max(schemeLength(url), size_t{1}));
+    if (slash == std::string::npos) {
+        logger().log(kORVNLogModule, 8, "{},can not find slash mark in url string!", method);
+        return std::nullopt;
+    }
+    url.resize(slash);
+    if (logsBase)
+        logger().log(kORVNLogModule, 2, "{},base url = {}", method, url);
+    if (isURLText(url))
+        return url;
+    logger().log(kORVNLogModule, 8, "{},can not use base url string to generate NSURL.", method);
+    return std::nullopt;
+}
+
+// The settings' script for an address; "" if the address is one that is reached directly.
+std::string autoConfigurationURL(const platform::ProxySettings& settings, const std::string& url) {
+    if (!settings.autoConfigEnabled || platform::isProxyException(settings, platform::hostOfURL(url), 0))
+        return {};
+    return settings.autoConfigURL;
+}
+
+PacProxy asPacProxy(const PacEvaluator::Proxy& proxy) {
+    std::string host = *proxy.host;
+    const size_t blank = host.rfind(' ');
+    if (blank != std::string::npos && blank + 2 < host.size())
+        host.erase(0, blank + 1);
+    return {host, *proxy.port};
+}
+
+std::string asPacText(const PacEvaluator::Proxy& proxy) {
+    using Type = PacEvaluator::Proxy::Type;
+    if (proxy.type == Type::none)
+        return "DIRECT";
+    const std::string word = proxy.type == Type::socks ? "SOCKS" : "PROXY";
+    return proxy.host && proxy.port ? fmt::format("{} {}:{}", word, *proxy.host, *proxy.port) : word;
+}
+
+}  // namespace
+
+std::atomic<CPacParser*> CPacParser::m_sGlobalParser{nullptr};
+
+CPacParser::InUse::InUse(CPacParser* parser) : parser_(parser) {
+    ++parser_->m_nInUse;
+}
+
+CPacParser::InUse::~InUse() {
+    if (--parser_->m_nInUse == 0 && parser_->m_bCleanedUp)
+        platform::performOnMainAndWait([this] { delete parser_; });
+}
+
+CPacParser::~CPacParser() {
+    // It would answer to nobody.
+    delete m_pDownload;
+}
+
 CPacParser* CPacParser::sharedInstance() {
-    static CPacParser parser;
-    return &parser;
+    if (CPacParser* const parser = m_sGlobalParser)
+        return parser;
+    auto* const parser = new CPacParser;
+    m_sGlobalParser = parser;
+    {
+        const InUse use(parser);
+        parser->load();
+    }
+    return m_sGlobalParser == parser ? parser : sharedInstance();
+}
+
+void CPacParser::CleanUP() {
+    CPacParser* const parser = m_sGlobalParser.exchange(nullptr);
+    if (!parser)
+        return;
+    const InUse use(parser);
+    parser->m_bCleanedUp = true;
 }
 
 bool CPacParser::IsPacEnabled() {
+    if (!hasScript(platform::copySystemProxySettings()))
+        return false;
+    return sharedInstance()->IsPacURLValid();
+}
+
+bool CPacParser::IsPacURLValid() const {
+    return m_strPacContent.find("FindProxyForURL") != std::string::npos;
+}
+
+bool CPacParser::IsReady() {
+    const InUse use(this);
+    if (!m_pWebView)
+        return false;
+    waitForPage();
+    return m_webViewLoad.loadSuccess();
+}
+
+void CPacParser::load() {
+    const auto settings = platform::copySystemProxySettings();
+    if (!hasScript(settings))
+        return;
+    std::string url = settings->autoConfigURL;
+    if (!isURLText(url))
+        url = addPercentEscapes(url);
+    if (!isURLText(url))
+        return;
+    if (const std::string path = pathOfFileURL(url); !path.empty()) {
+        logger().log(kORVNLogModule, 2, "CPacParser::sharedInstance, Pac file is a local file");
+        m_strPacContent = filterAscII(platform::readSmallFile(path, kLongestScript).value_or(""));
+    } else {
+        logger().log(kORVNLogModule, 2, "CPacParser::sharedInstance, Pac file is a remote file");
+        m_bAnswered = false;
+        downloadPacScript(url, this, m_pDownload, [this] { return m_bAnswered || m_bCleanedUp; });
+    }
+    if (m_bCleanedUp)
+        return;
+    if (m_strPacContent.empty()) {
+        logger().log(kORVNLogModule, 8, "CPacParser::sharedInstance cant get remote/local pac content");
+        return;
+    }
+    m_pWebView = std::make_unique<PacPage>();
+    m_pWebView->setFrameLoadDelegate_(&m_webViewLoad);
+    m_pWebView->loadHTMLString(replaceall(PacPage::pageTemplate(), "$FUNCTIONS", m_strPacContent));
+    waitForPage();
+}
+
+void CPacParser::waitForPage() const {
+    for (int i = 0; i < kPageSteps && !m_webViewLoad.loadSuccess() && !m_bCleanedUp; ++i)
+        platform::RunLoop::current().runFor(kPageStep);
+}
+
+void CPacParser::OnUrlReturn(intptr_t /*context*/, int result, const char* data) {
+    m_pDownload = nullptr;  // deletes itself
+    if (result != 0 && data) {
+        const std::string text = filterAscII(data);
+        if (text.size() <= kLongestScript)
+            m_strPacContent = text;
+        else
+            logger().log(kORVNLogModule, 8, "CPacParser::OnUrlReturn,the pac content is too long!");
+    }
+    m_bAnswered = true;
+}
+
+bool CPacParser::OnAskProxy(std::string& /*user*/, std::string& /*password*/) {
+    // No other answer follows.
+    m_bAnswered = true;
     return false;
 }
 
-std::vector<PacProxy> CPacParser::FindProxy(const char* /*url*/) {
-    return {};
+std::vector<PacProxy> CPacParser::FindProxy(const char* url) {
+    const InUse use(this);
+    logger().log(kORVNLogModule, 2, "CPacParser::CocoaFindProxy Begin");
+    auto proxies = CocoaFindProxy(url);
+    logger().log(kORVNLogModule, 2, "CPacParser::CocoaFindProxy End");
+    return proxies;
+}
+
+// False when the evaluator was not asked; its error is in the result.
+bool CPacParser::evaluate(const char* url, const std::string& method, PacEvaluator::Result& result) {
+    logger().log(kORVNLogModule, 2, "{}", method);
+    if (!url) {
+        logger().log(kORVNLogModule, 4, "{},URL null when try to find proxy", method);
+        return false;
+    }
+    const std::string script = CocoaGetPACScript(url);
+    if (script.empty()) {
+        logger().log(kORVNLogModule, 4, "{},PAC script blank when try to find proxy", method);
+        return false;
+    }
+    const auto prepared = preparedURL(url, method, false);
+    if (!prepared)
+        return false;
+    result = m_evaluator.proxiesForURL(script, *prepared);
+    return true;
+}
+
+std::vector<PacProxy> CPacParser::CocoaFindProxy(const char* url) {
+    const InUse use(this);
+    PacEvaluator::Result result;
+    if (!evaluate(url, "CPacParser::CocoaFindProxy", result))
+        return {};
+    if (result.error) {
+        logger().log(kORVNLogModule, 8, "CPacParser::CocoaFindProxy,Error when getting proxies with script.");
+        logger().log(kORVNLogModule, 8, "CPacParser::CocoaFindProxy - Error: {}", *result.error);
+        return {};
+    }
+    if (result.proxies.empty()) {
+        logger().log(kORVNLogModule, 8,
+                     "CPacParser::CocoaFindProxy, proxy not direct, but not supported, try ScriptFindProxy");
+        return ScriptFindProxy(url);
+    }
+    std::vector<PacProxy> proxies;
+    for (const auto& proxy : result.proxies) {
+        if (!proxy.host || !proxy.port)
+            continue;
+        const PacProxy found = asPacProxy(proxy);
+        if (!platform::isUtf8(found.host)) {
+            logger().log(kORVNLogModule, 8,
+                         "CPacParser::CocoaFindProxy - Server Address can not get UTF8String!");
+            continue;
+        }
+        logger().log(kORVNLogModule, 2, "CPacParser::CocoaFindProxy,proxyAddress is {},porxyPort is {}!",
+                     found.host, found.port);
+        proxies.push_back(found);
+    }
+    return proxies;
+}
+
+std::string CPacParser::CocoaFindProxyString(const char* url) {
+    const InUse use(this);
+    PacEvaluator::Result result;
+    if (!evaluate(url, "CPacParser::CocoaFindProxyString", result))
+        return {};
+    if (result.error) {
+        logger().log(kORVNLogModule, 8,
+                     "CPacParser::CocoaFindProxyString,CFNetworkCopyProxiesForAutoConfigurationScript: Error "
+                     "when getting proxies with script.");
+        return {};
+    }
+    std::string text;
+    for (const auto& proxy : result.proxies)
+        text += (text.empty() ? "" : "; ") + asPacText(proxy);
+    logger().log(kORVNLogModule, 2, "CPacParser::CocoaFindProxyString,{}", text);
+    return text;
+}
+
+std::string CPacParser::CocoaGetPACScript(const char* url) {
+    const InUse use(this);
+    const std::string method = "CPacParser::CocoaGetPACScript";
+    logger().log(kORVNLogModule, 2, "{}", method);
+    if (!m_strPacContent.empty()) {
+        logger().log(kORVNLogModule, 2, "{},already have GlobalPacContent.Don't get it again.", method);
+        return m_strPacContent;
+    }
+    logger().log(kORVNLogModule, 2, "{},GlobalPacContent is nil", method);
+    if (!url) {
+        logger().log(kORVNLogModule, 4, "{},URL null when try to get PAC script", method);
+        return {};
+    }
+    const auto prepared = preparedURL(url, method, true);
+    if (!prepared)
+        return {};
+    const auto settings = platform::copySystemProxySettings();
+    if (!settings) {
+        logger().log(kORVNLogModule, 8, "{},call SCDynamicStoreCopyProxies failed.", method);
+        return {};
+    }
+    const std::string address = autoConfigurationURL(*settings, *prepared);
+    if (address.empty()) {
+        logger().log(kORVNLogModule, 4, "{},PAC script URL null.", method);
+        return {};
+    }
+    // The encoding is detected; 0 is what a detection that failed leaves.
+    constexpr int usedEncoding = 0;
+    auto script = readPacText(address);
+    if (!script.error.empty()) {
+        logger().log(kORVNLogModule, 4, "{},use the usedEncoding has error,encoding:{}, error:{}.", method,
+                     usedEncoding, script.error);
+        script = readPacText(address);
+    }
+    if (!script.error.empty()) {
+        logger().log(kORVNLogModule, 8, "{},use the encoding:{} error:{}", method, usedEncoding,
+                     script.error);
+        logger().log(kORVNLogModule, 4, "{},Script null when getting PAC script with url.", method);
+    }
+    return script.text;
 }

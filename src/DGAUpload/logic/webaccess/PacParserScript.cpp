@@ -1,0 +1,126 @@
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <optional>
+
+#include "DGAUpload/logic/webaccess/CFNetworkHTTPDownload.h"
+#include "DGAUpload/logic/webaccess/PacInUse.h"
+#include "DGAUpload/logic/webaccess/PacParser.h"
+#include "DGAUpload/logic/webaccess/PacText.h"
+#include "platform/RunLoop.h"
+#include "support/ORVNLogger.h"
+
+namespace {
+
+ORVNLogger& logger() {
+    return ORVNLogger::sharedLogger();
+}
+
+constexpr char kFindProxyForURL[] = "FindProxyForURL";
+
+std::string afterLastBlank(const std::string& text) {
+    const size_t blank = text.rfind(' ');
+    return blank == std::string::npos ? text : text.substr(blank + 1);
+}
+
+int32_t decimalValue(const std::string& text) {
+    const long long value = std::strtoll(text.c_str(), nullptr, 10);
+    using Limits = std::numeric_limits<int32_t>;
+    return static_cast<int32_t>(std::clamp<long long>(value, Limits::min(), Limits::max()));
+}
+
+std::optional<PacProxy> proxyOfEntry(const std::string& entry) {
+    if (isIPv6Format(entry)) {
+        const size_t begin = entry.find('[');
+        const size_t end = entry.find("]:", begin);
+        if (end != std::string::npos)
+            return PacProxy{entry.substr(begin + 1, end - begin - 1), decimalValue(entry.substr(end + 2))};
+    } else if (const auto pieces = divideStr(entry, ":"); pieces.size() == 2) {
+        return PacProxy{afterLastBlank(pieces[0]), decimalValue(pieces[1])};
+    }
+    logger().log(kORVNLogModule, 4, "CPacParser::ParseProxy,error format!");
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::vector<PacProxy> CPacParser::ScriptFindProxy(const char* url) {
+    const InUse use(this);
+    logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxy Begin");
+    const std::string text = ScriptFindProxyString(url);
+    if (text.empty()) {
+        logger().log(kORVNLogModule, 2,
+                     "CPacParser::ScriptFindProxy End,call ScriptFindProxyString return value is nil!");
+        return {};
+    }
+    logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxy,proxy is {}", text);
+    auto proxies = ParseProxy(text.c_str());
+    logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxy End");
+    return proxies;
+}
+
+std::string CPacParser::ScriptFindProxyString(const char* url) {
+    const InUse use(this);
+    logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxyString Begin");
+    if (!m_pWebView || !url) {
+        logger().log(kORVNLogModule, 4, "CPacParser::ScriptFindProxyString, m_pWebView or param url is NULL");
+        return {};
+    }
+    const std::string address = url;
+    const size_t begin = schemeLength(address);
+    const std::string host = address.substr(begin, address.find('/', begin) - begin);
+    if (host.empty()) {
+        logger().log(kORVNLogModule, 4, "CPacParser::ScriptFindProxyString, host is nil!");
+        return {};
+    }
+    if (!IsPacURLValid()) {
+        logger().log(kORVNLogModule, 4,
+                     "CPacParser::ScriptFindProxyString, pac content is nil or no FindProxyForURL api!");
+        return {};
+    }
+    const char* const way = &platform::RunLoop::current() == &platform::RunLoop::main()
+                                ? "MainThread callWebScriptMethod"
+                                : "performSelectorOnMainThread";
+    logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxyString {} Begin", way);
+    std::string result;
+    platform::performOnMainAndWait([&] {
+        result = m_pWebView->callWebScriptMethod(kFindProxyForURL, {address, host});
+    });
+    logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxyString {} End", way);
+    logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxyString End");
+    return result;
+}
+
+std::string CPacParser::FindProxyString(const char* url) {
+    const InUse use(this);
+    logger().log(kORVNLogModule, 2, "CPacParser::CocoaFindProxyString Begin");
+    std::string text = CocoaFindProxyString(url);
+    if (text.empty()) {
+        logger().log(
+            kORVNLogModule, 2,
+            "CPacParser::CocoaFindProxyString - call CocoaFindProxyString return string size is 0,it "
+            "maybe failed or proxy is nil, try ScriptFindProxyString.");
+        text = ScriptFindProxyString(url);
+    }
+    logger().log(kORVNLogModule, 2, "CPacParser::CocoaFindProxyString End");
+    return text;
+}
+
+std::vector<PacProxy> CPacParser::ParseProxy(const char* text) {
+    if (!text || lowerCaseText(text) == "direct") {
+        logger().log(kORVNLogModule, 4, "CPacParser::ParseProxy,proxy is nil or proxy direct!");
+        return {};
+    }
+    std::vector<PacProxy> proxies;
+    for (const auto& entry : divideStr(text, ";")) {
+        if (entry == "DIRECT")
+            continue;
+        const auto proxy = proxyOfEntry(entry);
+        if (!proxy)
+            continue;
+        logger().log(kORVNLogModule, 2, "CPacParser::ParseProxy,proxyAddress is {},porxyPort is {}!",
+                     proxy->host, proxy->port);
+        proxies.push_back(*proxy);
+    }
+    return proxies;
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+/// Text helpers of the auto-configuration module. All are pure but for what divideStr logs.
+
+/// The pieces of `source` between the characters of `tok`, without empty ones. Each is logged.
+std::vector<std::string> divideStr(const std::string& source, const std::string& tok);
+
+/// Whether an entry of a script's answer gives an IPv6 address in brackets.
+bool isIPv6Format(const std::string& text);
+
+/// The text without its bytes above 127.
+std::string filterAscII(const std::string& text);
+
+/// The text with the first occurrence of the pattern replaced, and no other.
+std::string replaceall(const std::string& text, const std::string& pattern, const std::string& replacement);
+
+/// The text in lower case, as far as ASCII goes.
+std::string lowerCaseText(std::string text);
+
+/// Length of the "https://" or "http://" in front of an address, in any case; 0 without one.
+size_t schemeLength(const std::string& url);
+
+/// Whether a text is an address with scheme in the characters that RFC 3986 allows.
+bool isURLText(const std::string& text);
+
+/// The text with percent escapes for what an address may not hold; "" if it is not ASCII.
+std::string addPercentEscapes(const std::string& text);
+
+/// The path of a "file:" address, its percent escapes decoded; "" for any other.
+std::string pathOfFileURL(const std::string& url);
