@@ -14,7 +14,7 @@ namespace {
 
 constexpr size_t kLongestHost = 255;
 constexpr size_t kLongestPacHost = 63;
-constexpr char kHttpProxyProtocol[] = "http-proxy";
+constexpr char kHttpProxyProtocol[] = "http";
 
 ORVNLogger& logger() {
     return ORVNLogger::sharedLogger();
