@@ -1,15 +1,13 @@
-#include <sys/resource.h>
+#include <unistd.h>
 
 #include <QApplication>
 #include <QLabel>
 #include <QPointer>
-#include <clocale>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
 #include "DGAMonitor/DGAApplicationWindows.h"
 #include "DGAMonitor/View/DGAFrozeWindowController.h"
 #include "DGAMonitor/View/SendReport/View/DGAButton.h"
-#include "DGAMonitor/View/SendReport/View/DGAIconButton.h"
 #include "DGAWindowModule/DGAModuleWindowFactory.h"
 #include "ui/UiTest.h"
 
@@ -170,11 +168,6 @@ TEST_F(FrozeWindowTest, AHundredRoundsLeaveNothingBehind) {
     EXPECT_LT(grown, ui::isSanitized() ? 65536 : 512);
     EXPECT_TRUE(ui::waitUntil([] { return QApplication::topLevelWidgets().isEmpty(); }));
     EXPECT_FALSE(windows.anyVisible());
-}
-
-TEST_F(FrozeWindowTest, TheToolkitLeavesTheCoresLocaleAlone) {
-    EXPECT_STREQ(setlocale(LC_NUMERIC, nullptr), "C");
-    EXPECT_STREQ(setlocale(LC_TIME, nullptr), "C");
 }
 
 }  // namespace

@@ -236,8 +236,9 @@ TEST_F(WidgetsTest, AFrameIsChangedInOnePart) {
     EXPECT_EQ(view.geometry(), QRect(5, 6, 8, 9));
 }
 
-// Looked at by people; see CONTRIBUTING.md.
+// For people to look at: $ORVANEDGA_PICTURES names the folder, $QT_SCALE_FACTOR the scale.
 TEST_F(WidgetsTest, Gallery) {
+    window.setFixedWidth(520);
     addCheckbox("Include full screen capture")->infoBtn()->hide();
     auto* const box = addCheckbox("Include system and Orvane-related information");
     box->setSelected(true);
