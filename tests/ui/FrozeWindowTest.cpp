@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QLabel>
 #include <QPointer>
+#include <QScreen>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
 #include "DGAMonitor/DGAApplicationWindows.h"
@@ -43,8 +44,7 @@ protected:
     }
 
     static std::string stateOf(const QWidget& window, const char* property) {
-        const std::string command =
-            "xprop -id " + std::to_string(window.effectiveWinId()) + " " + property;
+        const std::string command = "xprop -id " + std::to_string(window.effectiveWinId()) + " " + property;
         std::string text;
         FILE* const output = popen(command.c_str(), "r");
         for (int c = fgetc(output); c != EOF; c = fgetc(output))
@@ -101,7 +101,7 @@ TEST_F(FrozeWindowTest, ShowsItsTextsWholeInTheMiddleAboveOthersAsItsLevelSays) 
         EXPECT_GE(label->width(), label->sizeHint().width()) << label->text().toStdString();
     for (const auto* const button : window->findChildren<DGAButton*>())
         EXPECT_GE(button->width(), button->fontMetrics().horizontalAdvance(button->text()) + 16);
-    const QPoint off = window->geometry().center() - QRect(0, 0, 1280, 1024).center();
+    const QPoint off = window->geometry().center() - window->screen()->geometry().center();
     EXPECT_LE(off.manhattanLength(), 4);
     EXPECT_NE(stateOf(*window, "_NET_WM_STATE").find("ABOVE"), std::string::npos);
 
@@ -111,8 +111,8 @@ TEST_F(FrozeWindowTest, ShowsItsTextsWholeInTheMiddleAboveOthersAsItsLevelSays) 
     EXPECT_TRUE(ui::waitUntilActive(*window));
 
     answers->prompt->setLevel(0);
-    EXPECT_TRUE(ui::waitUntil(
-        [&] { return stateOf(*window, "_NET_WM_STATE").find("ABOVE") == std::string::npos; }));
+    EXPECT_TRUE(
+        ui::waitUntil([&] { return stateOf(*window, "_NET_WM_STATE").find("ABOVE") == std::string::npos; }));
     EXPECT_TRUE(window->isVisible());
 }
 

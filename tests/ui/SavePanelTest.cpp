@@ -83,8 +83,8 @@ TEST_F(SavePanelTest, AsksBeforeItReplaces) {
         ASSERT_TRUE(ui::waitUntil([] { return qobject_cast<QMessageBox*>(QApplication::activeWindow()); }));
         EXPECT_TRUE(validator.asked.empty());
         ui::press(replace ? "alt+y" : "Escape");
-        ASSERT_TRUE(ui::waitUntil(
-            [&] { return replace ? !panel : QApplication::activeWindow() == panel.data(); }));
+        ASSERT_TRUE(
+            ui::waitUntil([&] { return replace ? !panel : QApplication::activeWindow() == panel.data(); }));
     }
     EXPECT_EQ(validator.asked, std::vector{folder + "/report.zip"});
     EXPECT_EQ(results, std::vector{1});

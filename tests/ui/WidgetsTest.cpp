@@ -215,9 +215,8 @@ TEST_F(WidgetsTest, ColoursAreReadFromText) {
         const char* text;
         QColor colour;
     } cases[] = {
-        {"#D6D6D6", grey},       {" d6d6d6\n", grey},     {"##D6D6D6", Qt::black},
-        {"#D6D6D", Qt::black},   {"", Qt::black},         {"#1Z0000", QColor(1, 0, 0)},
-        {"zz00FF", Qt::blue},
+        {"#D6D6D6", grey}, {" d6d6d6\n", grey},          {"##D6D6D6", Qt::black}, {"#D6D6D", Qt::black},
+        {"", Qt::black},   {"#1Z0000", QColor(1, 0, 0)}, {"zz00FF", Qt::blue},
     };
     for (const auto& c : cases)
         EXPECT_EQ(dga_hexStringToColor(c.text).rgba(), c.colour.rgba()) << c.text;
@@ -260,7 +259,8 @@ TEST_F(WidgetsTest, Gallery) {
     column->addWidget(spinner);
     auto* const banner = new LarimoNotificationView(
         QRect(20, 0, 392, 51), 1,
-        "We could not send your Problem Report. You can save the report and try to send it again later.", &window);
+        "We could not send your Problem Report. You can save the report and try to send it again later.",
+        &window);
     banner->setFixedHeight(banner->height());
     column->addWidget(banner);
     banner->show();

@@ -136,7 +136,8 @@ void DGACheckboxButton::reloadTitleLabelPosition() {
         place(imageV_, {0, 0, kImageSize, kImageSize});
     const QRect label(QPoint(kTitleLeft, 0), size);
     place(titleLab_, label);
-    titleLab_->setAlignment(Qt::AlignLeading | (size.height() > 2 * kImageSize ? Qt::AlignTop : Qt::AlignVCenter));
+    titleLab_->setAlignment(Qt::AlignLeading |
+                            (size.height() > 2 * kImageSize ? Qt::AlignTop : Qt::AlignVCenter));
     if (infoBtn_)
         place(infoBtn_, {label.right() + 1 + kGap, 0, kInfoSize, kInfoSize});
 }
