@@ -4,8 +4,10 @@
 
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMeetingData/DGAMeetingDataRecordTool.h"
+#include "DGAMonitor/DGAApplicationWindows.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
 #include "DGAMonitor/DGATelemetryManager.h"
+#include "DGAMonitor/DGAWindowModuleEntry.h"
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
 
@@ -13,6 +15,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     ORVNLogger::sharedLogger().initParams(
         {.subPath = "dga", .fileNamePrefix = "orvtra_dga_", .maxFileNum = 30});
     ORVN_LOG_METHOD();
+    DGAApplicationWindows::sharedWindows().setModuleName(kDGAWindowModuleName);
     DGAMonitorToolManager::shareManager().startMonitoring();
 }
 

@@ -12,6 +12,7 @@
 namespace {
 
 constexpr char kLogRoot[] = "/tmp/orvtrace/";
+constexpr size_t kLongestText = 65536;  // of a server's reply, say
 constexpr char kLinePattern[] = "%Y-%m-%d %H:%M:%S.%e [%P:%t] %v";
 
 spdlog::level::level_enum severityOf(int level) {
@@ -61,7 +62,7 @@ void ORVNLogger::writeLine(std::string_view module, int level, std::string_view 
     spdlog::logger* const logger = state_->current;
     if (logger && !isWriting) {
         isWriting = true;
-        logger->log(severityOf(level), "{} {} {}", module, level, text);
+        logger->log(severityOf(level), "{} {} {}", module, level, text.substr(0, kLongestText));
         isWriting = false;
     } else if (level >= 8) {
         writeToStandardError(module, text);

@@ -39,7 +39,7 @@ public:
     /// Full path of the file that is being written; none before initParams() and while there is no file.
     std::optional<std::string> logFileName() const;
 
-    /// Writes a text as it is, without taking it for a format.
+    /// Writes a text as it is, without taking it for a format; at most its first 64 KiB.
     void writeLine(std::string_view module, int level, std::string_view text);
 
     ORVNLogger(const ORVNLogger&) = delete;
