@@ -8,6 +8,26 @@
 #include "platform/Task.h"
 #include "support/ORVNLogger.h"
 
+namespace {
+
+// The kernel takes no argument of 128 KiB (MAX_ARG_STRLEN in execve(2)), and in a link a byte may become
+// three.
+constexpr size_t kLongestText = 36'000;
+
+// A text that fits into a link, cut between two characters and marked so if it must be.
+std::string fitting(const std::string& text) {
+    if (text.size() <= kLongestText)
+        return text;
+    ORVNLogger::sharedLogger().log(kORVNLogModule, 8, "MailExtension::mailTo,a body of {} bytes is cut",
+                                   text.size());
+    size_t end = kLongestText;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U)
+        --end;
+    return text.substr(0, end) + "\n…";
+}
+
+}  // namespace
+
 bool MailExtension::reportProblem(const ReportMail& mail, std::string* /*error*/) const {
     ORVN_LOG_METHOD();
     const auto script = appleScriptPathForScriptName(appleScriptNameForDefaultMailApp());
@@ -52,7 +72,7 @@ void MailExtension::mailTo(const std::string& recipient, const std::string& with
     ORVN_LOG_METHOD();
     platform::Task task;
     task.program = platform::programForCommand(AppleScriptTaskPath);
-    task.arguments = {byUsingAppleScript, recipient, withMailTitle, mailBody};
+    task.arguments = {byUsingAppleScript, recipient, withMailTitle, fitting(mailBody)};
     if (andAttachment)
         task.arguments.push_back(*andAttachment);
     task.output = platform::Task::Output::discard;

@@ -34,6 +34,8 @@ public:
     std::string myBundle() const;
 
     /// Starts the script runner with these five arguments, each as it is; without an attachment it gets four.
+    /// Of a body of more than 36,000 bytes it gets the beginning: the kernel bounds the length of an
+    /// argument.
     void mailTo(const std::string& recipient, const std::string& withMailTitle, const std::string& mailBody,
                 const std::optional<std::string>& andAttachment, const std::string& byUsingAppleScript) const;
 };

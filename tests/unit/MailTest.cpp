@@ -123,6 +123,14 @@ TEST(MailTest, TheMessageReachesTheMailProgramUnchanged) {
         EXPECT_EQ(link.find("second.zip"), std::string::npos);
     }
     EXPECT_FALSE(fs::exists("/tmp/pwned"));
+
+    ReportMail novel = kMail;
+    novel._mailBody.clear();
+    while (novel._mailBody.size() < 400'000)
+        novel._mailBody += "ü€";
+    const std::string arrived = valueOf(sentBy(novel), "&body=", "&\n");
+    EXPECT_GT(arrived.size(), 30'000U);
+    EXPECT_EQ(arrived.substr(arrived.size() - 10), "\u00fc\u20ac\r\n\u2026");
 }
 
 TEST(MailTest, KnownProgramsGetTheirOwnCommandLines) {
