@@ -4,7 +4,9 @@
 
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMeetingData/DGAMeetingDataRecordTool.h"
+#include "DGAMonitor/DGAApplicationWindows.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/DGAWindowModuleEntry.h"
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
 
@@ -12,6 +14,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     ORVNLogger::sharedLogger().initParams(
         {.subPath = "dga", .fileNamePrefix = "orvtra_dga_", .maxFileNum = 30});
     ORVN_LOG_METHOD();
+    DGAApplicationWindows::sharedWindows().setModuleName(kDGAWindowModuleName);
     DGAMonitorToolManager::shareManager().startMonitoring();
 }
 

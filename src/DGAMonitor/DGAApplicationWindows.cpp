@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "DGAMonitor/DGAWindowModuleEntry.h"
+#include "platform/LoadableModule.h"
 #include "support/ORVNLogger.h"
 
 DGAApplicationWindows& DGAApplicationWindows::sharedWindows() {
@@ -13,11 +15,30 @@ void DGAApplicationWindows::installFactory(std::shared_ptr<DGAWindowFactory> fac
     factory_ = std::move(factory);
 }
 
+// Returns why there is still no factory.
+std::string DGAApplicationWindows::openModule() {
+    if (moduleName_.empty())
+        return {};
+    const auto library = platform::LoadableModule::open(moduleName_);
+    auto* const entry =
+        library ? library->function<DGAWindowModuleEntryFunction>(kDGAWindowModuleEntry) : nullptr;
+    if (!entry)
+        return "the module " + moduleName_ + " cannot be used";
+    const DGAWindowModule* const module = entry();
+    if (!module || module->version != kDGAWindowModuleVersion)
+        return "the module " + moduleName_ + " is of another version";
+    std::string why;
+    factory_ = module->makeFactory(why);
+    return why;
+}
+
 template <typename Window, typename Make>
 std::shared_ptr<Window> DGAApplicationWindows::make(const char* what, Make make) {
+    const std::string why = factory_ ? std::string() : openModule();
     std::shared_ptr<Window> window = factory_ ? make(*factory_) : nullptr;
     if (!window) {
-        ORVNLogger::sharedLogger().log(kORVNLogModule, 8, "there is no {} to show", what);
+        ORVNLogger::sharedLogger().log(kORVNLogModule, 8, "there is no {} to show{}{}", what,
+                                       why.empty() ? "" : ": ", why);
         return nullptr;
     }
     std::erase_if(made_, [](const auto& other) { return other.expired(); });

@@ -3,6 +3,8 @@
 #include <atomic>
 #include <memory>
 #include <set>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "DGAMonitor/DGAWindowInterfaces.h"
@@ -14,10 +16,14 @@ public:
     /// The one instance. It lives as long as the process.
     static DGAApplicationWindows& sharedWindows();
 
-    /// Null removes it. Without a factory no window is made.
+    /// Null removes it. Without a factory, and without a module that has one, no window is made.
     void installFactory(std::shared_ptr<DGAWindowFactory> factory);
 
-    /// New hidden windows; null, with a line in the log, when there is no factory or it makes none.
+    /// The private library whose factory is used where none is installed. It is opened at the first window;
+    /// one that cannot be used is tried again at the next.
+    void setModuleName(std::string name) { moduleName_ = std::move(name); }
+
+    /// New hidden windows; null, with one line in the log, when there is no factory or it makes none.
     std::shared_ptr<DGAFrozeWindowInterface> makeFrozeWindow(std::weak_ptr<DGAFrozeWindowDelegate> delegate);
     std::shared_ptr<DGAProblemReportingWindowInterface> makeProblemReportingWindow();
     std::shared_ptr<DGAUploadWindowInterface> makeUploadWindow();
@@ -39,7 +45,9 @@ private:
     DGAApplicationWindows() = default;
     template <typename Window, typename Make>
     std::shared_ptr<Window> make(const char* what, Make make);
+    std::string openModule();
 
+    std::string moduleName_;
     std::shared_ptr<DGAWindowFactory> factory_;
     std::vector<std::weak_ptr<DGAWindowInterface>> made_;
     std::set<const void*> visible_;

@@ -1,0 +1,123 @@
+#include "DGAMonitor/View/DGASavePanel.h"
+
+#include <QFileInfo>
+#include <QMessageBox>
+#include <QPointer>
+#include <QPushButton>
+#include <QStandardPaths>
+#include <utility>
+
+#include "DGAMonitor/Const/DGALocalizationStrings.h"
+#include "DGAMonitor/View/DGAText.h"
+#include "platform/RunLoop.h"
+
+namespace {
+
+QString startFolder() {
+    for (const auto place : {QStandardPaths::DownloadLocation, QStandardPaths::DocumentsLocation}) {
+        const QString folder = QStandardPaths::writableLocation(place);
+        if (QFileInfo(folder).isDir() && QFileInfo(folder).isWritable())
+            return folder;
+    }
+    return QDir::homePath();
+}
+
+bool canBeWritten(const QString& path) {
+    const QFileInfo file(path);
+    const QFileInfo folder(file.absolutePath());
+    return folder.isDir() && folder.isWritable() && (!file.exists() || file.isFile());
+}
+
+}  // namespace
+
+DGASavePanel::DGASavePanel(QWidget* window) : QFileDialog(window) {
+    setOption(QFileDialog::DontUseNativeDialog);
+    // The question is asked here: the toolkit's would run a loop of its own inside accept().
+    setOption(QFileDialog::DontConfirmOverwrite);
+    setAcceptMode(QFileDialog::AcceptSave);
+    setFileMode(QFileDialog::AnyFile);
+    setWindowModality(Qt::WindowModal);
+    setLabelText(QFileDialog::Accept, dgaText(lDGAProblemReportWindowSaveBtnStr));
+    setLabelText(QFileDialog::Reject, dgaText(lDGACancelStr));
+    setWindowTitle(dgaText(lDGAProblemReportWindowSaveBtnStr));
+}
+
+DGASavePanel* DGASavePanel::dga_showSavePanelWithName(const std::string& name,
+                                                      const std::vector<std::string>& allowedFileTypes,
+                                                      QWidget* modelWindow, DGASavePanelDelegate* delegate,
+                                                      std::function<void(int result)> handler) {
+    auto* const panel = new DGASavePanel(modelWindow);
+    QStringList filters;
+    for (const auto& type : allowedFileTypes) {
+        panel->endings_ << QStringLiteral(".") + QString::fromStdString(type);
+        filters << QStringLiteral("*") + panel->endings_.last();
+    }
+    if (!filters.isEmpty())
+        panel->setNameFilter(filters.join(QLatin1Char(' ')));
+    panel->setDirectory(startFolder());
+    panel->selectFile(panel->withAllowedEnding(QString::fromStdString(name)));
+    panel->delegate_ = delegate;
+    connect(panel, &QDialog::finished, panel, [panel, done = std::move(handler)](int result) {
+        if (done)
+            done(result == QDialog::Accepted ? kChosen : kCancelled);
+        platform::performOnMain([guarded = QPointer<QObject>(panel)] { delete guarded; });
+    });
+    panel->open();
+    return panel;
+}
+
+QString DGASavePanel::withAllowedEnding(const QString& path) const {
+    for (const QString& ending : endings_) {
+        if (path.endsWith(ending, Qt::CaseInsensitive))
+            return path;
+    }
+    return endings_.isEmpty() ? path : path + endings_.first();
+}
+
+void DGASavePanel::accept() {
+    const QStringList chosen = selectedFiles();
+    if (chosen.isEmpty() || QFileInfo(chosen.first()).isDir()) {
+        QFileDialog::accept();  // goes into the folder
+        return;
+    }
+    const QString path = withAllowedEnding(chosen.first());
+    if (!canBeWritten(path))
+        refuse(dgaText(lDGANoFilePermissionStr));
+    else if (QFileInfo::exists(path))
+        confirmReplacing(path);
+    else
+        take(path);
+}
+
+void DGASavePanel::confirmReplacing(const QString& path) {
+    auto* const question = new QMessageBox(
+        QMessageBox::Warning, windowTitle(),
+        QFileDialog::tr("%1 already exists.\nDo you want to replace it?").arg(QFileInfo(path).fileName()),
+        QMessageBox::Yes | QMessageBox::No, this);
+    question->setDefaultButton(QMessageBox::No);
+    connect(question, &QDialog::finished, this, [this, path, question](int answer) {
+        platform::performOnMain([guarded = QPointer<QObject>(question)] { delete guarded; });
+        if (answer == QMessageBox::Yes)
+            take(path);
+    });
+    question->open();
+}
+
+void DGASavePanel::take(const QString& path) {
+    std::string error;
+    if (delegate_ && !delegate_->panel(*this, path.toStdString(), &error)) {
+        if (!error.empty())
+            refuse(QString::fromStdString(error));
+        return;
+    }
+    done(QDialog::Accepted);
+}
+
+void DGASavePanel::refuse(const QString& text) {
+    auto* const message = new QMessageBox(QMessageBox::Warning, windowTitle(), text, QMessageBox::Ok, this);
+    message->button(QMessageBox::Ok)->setText(dgaText(lDGAOKStr));
+    connect(message, &QDialog::finished, this, [message] {
+        platform::performOnMain([guarded = QPointer<QObject>(message)] { delete guarded; });
+    });
+    message->open();
+}

@@ -1,0 +1,126 @@
+#include "DGAMonitor/View/DGAWindowBase.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QCursor>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPointer>
+#include <QScreen>
+#include <QWindow>
+
+#include "DGAMonitor/DGAApplicationWindows.h"
+#include "DGAMonitor/View/DGAStyle.h"
+#include "DGAMonitor/View/DGAWindowActivation.h"
+#include "platform/RunLoop.h"
+
+namespace {
+
+constexpr int kFloatingLevel = 3;
+
+}  // namespace
+
+DGAWindowBase::DGAWindowBase(QWidget* parent) : QWidget(parent, Qt::Window | Qt::FramelessWindowHint) {
+    setObjectName(QString::fromLatin1(metaObject()->className()));
+    setAttribute(Qt::WA_OpaquePaintEvent);
+}
+
+DGAWindowBase::~DGAWindowBase() {
+    DGAApplicationWindows::sharedWindows().setVisible(this, false);
+}
+
+void DGAWindowBase::setLevel(int level) {
+    const Qt::WindowFlags flags = windowFlags().setFlag(Qt::WindowStaysOnTopHint, level >= kFloatingLevel);
+    if (flags == windowFlags())
+        return;
+    // setWindowFlags() would hide a window that is shown.
+    overrideWindowFlags(flags);
+    if (windowHandle())
+        windowHandle()->setFlags(flags);
+}
+
+void DGAWindowBase::showInFront() {
+    show();
+    bringToFront();
+}
+
+void DGAWindowBase::bringToFront() {
+    if (!isVisible())
+        return;
+    if (isMinimized())
+        showNormal();
+    dgaActivateWindow(*this);
+}
+
+void DGAWindowBase::center() {
+    ensurePolished();
+    adjustSize();
+    const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return;
+    const QRect room = screen->availableGeometry();
+    QRect frame(QPoint(), size());
+    frame.moveCenter(room.center());
+    frame.moveTop(qMax(frame.top(), room.top()));
+    move(frame.topLeft());
+}
+
+void DGAWindowBase::closeEvent(QCloseEvent* event) {
+    event->ignore();
+    emit closeRequested();
+}
+
+void DGAWindowBase::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    DGAApplicationWindows::sharedWindows().setVisible(this, true);
+}
+
+// A window that was only minimised is still in use.
+void DGAWindowBase::hideEvent(QHideEvent* event) {
+    if (!event->spontaneous())
+        DGAApplicationWindows::sharedWindows().setVisible(this, false);
+    QWidget::hideEvent(event);
+}
+
+void DGAWindowBase::keyPressEvent(QKeyEvent* event) {
+    if (event->matches(QKeySequence::Cancel))
+        emit closeRequested();
+    else
+        QWidget::keyPressEvent(event);
+}
+
+void DGAWindowBase::mousePressEvent(QMouseEvent* event) {
+    dragging_ = event->button() == Qt::LeftButton;
+    dragStart_ = event->globalPosition().toPoint();
+    dragOrigin_ = pos();
+}
+
+void DGAWindowBase::mouseMoveEvent(QMouseEvent* event) {
+    const QPoint way = event->globalPosition().toPoint() - dragStart_;
+    if (!dragging_ || way.manhattanLength() < QApplication::startDragDistance())
+        return;
+    if (windowHandle() && windowHandle()->startSystemMove())
+        dragging_ = false;  // the window manager goes on
+    else
+        move(dragOrigin_ + way);
+}
+
+void DGAWindowBase::mouseReleaseEvent(QMouseEvent* /*event*/) {
+    dragging_ = false;
+}
+
+void DGAWindowBase::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    painter.fillRect(rect(), DGAStyle::kWindow);
+    painter.setPen(DGAStyle::kWindowEdge);
+    painter.drawRect(rect().adjusted(0, 0, -1, -1));
+}
+
+void DGAWindowDeleter::operator()(DGAWindowBase* window) const {
+    window->hide();
+    window->disconnect();
+    platform::performOnMain([guarded = QPointer<DGAWindowBase>(window)] { delete guarded; });
+}

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QPoint>
+#include <QWidget>
+#include <memory>
+
+/// The base of all windows: white, without a frame of the window manager, moved by dragging its background, as
+/// large as its layout needs. Made hidden. Tells the core whenever it becomes visible or ceases to be.
+class DGAWindowBase : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit DGAWindowBase(QWidget* parent = nullptr);
+    ~DGAWindowBase() override;
+
+    /// 3 floats above normal windows, 0 does not. Also while it is shown.
+    void setLevel(int level);
+
+    /// Shows it, makes it key and brings it before all others.
+    void showInFront();
+
+    /// Makes it key and brings it before all others, if it is visible.
+    void bringToFront();
+
+    /// Moves it to the middle of the screen on which the pointer is.
+    void center();
+
+signals:
+    /// The user wants to close the window: Escape, the window manager, the session's end. It stays open; who
+    /// owns it decides, as for its close button.
+    void closeRequested();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    bool dragging_ = false;
+    QPoint dragStart_;
+    QPoint dragOrigin_;
+};
+
+/// Hides a window at once and deletes it soon: this may happen inside one of its own handlers.
+struct DGAWindowDeleter {
+    void operator()(DGAWindowBase* window) const;
+};
+
+template <typename Window>
+using DGAWindowOwner = std::unique_ptr<Window, DGAWindowDeleter>;

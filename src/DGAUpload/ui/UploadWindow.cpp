@@ -1,0 +1,1 @@
+#include "DGAUpload/ui/UploadWindow.h"

@@ -1,0 +1,20 @@
+#include "DGAWindowModule/DGAModuleWindowFactory.h"
+
+#include <utility>
+
+#include "DGAMonitor/View/DGAFrozeWindowController.h"
+
+std::shared_ptr<DGAFrozeWindowInterface> DGAModuleWindowFactory::makeFrozeWindow(
+    std::weak_ptr<DGAFrozeWindowDelegate> delegate) {
+    auto controller = std::make_shared<DGAFrozeWindowController>();
+    controller->setDelegate(std::move(delegate));
+    return controller;
+}
+
+std::shared_ptr<DGAProblemReportingWindowInterface> DGAModuleWindowFactory::makeProblemReportingWindow() {
+    return nullptr;
+}
+
+std::shared_ptr<DGAUploadWindowInterface> DGAModuleWindowFactory::makeUploadWindow() {
+    return nullptr;
+}

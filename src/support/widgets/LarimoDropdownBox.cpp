@@ -1,0 +1,94 @@
+#include "support/widgets/LarimoDropdownBox.h"
+
+#include <QAbstractItemView>
+#include <QPainter>
+#include <QScreen>
+#include <QWheelEvent>
+
+namespace {
+
+constexpr int kArrowWidth = 10;
+constexpr int kArrowHeight = 5;
+constexpr int kGap = 8;
+
+}  // namespace
+
+LarimoDropdownBox::LarimoDropdownBox(QWidget* parent) : QComboBox(parent) {
+    setFocusPolicy(Qt::StrongFocus);
+    setSizeAdjustPolicy(QComboBox::AdjustToContentsOnFirstShow);
+    connect(this, &QComboBox::activated, this, &LarimoDropdownBox::choose);
+}
+
+void LarimoDropdownBox::setHasBorder(bool hasBorder) {
+    hasBorder_ = hasBorder;
+    update();
+}
+
+void LarimoDropdownBox::setTitle(const QString& title) {
+    title_ = title;
+    setToolTip(fontMetrics().horizontalAdvance(title) > width() - kArrowWidth - kGap ? title : QString());
+    update();
+}
+
+void LarimoDropdownBox::removeAllItems() {
+    clear();
+}
+
+void LarimoDropdownBox::addItem(const LarimoDropdownMenuitem& item) {
+    QComboBox::addItem(item.title());
+}
+
+void LarimoDropdownBox::setSelectedIndex(int index) {
+    setCurrentIndex(index < count() ? index : -1);
+}
+
+void LarimoDropdownBox::choose(int index) {
+    setTitle(itemText(index));
+    if (delegate_)
+        delegate_->onSelectedIndexChanged(index);
+}
+
+void LarimoDropdownBox::showPopup() {
+    QComboBox::showPopup();
+    QWidget* const menu = view()->window();
+    const int needed = view()->sizeHintForColumn(0) + 2 * kGap;
+    QRect frame(mapToGlobal(popUpPoint_ + QPoint(0, height())),
+                QSize(qMax(menuWidth_, needed), menu->height()));
+    // Above the box where there is no room below it.
+    const QRect room = screen()->availableGeometry();
+    if (frame.bottom() > room.bottom())
+        frame.moveBottom(mapToGlobal(popUpPoint_).y() - 1);
+    if (frame.right() > room.right())
+        frame.moveRight(room.right());
+    menu->setGeometry(frame);
+}
+
+void LarimoDropdownBox::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (hasBorder_) {
+        painter.setPen(hasFocus() ? QPen(palette().highlight(), 2) : QPen(palette().mid(), 1));
+        painter.setBrush(palette().base());
+        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 4, 4);
+    }
+    const int margin = hasBorder_ ? kGap : 0;
+    const auto group = isEnabled() ? QPalette::Active : QPalette::Disabled;
+    const QRect content = rect().adjusted(margin, 0, -margin, 0);
+    const bool leftToRight = layoutDirection() == Qt::LeftToRight;
+    const QRect arrow(leftToRight ? content.right() + 1 - kArrowWidth : content.left(),
+                      content.center().y() - kArrowHeight / 2, kArrowWidth, kArrowHeight);
+    painter.setPen(QPen(palette().color(group, QPalette::Text), 1.5, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawPolyline(QPolygonF({QPointF(arrow.left() + 0.5, arrow.top()),
+                                    QPointF(arrow.left() + kArrowWidth / 2.0, arrow.top() + kArrowHeight),
+                                    QPointF(arrow.left() + kArrowWidth - 0.5, arrow.top())}));
+    const int used = kArrowWidth + kGap;
+    const QRect text = leftToRight ? content.adjusted(0, 0, -used, 0) : content.adjusted(used, 0, 0, 0);
+    painter.drawText(text, Qt::AlignVCenter | (leftToRight ? Qt::AlignLeft : Qt::AlignRight),
+                     fontMetrics().elidedText(title_, Qt::ElideRight, text.width()));
+}
+
+// A wheel that only scrolls past must not change what was chosen.
+void LarimoDropdownBox::wheelEvent(QWheelEvent* event) {
+    event->ignore();
+}
