@@ -1,5 +1,6 @@
 #include "support/Base64.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -17,7 +18,38 @@ constexpr std::array<uint8_t, 256> reverseAlphabet() {
     return values;
 }
 
+/// The two characters for every 12 bits.
+constexpr std::array<std::array<char, 2>, 4096> pairsOfAlphabet() {
+    std::array<std::array<char, 2>, 4096> pairs{};
+    for (size_t i = 0; i < pairs.size(); ++i)
+        pairs[i] = {kAlphabet[i >> 6], kAlphabet[i & 0x3F]};
+    return pairs;
+}
+
 }  // namespace
+
+int GetBase64EncodeSize(int length) {
+    return length / 3 * 4 + (length % 3 != 0 ? 4 : 0);
+}
+
+int Base64Encode(char* output, const unsigned char* input, int length) {
+    static constexpr auto kPairs = pairsOfAlphabet();
+    if (output == nullptr || input == nullptr || length < 1)
+        return 0;
+    const unsigned char* const end = input + length - length % 3;
+    for (; input != end; input += 3, output += 4) {
+        const auto& first = kPairs[static_cast<unsigned>(input[0]) << 4 | input[1] >> 4];
+        const auto& second = kPairs[(input[1] & 0xFU) << 8 | input[2]];
+        output[0] = first[0];
+        output[1] = first[1];
+        output[2] = second[0];
+        output[3] = second[1];
+    }
+    const std::string last =
+        base64Encode({reinterpret_cast<const char*>(end), static_cast<size_t>(length % 3)});
+    std::copy(last.begin(), last.end(), output);
+    return GetBase64EncodeSize(length);
+}
 
 std::string base64Encode(std::string_view bytes, size_t lineLength) {
     std::string text;

@@ -1,0 +1,75 @@
+#include "DGAUpload/logic/CFileOperate.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "support/ORVNLogger.h"
+
+namespace {
+
+ORVNLogger& logger() {
+    return ORVNLogger::sharedLogger();
+}
+
+// A named pipe in the file's place must not hold us up, and a folder has no size that means anything.
+FILE* openRegularFile(const std::string& path) {
+    const int handle = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (handle < 0)
+        return nullptr;
+    struct stat state {};
+    FILE* file = fstat(handle, &state) == 0 && S_ISREG(state.st_mode) ? fdopen(handle, "r") : nullptr;
+    if (file == nullptr)
+        close(handle);
+    return file;
+}
+
+}  // namespace
+
+CFileOperate::CFileOperate() {
+    logger().log(kORVNLogModule, 2, "CFileOperate::CFileOperate Begin");
+}
+
+CFileOperate::~CFileOperate() {
+    if (m_pFile != nullptr)
+        std::fclose(m_pFile);
+    logger().log(kORVNLogModule, 2, "~CFileOperate::~~CFileOperate");
+}
+
+bool CFileOperate::initialize(std::string path) {
+    if (m_pFile != nullptr)
+        std::fclose(m_pFile);
+    m_nFileSize = 0;
+    m_pFile = path.empty() ? nullptr : openRegularFile(path);
+    if (m_pFile == nullptr || fseeko(m_pFile, 0, SEEK_END) != 0) {
+        logger().log(kORVNLogModule, 8, "CFileOperate::CFileOperate filepath is empty");
+        return false;
+    }
+    m_nFileSize = std::max<int64_t>(ftello(m_pFile), 0);
+    std::rewind(m_pFile);
+    logger().log(kORVNLogModule, 2, "CFileOperate::initialize fileSize={}", m_nFileSize);
+    return true;
+}
+
+int32_t CFileOperate::getTotalPiece() {
+    // Only the result has 32 bits: a sum would overflow for a file of 2 GiB.
+    const int64_t pieces = m_nFileSize / kPieceLength + (m_nFileSize % kPieceLength != 0 ? 1 : 0);
+    const auto totalPiece =
+        static_cast<int32_t>(std::min<int64_t>(pieces, std::numeric_limits<int32_t>::max()));
+    logger().log(kORVNLogModule, 2, "CFileOperate::getTotalPiece totalPiece={}", totalPiece);
+    return totalPiece;
+}
+
+uint64_t CFileOperate::getBlockFromFile(uint32_t length, unsigned char** buffer) {
+    if (m_pFile == nullptr || buffer == nullptr || *buffer == nullptr)
+        return 0;
+    const off_t position = ftello(m_pFile);
+    const size_t count = std::fread(*buffer, 1, length, m_pFile);
+    logger().log(kORVNLogModule, 2, "CFileOperate::getBlockFromFile nBufLen:{}, offset:{}, totalSize:{} \n",
+                 count, static_cast<int64_t>(position), m_nFileSize);
+    fseeko(m_pFile, position + static_cast<off_t>(length), SEEK_SET);
+    return count;
+}

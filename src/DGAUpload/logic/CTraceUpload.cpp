@@ -1,0 +1,232 @@
+#include "DGAUpload/logic/CTraceUpload.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <string_view>
+#include <utility>
+
+#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAUpload/logic/CUploadRequest.h"
+#include "support/Base64.h"
+#include "support/JsonValue.h"
+#include "support/ORVNLogger.h"
+
+namespace {
+
+constexpr int kPieceLength = CFileOperate::kPieceLength;
+
+template <typename... Args>
+void log(int level, fmt::format_string<Args...> format, Args&&... args) {
+    ORVNLogger::sharedLogger().log(kORVNLogModule, level, format, std::forward<Args>(args)...);
+}
+
+std::string valueOf(const DGAXMLParser::Dictionary& values, const char* name) {
+    const auto found = values.find(name);
+    return found == values.end() ? std::string() : found->second;
+}
+
+bool isSuccess(const DGAXMLParser::Dictionary& values) {
+    return valueOf(values, "Status") == "SUCCESS";
+}
+
+}  // namespace
+
+struct CTraceUpload::Reply {
+    int result;
+    const std::string& text;
+};
+
+CTraceUpload::CTraceUpload() : m_request(std::make_shared<CUploadRequest>(*this)) {
+    log(2, "CTraceUpload::CTraceUpload Begin");
+}
+
+CTraceUpload::~CTraceUpload() {
+    m_request->abandon();
+}
+
+bool CTraceUpload::preparingReport(std::string url, std::string filePath) {
+    m_siteURL = std::move(url);
+    if (filePath.empty()) {
+        m_status = kStatusNoFile;
+        log(8, "CTraceUpload::preparingReport filePath is empty");
+        return true;
+    }
+    m_filePath = std::move(filePath);
+    log(2, "CTraceUpload::preparingReport file:{}, file_without_extension:{}", m_filePath, m_fileName);
+    m_pFileOperate = std::make_unique<CFileOperate>();
+    if (!m_pFileOperate->initialize(m_filePath)) {
+        m_status = kStatusNoFile;
+        log(8, "CTraceUpload::start_uploadToServer file inital failed");
+        return false;
+    }
+    return true;
+}
+
+bool CTraceUpload::queryAndUploadToSever() {
+    log(2, "CTraceUpload::queryAndUploadToSever");
+    m_request->query(getURLAndEnodeByType("QW"));
+    return true;  // we may be gone here
+}
+
+std::string CTraceUpload::getURLAndEnodeByType(const std::string& type) const {
+    if (type == "QW" || type == "UL")
+        return m_siteURL + "&AT=" + type;
+    log(8, "CTraceUpload::getURLAndEnodeByType type not support");
+    return m_siteURL;
+}
+
+void CTraceUpload::start_uploadToServer() {
+    log(2, "CTraceUpload::start_uploadToServer");
+    m_fileSizeText = std::to_string(m_pFileOperate ? m_pFileOperate->fileSize() : 0);
+    m_total_pieceCount = m_pFileOperate ? static_cast<uint32_t>(m_pFileOperate->getTotalPiece()) : 0;
+    if (m_total_pieceCount == 0) {
+        m_status = kStatusFileEmpty;
+        log(8, "CTraceUpload::start_uploadToServer filesize is 0, no file to upload");
+        return;
+    }
+    ++m_current_pieceNum;
+    m_status = kStatusSending;
+    m_pieceBuffer.resize(kPieceLength + 1);
+    m_base64Buffer.resize(static_cast<size_t>(support::GetBase64EncodeSize(kPieceLength)) + 1);
+    uploading_tracefile();
+}
+
+bool CTraceUpload::uploading_tracefile() {
+    log(2, "CTraceUpload::uploading_tracefile");
+    if (m_current_pieceNum > m_total_pieceCount)
+        uploadFinish();
+    else
+        postPiece();
+    return true;  // we may be gone here
+}
+
+void CTraceUpload::postPiece() {
+    std::fill(m_pieceBuffer.begin(), m_pieceBuffer.end(), static_cast<unsigned char>(0));
+    std::fill(m_base64Buffer.begin(), m_base64Buffer.end(), '\0');
+    unsigned char* piece = m_pieceBuffer.data();
+    m_nPieceLength = m_pFileOperate->getBlockFromFile(kPieceLength, &piece);
+    const int encoded = support::Base64Encode(m_base64Buffer.data(), piece, static_cast<int>(m_nPieceLength));
+    if (encoded < 1) {
+        m_status = kStatusSendFailed;
+        log(8, "CTraceUpload::start_uploadToServer Base64Encode failed");
+    }
+    log(2, "CTraceUpload::start_uploadToServer base64EncodeReturnSize {}, Inital Size: {} \n", encoded,
+        m_base64Buffer.size());
+
+    std::string body = DGAUtilities::dga_stringToBase64Str(pieceDescription());
+    body.reserve(body.size() + 1 + m_base64Buffer.size());
+    body += ';';
+    body.append(m_base64Buffer.data(), static_cast<size_t>(std::max(encoded, 0)));
+    m_request->post(getURLAndEnodeByType("UL"), body);
+}
+
+std::string CTraceUpload::pieceDescription() const {
+    const auto base64 = [](const std::string& text) { return DGAUtilities::dga_stringToBase64Str(text); };
+    const nlohmann::json fields{
+        {"SMAC", m_smac},
+        {"cn", base64(m_conferenceName)},
+        {"ui", m_userId},
+        {"si", m_siteId},
+        {"sn", base64(m_userName)},
+        {"mk", m_meetingKey},
+        {"ts", m_smacTimestap},
+        {"ci", m_confId},
+        {"pl", std::to_string(m_nPieceLength)},
+        {"pc", std::to_string(m_total_pieceCount)},
+        {"pn", std::to_string(m_current_pieceNum)},
+        {"ut", m_uploadTimeStamp},
+        {"fn", m_fileName},
+        {"cb", m_clientVersion},
+        {"su", m_siteURL},
+        {"li", m_languageID},
+        {"pt", "2"},
+        {"ue", m_userEmail},
+        {"pd", base64(m_userComment)},
+        {"ti", m_trackingId},
+        {"ct", m_problemCatagory},
+        {"fs", m_fileSizeText},
+    };
+    return support::prettyJson(fields);
+}
+
+void CTraceUpload::uploadFinish() {
+    log(2, "CTraceUpload::uploadFinish");
+    std::vector<unsigned char>().swap(m_pieceBuffer);
+    std::vector<char>().swap(m_base64Buffer);
+    m_status = kStatusSent;
+}
+
+void CTraceUpload::OnUrlReturn(intptr_t downloadType, int result, const char* data) {
+    log(2, "CTraceUpload::OnUrlReturn,result={}", result);
+    if (data == nullptr) {
+        m_status = downloadType == CUploadRequest::kQuery ? kStatusQueryFailed : kStatusSendFailed;
+        log(8, "CTraceUpload::OnUrlReturn, failed, downloadType {}", downloadType);
+        return;
+    }
+    const std::string text(data, static_cast<size_t>(std::max(result, 0)));
+    log(2, "str_return_XML.c_str()={}", text.c_str());
+    const Reply reply{result, text};
+    DGAXMLParser::parserValueWith(
+        text,
+        [&](const DGAXMLParser::Dictionary& values) {
+            if (downloadType == CUploadRequest::kPiece)
+                pieceAnswered(reply, values);
+            else if (downloadType == CUploadRequest::kQuery)
+                queryAnswered(reply, values);
+        },
+        [&](const platform::XmlParseError& /*error*/) { replyUnreadable(downloadType); })
+        ->startParse();
+}
+
+void CTraceUpload::pieceAnswered(const Reply& reply, const DGAXMLParser::Dictionary& values) {
+    if (isSuccess(values)) {
+        pieceTaken();
+    } else if (support::jsonBoolQuery(valueOf(values, "ExceedFileNumber")).value_or(false)) {
+        m_status = kStatusExceedFileNumber;
+    } else {
+        m_status = kStatusSendFailed;
+        log(4, "CTraceUpload::OnUrlReturn,Upload Filed failed! result: {}, content: {}", reply.result,
+            reply.text.c_str());
+    }
+}
+
+void CTraceUpload::pieceTaken() {
+    int32_t progress = static_cast<int32_t>(static_cast<float>(m_current_pieceNum) /
+                                            static_cast<float>(m_total_pieceCount) * 100);
+    if (progress >= 101) {
+        log(4,
+            "CTraceUpload::OnUrlReturn,m_upload_progress is wrong: {}, m_current_pieceNum {}, "
+            "m_total_pieceCount {}",
+            progress, m_current_pieceNum, m_total_pieceCount);
+        progress = 100;
+    }
+    m_upload_progress = progress;
+    ++m_current_pieceNum;
+    uploading_tracefile();
+}
+
+void CTraceUpload::queryAnswered(const Reply& reply, const DGAXMLParser::Dictionary& values) {
+    if (isSuccess(values)) {
+        m_status = kStatusQueryAnswered;
+        m_bQuerySucceeded = true;
+        start_uploadToServer();
+    } else {
+        m_status = kStatusSendFailed;
+        log(4, "CTraceUpload::OnUrlReturn,QueryWorkload Connection to Server failed! result: {}, content: {}",
+            reply.result, reply.text.c_str());
+    }
+}
+
+void CTraceUpload::replyUnreadable(intptr_t downloadType) {
+    if (downloadType == CUploadRequest::kPiece) {
+        m_status = kStatusSendFailed;
+        log(4, "CTraceUpload::OnUrlReturn,Upload Filed failed!");
+    } else if (downloadType == CUploadRequest::kQuery) {
+        m_status = kStatusQueryFailed;
+        log(8, "CTraceUpload::OnUrlReturn,QueryWorkload parse failed!");
+    }
+}
+
+bool CTraceUpload::OnAskProxy(std::string& /*user*/, std::string& /*password*/) {
+    return true;
+}
