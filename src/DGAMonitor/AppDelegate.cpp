@@ -6,6 +6,7 @@
 #include "DGAMeetingData/DGAMeetingDataRecordTool.h"
 #include "DGAMonitor/DGAApplicationWindows.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/DGATelemetryManager.h"
 #include "DGAMonitor/DGAWindowModuleEntry.h"
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
@@ -21,6 +22,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 void AppDelegate::applicationWillTerminate() {
     ORVN_LOG_METHOD();
     DGAMeetingDataRecordTool::shareDataRecordTool().stopRecord();
+    DGATelemetryManager::closeOrvTelemetry();
     DGACSVFileTool::traceQueue().sync([] {});
     std::quick_exit(EXIT_SUCCESS);
 }

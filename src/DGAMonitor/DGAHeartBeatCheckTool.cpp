@@ -7,6 +7,7 @@
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/DGAApplicationWindows.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/DGATelemetryManager.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "DGAMonitor/Utilities/Tool/DGATaskTool.h"
 #include "platform/DGALoopThread.h"
@@ -17,6 +18,8 @@ namespace {
 
 constexpr double kTickSeconds = 2.0;
 constexpr double kPromptRecencySeconds = 11.0;
+constexpr int kQuitAndSendAction = 2605;
+constexpr int kWaitAction = 2606;
 
 DGAMonitorToolManager& record() {
     return DGAMonitorToolManager::shareManager();
@@ -24,6 +27,11 @@ DGAMonitorToolManager& record() {
 
 void logLine(int level, std::string_view text) {
     ORVNLogger::sharedLogger().writeLine(kORVNLogModule, level, text);
+}
+
+void sendTelemetryAction(int actionID) {
+    if (const auto telemetry = record().telemetryMrg)
+        telemetry->sendTelemetryActionByID(actionID);
 }
 
 }  // namespace
@@ -293,11 +301,13 @@ void DGAHeartBeatCheckTool::frozeWindowButtonDidClickWithIndex(int index) {
         showUploadWindowWhileExistAlready();
     } else if (index == 0) {
         record().isFreeze = true;
+        sendTelemetryAction(kQuitAndSendAction);
         record().readyToQuit = true;
         generateReportWindow();
         record().isFreeze = false;
     } else if (index == 1) {
         record().readyToQuit = false;
+        sendTelemetryAction(kWaitAction);
         const std::lock_guard<std::mutex> hold(lock_);
         timeInterval_ = 0.0;
     }

@@ -11,6 +11,7 @@
 #include "DGAMonitor/Const/DGADicKeyStrings.h"
 #include "DGAMonitor/DGADealNotifTargetTool.h"
 #include "DGAMonitor/DGASessionParameters.h"
+#include "DGAMonitor/DGATelemetryManager.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "support/JsonValue.h"
@@ -139,6 +140,20 @@ void DGAMonitorToolManager::saveMeetingData() {
 
 void DGAMonitorToolManager::setupTelemetry() {
     ORVN_LOG_METHOD();
+    const auto metricsURL = telemetryMetricsURL.get();
+    if (telemetryMrg || !metricsURL || metricsURL->empty())
+        return;
+    telemetryMrg = std::make_shared<DGATelemetryManager>();
+    telemetryMrg->telemetryEnable = telemetryEnable;
+    telemetryMrg->telemetrySessionID = telemetrySessionID.get();
+    telemetryMrg->telemetryMetricsURL = metricsURL;
+    telemetryMrg->telemetryHttpHeaders = telemetryHttpHeaders.get();
+    telemetryMrg->enableAccompnyDGA = enableAccompnyDGA;
+    const auto& headers = telemetryMrg->telemetryHttpHeaders;
+    ORVNLogger::sharedLogger().log(
+        kORVNLogModule, 2, "{},_telemetryHttpHeaders:{},_telemetryMetricsURL:{}", ORVN_METHOD_NAME,
+        support::orNull(headers ? support::jsonAsSent(*headers) : std::nullopt), *metricsURL);
+    telemetryMrg->startTelemetry();
 }
 
 void DGAMonitorToolManager::startReceiveMeetingData() {

@@ -12,6 +12,7 @@
 
 class DGADealNotifTargetTool;
 class DGAProblemReportingWindowInterface;
+class DGATelemetryManager;
 class DGAUploadWindowInterface;
 
 namespace platform {
@@ -47,7 +48,8 @@ public:
     /// Appends the eleven parameter records to the trace.
     static void saveMeetingData();
 
-    /// Starts telemetry when the client allows it; called after every parameter message.
+    /// Starts telemetry when the client allows it; called after every parameter message. The first one with
+    /// an address decides for the run.
     void setupTelemetry();
 
     /// A notification's full name: the base name, an underscore and this process's id.
@@ -86,6 +88,9 @@ public:
     Text telemetrySessionID;  ///< also the tracking id of a report
     Text telemetryMetricsURL;
     platform::Guarded<std::shared_ptr<const nlohmann::json>> telemetryHttpHeaders;  ///< null if not sent
+
+    /// None until a parameter message has brought an address. Main thread only.
+    std::shared_ptr<DGATelemetryManager> telemetryMrg;
 
     // The state of the run.
     std::atomic<bool> readyToQuit{false};    ///< nothing but visible windows keeps the assistant alive

@@ -23,8 +23,7 @@ std::optional<LoadableModule> LoadableModule::open(const std::string& name) {
         report(8, "cannot load the module \"" + name + "\": it has no place in the private folder");
         return std::nullopt;
     }
-    void* const handle =
-        dlopen((folder + "/" + name + ".so").c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+    void* const handle = dlopen((folder + "/" + name + ".so").c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     if (!handle) {
         report(8, "cannot load the module " + name + ": " + reason());
         return std::nullopt;

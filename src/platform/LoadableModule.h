@@ -10,9 +10,9 @@ namespace platform {
 /// Once loaded it stays until the process ends: its code may be running in other threads.
 class LoadableModule {
 public:
-    /// Loads <BundleInfo::helperFolder()>/<name>.so with all its symbols bound and none of them shown to other
-    /// libraries. `name` is a bare file name. None, with the reason reported at level 8, if it cannot be
-    /// loaded. Loading a module again gives the same one. Any thread.
+    /// Loads <BundleInfo::helperFolder()>/<name>.so with all its symbols bound and none of them shown to
+    /// other libraries. `name` is a bare file name. None, with the reason reported at level 8, if it cannot
+    /// be loaded. Loading a module again gives the same one. Any thread.
     static std::optional<LoadableModule> open(const std::string& name);
 
     /// What the module exports under a C name: a function as `Function*`. Null, reported at level 8, if there

@@ -5,6 +5,7 @@
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/DGAApplicationWindows.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/DGATelemetryManager.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "platform/MessagePort.h"
 #include "platform/PrivateFolder.h"
@@ -42,6 +43,7 @@ void DGAUtilities::dga_prepareToQuit() {
 void DGAUtilities::dga_quit() {
     ORVN_LOG_METHOD();
     dga_prepareToQuit();
+    DGATelemetryManager::closeOrvTelemetry();
     const auto name = ORVN_METHOD_NAME;
     // The process ends on the trace's own queue: a record that is still waiting there would otherwise make
     // the folder anew.
