@@ -1,10 +1,13 @@
-# orvanedga_options: the warnings and sanitizers every target of this project is built with.
+# orvanedga_options: the warnings and sanitizers every target of this project is built with; orvanedga_warnings
+# alone is for programs that the build itself runs.
+add_library(orvanedga_warnings INTERFACE)
 add_library(orvanedga_options INTERFACE)
-target_compile_options(orvanedga_options INTERFACE
+target_link_libraries(orvanedga_options INTERFACE orvanedga_warnings)
+target_compile_options(orvanedga_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wformat=2 -Wcast-align -Wundef
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi>)
 if(ORVANEDGA_WERROR)
-  target_compile_options(orvanedga_options INTERFACE -Werror)
+  target_compile_options(orvanedga_warnings INTERFACE -Werror)
 endif()
 if(ORVANEDGA_SANITIZE)
   target_compile_options(orvanedga_options INTERFACE

@@ -2,6 +2,7 @@
 . "$(dirname "$0")/common.sh"
 cmake --install "$1" --prefix "$PWD/prefix" > install.txt || fail "$(cat install.txt)"
 for file in bin/orvanedga bin/orvane-client-sim lib/orvanedga/libdgacore.so share/orvanedga/scenarios/hello.json \
+    share/orvanedga/{English,zh_CN,pl}.lproj/Localizable.strings \
     lib/orvanedga/{sw_vers,osascript,system_profiler,screencapture}; do
     [[ -e prefix/$file ]] || fail "$file is not installed"
 done

@@ -5,7 +5,6 @@
 
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
-#include "DGAMonitor/Utilities/Tool/DGALanguageManager.h"
 #include "support/Base64.h"
 #include "support/JsonValue.h"
 #include "support/ORVNLogger.h"
@@ -141,15 +140,6 @@ TEST(Utilities, TextsAndIdentifiers) {
     EXPECT_TRUE(DGAUtilities::isMatchWithPattern("a\nb", "a.b"));
     EXPECT_FALSE(DGAUtilities::isMatchWithPattern("ab", "(")) << "no expression at all";
     EXPECT_FALSE(DGAUtilities::isMatchWithPattern("ab", std::nullopt));
-}
-
-TEST(Language, NumbersChooseTables) {
-    const std::vector<std::pair<int64_t, std::string>> choices = {
-        {0, "English"},        {2, "English"}, {3, "zh_CN"},    {7, "French"},   {8, "French"},
-        {12, "es_419"},        {18, "da"},     {19, "English"}, {20, "English"}, {-1, "English"},
-        {INT64_MAX, "English"}};
-    for (const auto& [number, name] : choices)
-        EXPECT_EQ(DGALanguageManager::dga_getActiveLanguageWithLanguageID(number), name) << number;
 }
 
 TEST(MethodName, IsClassAndMethodWhateverTheSignature) {

@@ -23,7 +23,9 @@ public:
 
     // Texts and identifiers
 
-    /// The text for an English key in the client's language; the key itself where the string table has none.
+    /// The text for an English key in the client's language, English before the client has told one; the key
+    /// itself where the string table has none or cannot be read. The first call for a language reads its
+    /// table, which stays. `%@` and `%d` in a text are for support::fillPlaceholders().
     static std::string dga_localize(const std::string& key);
 
     /// Without the characters \ / : * ? " < > | and the full stop.
