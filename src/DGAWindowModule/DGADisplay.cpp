@@ -41,7 +41,8 @@ bool waylandAnswers() {
     const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (descriptor < 0)
         return false;
-    const bool answers = connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    const bool answers =
+        connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
     close(descriptor);
     return answers;
 }

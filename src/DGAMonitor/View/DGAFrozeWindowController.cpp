@@ -5,8 +5,7 @@
 #include "DGAMonitor/View/DGAText.h"
 #include "ui_DGAFrozeWindowController.h"
 
-DGAFrozeWindowController::DGAFrozeWindowController()
-    : ui_(std::make_unique<Ui::DGAFrozeWindowController>()) {
+DGAFrozeWindowController::DGAFrozeWindowController() : ui_(std::make_unique<Ui::DGAFrozeWindowController>()) {
     ui_->setupUi(&window());
     windowDidLoad();
 }

@@ -10,8 +10,8 @@ namespace Ui {
 class DGAFrozeWindowController;
 }
 
-/// The prompt that tells that the client is not responding and asks whether to quit it and send a report, or to
-/// wait. Tells its delegate the answer, which closes it.
+/// The prompt that tells that the client is not responding and asks whether to quit it and send a report, or
+/// to wait. Tells its delegate the answer, which closes it.
 class DGAFrozeWindowController final : public DGAWindowController<DGAFrozeWindowInterface, DGAFrozeWindow> {
 public:
     DGAFrozeWindowController();

@@ -28,10 +28,10 @@ public:
     static constexpr int kCancelled = 0;
     static constexpr int kChosen = 1;
 
-    /// Opens the panel and returns at once. `name` is the suggested name, with or without an ending; a name that
-    /// the user leaves without one of the allowed endings gets the first of them. The delegate, if any, outlives
-    /// the panel or is taken away. `handler`, if any, is told kCancelled or kChosen once, and nothing if the
-    /// window ends first.
+    /// Opens the panel and returns at once. `name` is the suggested name, with or without an ending; a name
+    /// that the user leaves without one of the allowed endings gets the first of them. The delegate, if any,
+    /// outlives the panel or is taken away. `handler`, if any, is told kCancelled or kChosen once, and
+    /// nothing if the window ends first.
     static DGASavePanel* dga_showSavePanelWithName(const std::string& name,
                                                    const std::vector<std::string>& allowedFileTypes,
                                                    QWidget* modelWindow, DGASavePanelDelegate* delegate,

@@ -11,7 +11,8 @@ namespace {
 
 // Every role, so that a dark desktop theme colours none of them.
 QPalette windowPalette() {
-    QPalette palette(kText, kWindow, Qt::white, kControlEdge, kControlEdge, kText, Qt::white, kWindow, kWindow);
+    QPalette palette(kText, kWindow, Qt::white, kControlEdge, kControlEdge, kText, Qt::white, kWindow,
+                     kWindow);
     palette.setColor(QPalette::Button, QColor(0xf5, 0xf5, 0xf5));
     palette.setColor(QPalette::Light, Qt::white);
     palette.setColor(QPalette::Midlight, kHover);

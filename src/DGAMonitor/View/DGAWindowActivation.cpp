@@ -37,8 +37,8 @@ xcb_timestamp_t serverTime() {
     const uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, probe, root, -1, -1, 1, 1, 0,
                       XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &events);
-    xcb_change_property(connection.get(), XCB_PROP_MODE_APPEND, probe, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8, 0,
-                        nullptr);
+    xcb_change_property(connection.get(), XCB_PROP_MODE_APPEND, probe, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8,
+                        0, nullptr);
     xcb_flush(connection.get());
     const Owned<xcb_generic_event_t> event(xcb_wait_for_event(connection.get()));
     if (!event || (event->response_type & 0x7f) != XCB_PROPERTY_NOTIFY)

@@ -22,7 +22,6 @@ constexpr int kFloatingLevel = 3;
 }  // namespace
 
 DGAWindowBase::DGAWindowBase(QWidget* parent) : QWidget(parent, Qt::Window | Qt::FramelessWindowHint) {
-    setObjectName(QString::fromLatin1(metaObject()->className()));
     setAttribute(Qt::WA_OpaquePaintEvent);
 }
 

@@ -4,8 +4,8 @@
 #include <QWidget>
 #include <memory>
 
-/// The base of all windows: white, without a frame of the window manager, moved by dragging its background, as
-/// large as its layout needs. Made hidden. Tells the core whenever it becomes visible or ceases to be.
+/// The base of all windows: white, without a frame of the window manager, moved by dragging its background,
+/// as large as its layout needs. Made hidden. Tells the core whenever it becomes visible or ceases to be.
 class DGAWindowBase : public QWidget {
     Q_OBJECT
 

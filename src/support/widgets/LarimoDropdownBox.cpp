@@ -77,7 +77,8 @@ void LarimoDropdownBox::paintEvent(QPaintEvent* /*event*/) {
     const bool leftToRight = layoutDirection() == Qt::LeftToRight;
     const QRect arrow(leftToRight ? content.right() + 1 - kArrowWidth : content.left(),
                       content.center().y() - kArrowHeight / 2, kArrowWidth, kArrowHeight);
-    painter.setPen(QPen(palette().color(group, QPalette::Text), 1.5, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.setPen(
+        QPen(palette().color(group, QPalette::Text), 1.5, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.setBrush(Qt::NoBrush);
     painter.drawPolyline(QPolygonF({QPointF(arrow.left() + 0.5, arrow.top()),
                                     QPointF(arrow.left() + kArrowWidth / 2.0, arrow.top() + kArrowHeight),

@@ -11,8 +11,8 @@ public:
     virtual void onSelectedIndexChanged(int index) = 0;
 };
 
-/// A box with a title and a menu of entries, of which one may be selected. Choosing an entry makes its title the
-/// box's.
+/// A box with a title and a menu of entries, of which one may be selected. Choosing an entry makes its title
+/// the box's.
 class LarimoDropdownBox final : public QComboBox {
     Q_OBJECT
 

@@ -7,8 +7,8 @@ class LarimoNotificationView final : public QWidget {
     Q_OBJECT
 
 public:
-    /// A hidden banner. Style 1 is a warning, every other a plain notice. `frame` is where it lies in its parent;
-    /// it gets higher where the message needs it.
+    /// A hidden banner. Style 1 is a warning, every other a plain notice. `frame` is where it lies in its
+    /// parent; it gets higher where the message needs it.
     LarimoNotificationView(const QRect& frame, int style, const QString& message, QWidget* parent = nullptr);
 
     int style() const { return style_; }

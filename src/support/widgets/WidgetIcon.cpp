@@ -14,7 +14,8 @@ QSvgRenderer& renderer(const QString& name) {
     auto& entry = (*loaded)[name];
     if (!entry) {
         const QString path = QStringLiteral(":/icons/%1.svg").arg(name);
-        entry = QFileInfo::exists(path) ? std::make_shared<QSvgRenderer>(path) : std::make_shared<QSvgRenderer>();
+        entry =
+            QFileInfo::exists(path) ? std::make_shared<QSvgRenderer>(path) : std::make_shared<QSvgRenderer>();
     }
     return *entry;
 }

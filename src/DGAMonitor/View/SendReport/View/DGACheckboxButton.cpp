@@ -3,6 +3,7 @@
 #include <QLabel>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QResizeEvent>
 #include <QStyle>
 
 #include "DGAMonitor/View/DGAStyle.h"
@@ -135,18 +136,21 @@ void DGACheckboxButton::reloadTitleLabelPosition() {
         place(imageV_, {0, 0, kImageSize, kImageSize});
     const QRect label(QPoint(kTitleLeft, 0), size);
     place(titleLab_, label);
-    titleLab_->setAlignment(Qt::AlignLeading | (size.height() > 2 * kImageSize ? Qt::AlignTop : Qt::AlignVCenter));
+    titleLab_->setAlignment(Qt::AlignLeading |
+                            (size.height() > 2 * kImageSize ? Qt::AlignTop : Qt::AlignVCenter));
     if (infoBtn_)
         place(infoBtn_, {label.right() + 1 + kGap, 0, kInfoSize, kInfoSize});
 }
 
 QSize DGACheckboxButton::sizeHint() const {
     const QSize text = titleSize(QWIDGETSIZE_MAX);
-    return {kTitleLeft + text.width() + kGap + kInfoSize, text.height()};
+    return {kTitleLeft + text.width() + kGap + kInfoSize, minimumSizeHint().height()};
 }
 
 QSize DGACheckboxButton::minimumSizeHint() const {
-    return {kTitleLeft + kInfoSize + kGap, kImageSize};
+    // Once it has its width, its height follows from it.
+    const int known = testAttribute(Qt::WA_Resized) ? width() : QWIDGETSIZE_MAX;
+    return {kTitleLeft + kInfoSize + kGap, heightForWidth(known)};
 }
 
 int DGACheckboxButton::heightForWidth(int width) const {
@@ -175,4 +179,6 @@ void DGACheckboxButton::paintEvent(QPaintEvent* /*event*/) {
 void DGACheckboxButton::resizeEvent(QResizeEvent* event) {
     QCheckBox::resizeEvent(event);
     reloadTitleLabelPosition();
+    if (event->oldSize().width() != width())
+        updateGeometry();
 }

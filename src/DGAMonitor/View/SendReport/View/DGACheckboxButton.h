@@ -6,8 +6,8 @@ class DGAImageView;
 class DGAMouseTrackingButton;
 class QLabel;
 
-/// A checkbox with an image, a title that wraps where it is long, and an info button behind the title. A click
-/// anywhere but on the info button, or Space, toggles it; nobody is told, its owner reads selected().
+/// A checkbox with an image, a title that wraps where it is long, and an info button behind the title. A
+/// click anywhere but on the info button, or Space, toggles it; nobody is told, its owner reads selected().
 class DGACheckboxButton final : public QCheckBox {
     Q_OBJECT
 

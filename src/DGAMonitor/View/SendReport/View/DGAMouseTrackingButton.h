@@ -6,8 +6,8 @@
 
 class DGASendReportInfoViewController;
 
-/// An info button: shows a popover while the mouse is over it, while it has the keyboard focus by the keyboard,
-/// and when it is pressed.
+/// An info button: shows a popover while the mouse is over it, while it has the keyboard focus by the
+/// keyboard, and when it is pressed.
 class DGAMouseTrackingButton final : public DGAIconButton {
     Q_OBJECT
 
