@@ -1,0 +1,194 @@
+#include <safe_mem_lib.h>
+
+#include <array>
+#include <cassert>
+#include <utility>
+
+#include "DGAUpload/logic/webaccess/BlockingWait.h"
+#include "DGAUpload/logic/webaccess/CFNetworkHTTPDownload.h"
+#include "support/ORVNLogger.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using Event = platform::HttpReadStream::Event;
+
+constexpr size_t kReadBufferSize = 16384;
+constexpr size_t kLongestUrl = 2047;
+constexpr auto kFirstPause = 500ms;
+constexpr std::chrono::milliseconds kLongestPause = 5s;
+
+ORVNLogger& logger() {
+    return ORVNLogger::sharedLogger();
+}
+
+}  // namespace
+
+void CNetworkDownload::ReadStreamClientCallBack(platform::HttpReadStream* /*stream*/, Event event,
+                                                void* info) {
+    assert(info);
+    auto* const self = static_cast<CNetworkDownload*>(info);
+    switch (event) {
+        case Event::endEncountered:
+            self->OnEnd();
+            break;
+        case Event::errorOccurred:
+            self->OnError();
+            break;
+        case Event::hasBytesAvailable:
+            self->OnBytes();
+            break;
+        case Event::openCompleted:
+            break;
+    }
+}
+
+void CNetworkDownload::NetworkTimeoutTimerProc(platform::Timer* /*timer*/, void* info) {
+    auto* const self = static_cast<CNetworkDownload*>(info);
+    if (!self)
+        return;
+    self->TerminateDownload();
+    self->Report(-1, nullptr);
+}
+
+// Tells the sink, ends the wait and deletes the engine if it is marked so: the engine may be gone after this.
+void CNetworkDownload::Report(int result, const char* data) {
+    const std::weak_ptr<void> alive = alive_;
+    const auto wait = wait_;
+    restarts_ = 0;
+    if (m_pSink)
+        m_pSink->OnUrlReturn(m_nDownloadType, result, data);
+    wait->end();
+    if (alive.expired())
+        return;
+    if (wait_ == wait)
+        m_blockRunLoop = nullptr;
+    if (m_bAutoDelete)
+        delete this;
+}
+
+void CNetworkDownload::OnEnd() {
+    logger().log(kORVNLogModule, 2,
+                 "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventEndEncountered");
+    m_bSuccess = true;
+    TerminateDownload();
+    Report(static_cast<int>(m_nDataSize), m_pData);
+}
+
+void CNetworkDownload::OnError() {
+    logger().log(kORVNLogModule, 4, "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventErrorOccurred");
+    m_bSuccess = false;
+    TerminateDownload();
+    Report(-1, nullptr);
+}
+
+void CNetworkDownload::OnNotFound() {
+    logger().log(kORVNLogModule, 4,
+                 "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 2,Error=404");
+    m_bSuccess = false;
+    TerminateDownload();
+    Report(0, nullptr);
+}
+
+void CNetworkDownload::OnBytes() {
+    if (const auto response = m_readStream->response()) {
+        const int status = response->status;
+        if (status == 401 || status == 403 || status == 407)
+            return OnChallenge(*response);
+        if (status == 404)
+            return OnNotFound();
+    }
+    std::array<unsigned char, kReadBufferSize> buffer;
+    uint32_t total = 0;
+    for (;;) {
+        if (!m_readStream->hasBytesAvailable()) {
+            logger().log(kORVNLogModule, 4,
+                         "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 3,"
+                         "call CFReadStreamHasBytesAvailable return false!");
+            break;
+        }
+        memset_s(buffer.data(), buffer.size(), 0, buffer.size());
+        const auto count = m_readStream->read(buffer.data(), buffer.size() - 1);
+        if (count <= 0)
+            break;
+        OnNewStream(buffer.data(), static_cast<unsigned long>(count));
+        total += static_cast<uint32_t>(count);
+    }
+    if (static_cast<int32_t>(total) < 0)
+        OnEnd();
+}
+
+void CNetworkDownload::OnChallenge(const platform::HttpResponse& response) {
+    logger().log(kORVNLogModule, 4,
+                 "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 1,Error={}",
+                 response.status);
+    StopBlocking();
+    NoteMovedUrl(response.url);
+    if (!m_pSink)
+        return;
+    const bool isHttps = m_nHttps == 1;
+    bool& tried = isHttps ? m_bHttpsAuthTried : m_bHttpAuthTried;
+    std::string user = isHttps ? m_httpsProxyUser : m_httpProxyUser;
+    std::string password = isHttps ? m_httpsProxyPassword : m_httpProxyPassword;
+    const bool useStored = !tried && !user.empty();
+    TerminateDownload();
+    if (!useStored) {
+        user.clear();
+        password.clear();
+        const std::weak_ptr<void> alive = alive_;
+        const bool agreed = m_pSink->OnAskProxy(user, password);
+        if (alive.expired() || !agreed)
+            return;
+    }
+    tried = true;
+    Restart(std::move(user), std::move(password));
+}
+
+void CNetworkDownload::NoteMovedUrl(const std::string& url) {
+    if (url.empty()) {
+        logger().log(kORVNLogModule, 4,
+                     "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 2,"
+                     "urlNew == NULL");
+    } else if (url.size() > kLongestUrl) {
+        logger().log(kORVNLogModule, 4,
+                     "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 2,"
+                     "get buffer from CFString failed");
+    } else if (url != m_strUrl) {
+        m_bNeedEscape = false;
+        m_strUrl = url;
+        logger().log(kORVNLogModule, 2,
+                     "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 2, "
+                     "jump to another url = {}",
+                     url);
+    }
+}
+
+// Repeats the request with these credentials, after the pause that is due.
+void CNetworkDownload::Restart(std::string user, std::string password) {
+    const auto repeat = [this](const std::string& name, const std::string& secret) {
+        if (m_nHttps == 1)
+            SetHttpsProxy(name, secret);
+        else
+            SetHttpProxy(name, secret);
+    };
+    const auto pause = NextPause();
+    if (pause == 0ms)
+        return repeat(user, password);
+    if (m_bBlock && wait_->resume())
+        m_blockRunLoop = &platform::RunLoop::current();
+    restartTimer_ = std::make_unique<platform::Timer>(
+        platform::RunLoop::current(), pause, false,
+        [this, repeat, user = std::move(user), password = std::move(password)] {
+            StopBlocking();
+            repeat(user, password);
+        });
+}
+
+std::chrono::milliseconds CNetworkDownload::NextPause() {
+    const int restart = restarts_++;
+    if (restart == 0)
+        return 0ms;
+    constexpr int kDoublings = 4;
+    return std::min<std::chrono::milliseconds>(kFirstPause * (1 << std::min(restart - 1, kDoublings)),
+                                               kLongestPause);
+}

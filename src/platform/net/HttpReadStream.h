@@ -1,0 +1,99 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/ProxySettings.h"
+
+namespace platform {
+
+struct HttpRequest {
+    std::string method;  ///< "GET" or "POST"
+    std::string url;     ///< http or https, percent-escaped
+    std::vector<std::pair<std::string, std::string>> headers;
+    std::shared_ptr<const std::string> body;  ///< shared, not copied; null for none
+
+    /// Basic credentials, sent without waiting for a challenge and only to a proxy: with CONNECT for https,
+    /// with the request for http. Where there is no proxy they go nowhere. None when the user is empty.
+    std::string proxyUser;
+    std::string proxyPassword;
+};
+
+struct HttpResponse {
+    int status = 0;
+    std::string url;  ///< of the request that was answered, which after a redirect is not the first one
+};
+
+/// One HTTP/1.1 request (RFC 9110, 9112) as a stream of its reply's body. Everything happens on the run loop
+/// of the thread that opens it; nothing blocks. The streams of a thread share their connections. Requests
+/// never carry "Expect: 100-continue". At most 256 KiB of the body wait to be read: the connection rests
+/// until they are. A header of more than 256 KiB is an error.
+class HttpReadStream {
+public:
+    enum class Event {
+        openCompleted,
+        hasBytesAvailable,  ///< also, once, for a 4xx reply without a body, so that its status is seen
+        errorOccurred,      ///< the last event: see error()
+        endEncountered,     ///< the last event: the whole body was read
+    };
+
+    /// Told about events from the run loop, never from inside a call of this class and never while it is
+    /// still busy with the one before. It may close or destroy the stream.
+    using Client = std::function<void(Event)>;
+
+    /// 0 and 0 for none. Domain 1: code is curl's (CURLcode).
+    struct Error {
+        int domain = 0;
+        int code = 0;
+    };
+
+    explicit HttpReadStream(HttpRequest request);
+
+    /// As close().
+    ~HttpReadStream();
+    HttpReadStream(const HttpReadStream&) = delete;
+    HttpReadStream& operator=(const HttpReadStream&) = delete;
+
+    /// The proxies to use; without them the stream goes direct, whatever the environment says. The http entry
+    /// serves http URLs, the https entry https URLs, and exceptions go direct. Settings that hold nothing but
+    /// the https entry's host and port, with nothing enabled, serve every scheme. A proxy that answers
+    /// CONNECT with 407 makes the reply: that status and no body. Before open().
+    void setProxy(ProxySettings settings);
+
+    /// Follow redirects to http and https, 20 at most; 301, 302 and 303 turn a POST into a GET. Else a
+    /// redirect is a reply like others. Before open().
+    void setAutomaticRedirection(bool follow);
+
+    /// Accept any certificate, for whatever name. Before open().
+    void setLaxCertificates(bool lax);
+
+    /// False when the stream was opened already.
+    bool setClient(Client client);
+
+    /// Sends the request. False, with error(), when the URL is none that can be asked for, and when the
+    /// stream was opened before.
+    bool open();
+
+    /// Drops the connection and every further event. Harmless when repeated.
+    void close();
+
+    /// Takes up to `size` bytes of the body. 0 when there are none now, -1 after an error.
+    std::ptrdiff_t read(void* buffer, size_t size);
+    bool hasBytesAvailable() const;
+
+    /// None before the header of the final reply is complete.
+    std::optional<HttpResponse> response() const;
+
+    Error error() const;
+
+private:
+    struct State;
+    std::shared_ptr<State> state_;
+};
+
+}  // namespace platform

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <curl/curl.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/net/HttpConnectionPool.h"
+#include "platform/net/HttpReadStream.h"
+
+namespace platform {
+
+/// The curl side of a HttpReadStream: one handle, its proxies and its redirects. Redirects are followed here
+/// rather than by curl, because each step may need another proxy.
+class HttpTransfer final : private HttpConnectionPool::Transfer {
+public:
+    struct Options {
+        HttpRequest request;
+        std::optional<ProxySettings> proxy;
+        bool followRedirects = false;
+        bool laxCertificates = false;
+    };
+
+    /// Called from inside curl: it only takes notes.
+    class Listener {
+    public:
+        /// False leaves the bytes with curl and rests the connection until resume().
+        virtual bool takeBody(std::string_view bytes) = 0;
+        virtual void ended(CURLcode result) = 0;
+
+    protected:
+        ~Listener() = default;
+    };
+
+    HttpTransfer(Options options, Listener& listener);
+    ~HttpTransfer();
+    HttpTransfer(const HttpTransfer&) = delete;
+    HttpTransfer& operator=(const HttpTransfer&) = delete;
+
+    CURLcode start();
+    void resume();
+    const std::optional<HttpResponse>& response() const { return response_; }
+
+private:
+    static size_t onHeader(const char* bytes, size_t size, size_t count, void* self);
+    static size_t onBody(const char* bytes, size_t size, size_t count, void* self);
+    void transferEnded(CURLcode result) override;
+
+    CURLcode setUp();
+    CURLcode setUpUrl();
+    void setUpRequest();
+    CURLcode begin();
+    std::optional<CURLcode> followRedirect();
+    long status() const;
+    bool isRedirect() const;
+
+    Options options_;
+    Listener& listener_;
+    std::string url_;
+    std::string method_;
+    std::shared_ptr<HttpConnectionPool> pool_;
+    CURL* handle_ = nullptr;
+    curl_slist* headers_ = nullptr;
+    bool running_ = false;
+    bool hasLocation_ = false;
+    size_t headerBytes_ = 0;
+    size_t skippedBytes_ = 0;
+    int redirects_ = 0;
+    std::optional<HttpResponse> response_;
+};
+
+}  // namespace platform
