@@ -1,12 +1,11 @@
 #pragma once
 
 #include <QFont>
-#include <QPointer>
 #include <QWidget>
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <vector>
 
 class DGAImageView;
 class LarimoNotificationView;
@@ -69,18 +68,27 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    struct Row;
+    /// A step's line: where the design has its image and its label, and what comes below.
+    struct Row {
+        DGAImageView* image;
+        QLabel* label;
+        int imageY;
+        int labelY;
+        int labelHeight;  // the least
+        int below;        // where the next line begins
+    };
 
     void awakeFromNib();
     void initialContentView();
     void initialTexts();
+    void initialRows();
     void UIlayout();
-    int layoutRows();
     int layoutRow(size_t number, int push);
-    int layoutButtons(int top);
+    QSize layoutButtons(int contentBottom);
     void redraw();
     void setText(QLabel& label, const QString& text);
-    void showError(DGAImageView& image);
+    void showUploadingStep(bool succeeded, const char* failure, int32_t warning);
+    static void showError(DGAImageView& image);
     void stopSpinner();
     static void saveTrace(const char* basicInfo);
 
@@ -94,8 +102,8 @@ private:
     QFont m_stepLabelfont;
     LarimoNotificationView* warnView_ = nullptr;
     int warningType_ = 0;  // of the banner
-    size_t spinnerRow_ = 0;
-    std::vector<Row> rows_;
+    size_t spinnerRow_ = 1;  // counted from 1
+    std::array<Row, 5> rows_{};
     std::weak_ptr<UploadViewDelegate> delegate_;
     QSize size_;
 };
