@@ -90,12 +90,24 @@ QString filled(const char* key, const std::string& value) {
     return QString::fromStdString(support::fillPlaceholders(DGAUtilities::dga_localize(key), {value}));
 }
 
+// Labels break lines between words only: lets one that is longer than a line, such as an address, break anywhere.
+QString breakable(const QString& text, const QFontMetrics& metrics) {
+    QStringList words = text.split(QLatin1Char(' '));
+    for (QString& word : words) {
+        if (metrics.horizontalAdvance(word) > kLabelWidth)
+            word = word.split(QString()).join(QChar(0x200b));  // zero width space
+    }
+    return words.join(QLatin1Char(' '));
+}
+
 }  // namespace
 
 UploadView::UploadView(QWidget* parent) : QWidget(parent), ui_(std::make_unique<Ui::uploadView>()) {
     ui_->setupUi(this);
     awakeFromNib();
 }
+
+UploadView::~UploadView() = default;
 
 void UploadView::awakeFromNib() {
     ORVN_LOG_METHOD();
@@ -124,8 +136,6 @@ void UploadView::initialContentView() {
     startTimer(0);
     showCancelButton();
     UIlayout();
-    // Nothing has the keyboard until the user asks for it: the Return that sent the report must not cancel it.
-    setFocus();
 }
 
 void UploadView::initialTexts() {
@@ -189,14 +199,14 @@ int UploadView::layoutRow(size_t number, int push) {
 
 // They end at the same place in every language and lie below all else. Returns the size of the view.
 QSize UploadView::layoutButtons(int contentBottom) {
-    const int plain = qMax(kPlainButtonWidth, qMax(ui_->cancelButton->sizeHint().width(),
-                                                   ui_->ok_Button->sizeHint().width()));
+    const int cancel = qMax(kPlainButtonWidth, ui_->cancelButton->sizeHint().width());
+    const int okay = qMax(kPlainButtonWidth, ui_->ok_Button->sizeHint().width());
     const int save = qMax(kSaveButtonWidth, ui_->saveButton->sizeHint().width());
-    const int right = qMax(kButtonRight, kMargin + save + kButtonGap + plain);
+    const int right = qMax(kButtonRight, kMargin + save + kButtonGap + cancel);
     const int y = qMax(kButtonY, contentBottom + kMargin);
-    for (QWidget* const button : {static_cast<QWidget*>(ui_->cancelButton), static_cast<QWidget*>(ui_->ok_Button)})
-        button->setGeometry(right - plain, y, plain, kButtonHeight);
-    ui_->saveButton->setGeometry(right - plain - kButtonGap - save, y, save, kButtonHeight);
+    ui_->cancelButton->setGeometry(right - cancel, y, cancel, kButtonHeight);
+    ui_->ok_Button->setGeometry(right - okay, y, okay, kButtonHeight);
+    ui_->saveButton->setGeometry(right - cancel - kButtonGap - save, y, save, kButtonHeight);
     const int width = right + kMargin;
     ui_->closeImage->setGeometry(width - kMargin - kCloseSize, kMargin, kCloseSize, kCloseSize);
     return {width, y + kButtonHeight + kMargin};
@@ -205,6 +215,14 @@ QSize UploadView::layoutButtons(int contentBottom) {
 void UploadView::redraw() {
     UIlayout();
     update();
+}
+
+// No button has the keyboard until there is a result or the user asks for it: a Return too many, after the one that
+// sent the report, must not cancel it.
+void UploadView::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    if (!isAncestorOf(window()->focusWidget()))
+        setFocus();
 }
 
 void UploadView::paintEvent(QPaintEvent* /*event*/) {
@@ -380,7 +398,8 @@ void UploadView::stopSpinner() {
 
 void UploadView::setText(QLabel& label, const QString& text) {
     label.setFont(m_stepLabelfont);
-    label.setText(text);
+    label.setText(breakable(text, QFontMetrics(m_stepLabelfont)));
+    label.setAccessibleName(text);
 }
 
 void UploadView::showError(DGAImageView& image) {

@@ -65,6 +65,7 @@ public:
     QSize sizeHint() const override { return size_; }
 
 protected:
+    void showEvent(QShowEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
