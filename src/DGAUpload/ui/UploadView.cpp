@@ -90,7 +90,8 @@ QString filled(const char* key, const std::string& value) {
     return QString::fromStdString(support::fillPlaceholders(DGAUtilities::dga_localize(key), {value}));
 }
 
-// Labels break lines between words only: lets one that is longer than a line, such as an address, break anywhere.
+// Labels break lines between words only: lets one that is longer than a line, such as an address, break
+// anywhere.
 QString breakable(const QString& text, const QFontMetrics& metrics) {
     QStringList words = text.split(QLatin1Char(' '));
     for (QString& word : words) {
@@ -182,14 +183,15 @@ void UploadView::UIlayout() {
 int UploadView::layoutRow(size_t number, int push) {
     const Row& row = rows_.at(number - 1);
     const bool excessive = number == 2 && warningType_ == kWarningExcessive;
-    const int height = qMax(excessive ? kExcessiveLabelHeight : row.labelHeight,
-                            row.label->heightForWidth(kLabelWidth));
+    const int height =
+        qMax(excessive ? kExcessiveLabelHeight : row.labelHeight, row.label->heightForWidth(kLabelWidth));
     row.label->setGeometry(kLabelX, row.labelY + push, kLabelWidth, height);
     // The image has its place, and is in the middle of the text's first line.
     const int middle = row.labelY + kLineHeight / 2;
     row.image->setGeometry(kImageX, row.imageY + push, kImageWidth, 2 * (middle - row.imageY));
     if (number == spinnerRow_ && ui_->spinImageView)
-        ui_->spinImageView->setGeometry(kImageX, row.labelY + kSpinnerOffset + push, kImageWidth, kImageWidth);
+        ui_->spinImageView->setGeometry(kImageX, row.labelY + kSpinnerOffset + push, kImageWidth,
+                                        kImageWidth);
     if (warnView_ && number == warningRow(warningType_)) {
         const int bannerPush = push + qMax(0, row.labelY + height + kGap - warningY(warningType_));
         setDga_y(*warnView_, warningY(warningType_) + bannerPush);
@@ -217,8 +219,8 @@ void UploadView::redraw() {
     update();
 }
 
-// No button has the keyboard until there is a result or the user asks for it: a Return too many, after the one that
-// sent the report, must not cancel it.
+// No button has the keyboard until there is a result or the user asks for it: a Return too many, after the
+// one that sent the report, must not cancel it.
 void UploadView::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     if (!isAncestorOf(window()->focusWidget()))
@@ -336,7 +338,8 @@ void UploadView::showWarningInfo(int32_t type) {
     delete warnView_;
     warnView_ = new LarimoNotificationView(
         QRect(kMargin, warningY(type), kBannerWidth, kBannerHeight), kWarningStyle,
-        dgaText(type == kWarningExcessive ? kTextFileSizeExcessiveInfo : kTextWarningMessageSendReport), this);
+        dgaText(type == kWarningExcessive ? kTextFileSizeExcessiveInfo : kTextWarningMessageSendReport),
+        this);
     warnView_->show();
     QAccessibleEvent alert(warnView_, QAccessible::Alert);
     QAccessible::updateAccessibility(&alert);
@@ -411,5 +414,6 @@ void UploadView::saveTrace(const char* basicInfo) {
     constexpr int64_t kModule = 39;
     constexpr int64_t kLevel = 1;
     constexpr int64_t kInteraction = 1;
-    DGACSVFileTool::saveDGATraceWithModuleType(kModule, kLevel, kInteraction, basicInfo, 0, {}, 0, {}, 0, {}, 0);
+    DGACSVFileTool::saveDGATraceWithModuleType(kModule, kLevel, kInteraction, basicInfo, 0, {}, 0, {}, 0, {},
+                                               0);
 }

@@ -26,9 +26,9 @@ public:
 };
 
 /// The steps of an upload, one line each, with a wheel beside the one that goes on, a banner where one has
-/// failed, and the buttons that fit. It knows nothing of the upload; it is told which step to show. The places of
-/// everything are those of the design; a text that needs more room pushes what lies below it, and the view
-/// grows.
+/// failed, and the buttons that fit. It knows nothing of the upload; it is told which step to show. The
+/// places of everything are those of the design; a text that needs more room pushes what lies below it, and
+/// the view grows.
 class UploadView final : public QWidget {
     Q_OBJECT
 
@@ -102,7 +102,7 @@ private:
     std::unique_ptr<Ui::uploadView> ui_;
     QFont m_stepLabelfont;
     LarimoNotificationView* warnView_ = nullptr;
-    int warningType_ = 0;  // of the banner
+    int warningType_ = 0;    // of the banner
     size_t spinnerRow_ = 1;  // counted from 1
     std::array<Row, 5> rows_{};
     std::weak_ptr<UploadViewDelegate> delegate_;

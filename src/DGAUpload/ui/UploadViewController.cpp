@@ -213,7 +213,8 @@ void UploadViewController::showSuccessSteps() {
     }
     if (needShowUploadingStep && !uploadingStep_alreadyshow) {
         uploadView->showUploadingToServerStep(true);
-        // Not uploadingStep_alreadyshow: each later status draws the step again, and the next progress corrects it.
+        // Not uploadingStep_alreadyshow: each later status draws the step again, and the next progress
+        // corrects it.
         connectingStep_alreadyshow = true;
     }
     if (needShowEmailConfirm_FinshStep && !emailConfirm_SuccessStep_alreadyshow) {

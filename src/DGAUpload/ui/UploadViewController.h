@@ -12,9 +12,9 @@
 #include "DGAUpload/logic/CTraceUpload.h"
 #include "DGAUpload/ui/UploadView.h"
 
-/// Makes one report, sends it, and has the view show how far it is. A thread of its own asks the uploader every
-/// half second and hands each change to the main thread; everything else is for the main thread. A shared pointer
-/// owns it.
+/// Makes one report, sends it, and has the view show how far it is. A thread of its own asks the uploader
+/// every half second and hands each change to the main thread; everything else is for the main thread. A
+/// shared pointer owns it.
 class UploadViewController final : public UploadViewDelegate,
                                    public DGAReportGeneratorDelegate,
                                    public DGASavePanelDelegate,
@@ -55,7 +55,8 @@ public:
     void cancelBtnClicked() override;
 
     /// Moves the archive to the chosen place and closes the window. True, also where there is no archive.
-    bool panel(DGASavePanel& panel, const std::optional<std::string>& validateURL, std::string* error) override;
+    bool panel(DGASavePanel& panel, const std::optional<std::string>& validateURL,
+               std::string* error) override;
 
     /// Null before the upload and after it was released.
     const std::shared_ptr<CTraceUpload>& traceUpload() const { return m_traceUpload; }

@@ -26,7 +26,8 @@ UploadWindowController::~UploadWindowController() {
 }
 
 void UploadWindowController::showUploadWindowIfScreenShot(bool screenshot, bool systemInfo,
-                                                          const std::string& comment, int64_t problemCatagory) {
+                                                          const std::string& comment,
+                                                          int64_t problemCatagory) {
     ORVN_LOG_METHOD();
     releaseViewController();
     uploadVC_ = std::make_shared<UploadViewController>(parts_, [this] { close(); });

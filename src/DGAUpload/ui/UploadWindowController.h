@@ -21,7 +21,8 @@ public:
     void showUploadWindowIfScreenShot(bool screenshot, bool systemInfo, const std::string& comment,
                                       int64_t problemCatagory) override;
 
-    /// Nothing of the upload goes on afterwards; the archive stays. Also from inside the window's own handlers.
+    /// Nothing of the upload goes on afterwards; the archive stays. Also from inside the window's own
+    /// handlers.
     void close() override;
 
     /// The report that is shown; null while the window is closed.

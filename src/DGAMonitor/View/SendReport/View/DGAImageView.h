@@ -5,7 +5,8 @@
 
 #include "support/widgets/WidgetIcon.h"
 
-/// Shows one of the icons that are compiled in, as large as fits, in the middle. Clicks go to the view that it lies in.
+/// Shows one of the icons that are compiled in, as large as fits, in the middle. Clicks go to the view that
+/// it lies in.
 class DGAImageView final : public QWidget {
     Q_OBJECT
 
