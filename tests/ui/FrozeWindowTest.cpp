@@ -128,7 +128,7 @@ TEST_F(FrozeWindowTest, IsMovedByItsBackground) {
         ui::runFor(20ms);
     }
     ASSERT_EQ(std::system("xdotool mouseup 1"), 0);
-    EXPECT_TRUE(ui::waitUntil([&] { return (window->pos() - before).manhattanLength() > 80; }));
+    EXPECT_TRUE(ui::waitUntil([&] { return (window->pos() - before).manhattanLength() > 40; }));
     EXPECT_TRUE(answers->given.empty());
 }
 

@@ -20,8 +20,10 @@ void xdotool(const std::string& arguments) {
 
 }  // namespace
 
+UiTest::UiTest() : notStarted_(DGAToolkit::start()) {}
+
 void UiTest::SetUp() {
-    ASSERT_EQ(DGAToolkit::start(), "");
+    ASSERT_EQ(notStarted_, "");
     xdotool("mousemove 2 2");
 }
 

@@ -16,8 +16,12 @@ namespace ui {
 /// The base of tests that show windows: starts the toolkit, and moves the pointer out of the way.
 class UiTest : public testing::Test {
 protected:
+    UiTest();  // before the windows that a test has as members
     void SetUp() override;
     void TearDown() override;
+
+private:
+    std::string notStarted_;
 };
 
 /// Serves the main loop until the condition holds; false if it does not within ten seconds.

@@ -15,7 +15,7 @@ namespace {
 
 QString startFolder() {
     for (const auto place : {QStandardPaths::DownloadLocation, QStandardPaths::DocumentsLocation}) {
-        const QString folder = QStandardPaths::writableLocation(place);
+        QString folder = QStandardPaths::writableLocation(place);
         if (QFileInfo(folder).isDir() && QFileInfo(folder).isWritable())
             return folder;
     }
