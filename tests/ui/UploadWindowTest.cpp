@@ -9,6 +9,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPointer>
+#include <QScreen>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -378,6 +379,9 @@ TEST_F(UploadWindowTest, ANewReportReplacesTheOneThatIsBeingSent) {
     EXPECT_TRUE(old.expired());
     EXPECT_EQ(seenNow(), "*Preparing report...|[Cancel]");
     EXPECT_EQ(controller->window().findChildren<UploadView*>().size(), 1);
+    const QWidget& window = controller->window();
+    EXPECT_LE((window.geometry().center() - window.screen()->availableGeometry().center()).manhattanLength(),
+              2);
     ASSERT_TRUE(ui::waitUntilActive(controller->window()));
 }
 
@@ -467,7 +471,7 @@ TEST_F(UploadWindowTest, NothingIsCutOffInAnyLanguage) {
             show();
             auto& view = vc().view();
             state(view);
-            ui::runFor(5ms);
+            EXPECT_TRUE(ui::waitUntil([&] { return view.size() == view.sizeHint(); }));
             if (language == "German" || language == "ru" || language == "Japanese" || language == "English")
                 ui::takePicture("upload_" + language + "_" + std::to_string(number));
             QList<QWidget*> shown;

@@ -40,7 +40,9 @@ void UploadWindowController::showUploadWindowIfScreenShot(bool screenshot, bool 
 
 void UploadWindowController::setupWindow() {
     window().setWindowTitle(dgaText(lDGARPWindowTitleStr));
-    ui_->windowLayout->addWidget(&uploadVC_->view());
+    UploadView& view = uploadVC_->view();
+    ui_->windowLayout->addWidget(&view);
+    view.show();  // in a window that is shown already the layout would not count it yet
     window().setLevel(DGAUtilities::dga_fetchWindowLevel());
     window().center();
     window().showInFront();
