@@ -296,7 +296,6 @@ void UploadView::showSizeExcessiveStep(bool succeeded) {
     if (succeeded) {
         showUploading_presentage(0);
     } else {
-        setDga_height(*ui_->connectionLabel, kExcessiveLabelHeight);
         setText(*ui_->connectionLabel, dgaText(kTextFileSizeExcessiveAlert));
         showError(*ui_->imageStep2);
         showWarningInfo(kWarningExcessive);
