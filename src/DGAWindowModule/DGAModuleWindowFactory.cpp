@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "DGAMonitor/View/DGAFrozeWindowController.h"
+#include "DGAUpload/ui/UploadWindowController.h"
 
 std::shared_ptr<DGAFrozeWindowInterface> DGAModuleWindowFactory::makeFrozeWindow(
     std::weak_ptr<DGAFrozeWindowDelegate> delegate) {
@@ -16,5 +17,5 @@ std::shared_ptr<DGAProblemReportingWindowInterface> DGAModuleWindowFactory::make
 }
 
 std::shared_ptr<DGAUploadWindowInterface> DGAModuleWindowFactory::makeUploadWindow() {
-    return nullptr;
+    return std::make_shared<UploadWindowController>();
 }

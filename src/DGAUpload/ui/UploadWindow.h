@@ -7,5 +7,8 @@ class UploadWindow final : public DGAWindowBase {
     Q_OBJECT
 
 public:
-    using DGAWindowBase::DGAWindowBase;
+    explicit UploadWindow(QWidget* parent = nullptr);
+
+    /// Whether it may have the keyboard.
+    bool canBecomeKeyWindow() const { return true; }
 };

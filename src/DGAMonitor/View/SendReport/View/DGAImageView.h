@@ -5,7 +5,8 @@
 
 #include "support/widgets/WidgetIcon.h"
 
-/// Shows one of the icons that are compiled in, as large as the view. Clicks go to the view that it lies in.
+/// Shows one of the icons that are compiled in, as large as fits, in the middle. Clicks go to the view that
+/// it lies in.
 class DGAImageView final : public QWidget {
     Q_OBJECT
 
@@ -25,7 +26,10 @@ public:
 protected:
     void paintEvent(QPaintEvent* /*event*/) override {
         QPainter painter(this);
-        WidgetIcon::paint(painter, rect(), imageName_);
+        const qreal side = qMin(width(), height());
+        QRectF icon(0, 0, side, side);
+        icon.moveCenter(QRectF(rect()).center());
+        WidgetIcon::paint(painter, icon, imageName_);
     }
 
 private:
