@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "DGAMonitor/View/DGAFrozeWindowController.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAProblemReportingWindowController.h"
 #include "DGAUpload/ui/UploadWindowController.h"
 
 std::shared_ptr<DGAFrozeWindowInterface> DGAModuleWindowFactory::makeFrozeWindow(
@@ -13,7 +14,7 @@ std::shared_ptr<DGAFrozeWindowInterface> DGAModuleWindowFactory::makeFrozeWindow
 }
 
 std::shared_ptr<DGAProblemReportingWindowInterface> DGAModuleWindowFactory::makeProblemReportingWindow() {
-    return nullptr;
+    return std::make_shared<DGAProblemReportingWindowController>();
 }
 
 std::shared_ptr<DGAUploadWindowInterface> DGAModuleWindowFactory::makeUploadWindow() {

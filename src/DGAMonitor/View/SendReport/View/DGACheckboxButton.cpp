@@ -115,11 +115,10 @@ void DGACheckboxButton::updateUI() {
 QSize DGACheckboxButton::titleSize(int limit) const {
     const QString& text = isChecked() ? selectedTitle_ : title_;
     const QFontMetrics metrics = fontMetrics();
-    const int whole = metrics.horizontalAdvance(text) + 1;
-    if (whole <= limit)
-        return {whole, qMax(kImageSize, metrics.height())};
-    const QRect room(0, 0, limit, QWIDGETSIZE_MAX);
-    return {limit, qMax(kImageSize, metrics.boundingRect(room, kTextFlags, text).height())};
+    const int width = qMin(limit, metrics.horizontalAdvance(text) + 1);
+    // Measured also where it is one line: a character of another font may be higher than this font.
+    const QRect room(0, 0, width, QWIDGETSIZE_MAX);
+    return {width, qMax(kImageSize, metrics.boundingRect(room, kTextFlags, text).height())};
 }
 
 void DGACheckboxButton::reloadTitleLabelPosition() {

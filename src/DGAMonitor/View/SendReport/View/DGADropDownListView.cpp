@@ -42,11 +42,24 @@ LarimoDropdownBox* DGADropDownListView::box() const {
     return nullptr;
 }
 
+void DGADropDownListView::setListTitleArr(const QStringList& titles) {
+    listTitleArr_ = titles;
+    // A choice is told by its index: menu and list must never differ.
+    if (LarimoDropdownBox* const combo = box()) {
+        fillMenu(*combo);
+        combo->setSelectedIndex(static_cast<int>(listTitleArr_.indexOf(combo->title())));
+    }
+}
+
+void DGADropDownListView::fillMenu(LarimoDropdownBox& combo) const {
+    combo.removeAllItems();
+    for (const QString& title : listTitleArr_)
+        combo.addItem(LarimoDropdownMenuitem::normalItemWithTitle(title));
+}
+
 void DGADropDownListView::addComboBox() {
     LarimoDropdownBox* combo = box();
-    if (combo) {
-        combo->removeAllItems();
-    } else {
+    if (!combo) {
         combo = new LarimoDropdownBox(this);
         combo->setTag(kBoxTag);
         combo->setDelegate(this);
@@ -59,11 +72,9 @@ void DGADropDownListView::addComboBox() {
         combo->show();
     }
     combo->setTitle(defautTitle_);
-    for (qsizetype i = 0; i < listTitleArr_.size(); ++i) {
-        combo->addItem(LarimoDropdownMenuitem::normalItemWithTitle(listTitleArr_.at(i)));
-        if (listTitleArr_.at(i) == defautTitle_)
-            seletedIndex_ = static_cast<unsigned>(i);
-    }
+    fillMenu(*combo);
+    if (const auto last = listTitleArr_.lastIndexOf(defautTitle_); last >= 0)
+        seletedIndex_ = static_cast<unsigned>(last);
     combo->setSelectedIndex(static_cast<int>(seletedIndex_));
     updateGeometry();
 }

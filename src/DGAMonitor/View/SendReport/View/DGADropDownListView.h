@@ -28,7 +28,8 @@ public:
     const QString& defautTitle() const { return defautTitle_; }
     void setDefautTitle(const QString& title) { defautTitle_ = title; }
     const QStringList& listTitleArr() const { return listTitleArr_; }
-    void setListTitleArr(const QStringList& titles) { listTitleArr_ = titles; }
+    /// A menu that is built already gets the new entries at once; the box keeps the title that it shows.
+    void setListTitleArr(const QStringList& titles);
 
     /// Where the entry equal to the default title lay when the box was last built; as it was before if there
     /// was none.
@@ -57,6 +58,7 @@ private:
     void initializeStyle();
     void addComboBox();
     LarimoDropdownBox* box() const;
+    void fillMenu(LarimoDropdownBox& combo) const;
     void placeBox();
 
     QString defautTitle_;

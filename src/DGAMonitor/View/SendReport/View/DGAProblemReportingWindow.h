@@ -8,4 +8,15 @@ class DGAProblemReportingWindow final : public DGAWindowBase {
 
 public:
     using DGAWindowBase::DGAWindowBase;
+
+    /// Every window of this class may have the keyboard.
+    static bool canBecomeKeyWindow() { return true; }
+
+signals:
+    // Keys that no control has taken: Return is for the default button, Escape for the close button.
+    void returnPressed();
+    void escapePressed();
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
 };

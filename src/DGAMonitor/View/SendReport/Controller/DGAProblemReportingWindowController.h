@@ -1,0 +1,101 @@
+#pragma once
+
+#include <QHash>
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "DGAMonitor/DGAReportGenerator.h"
+#include "DGAMonitor/DGAWindowInterfaces.h"
+#include "DGAMonitor/View/DGASavePanel.h"
+#include "DGAMonitor/View/DGAWindowController.h"
+#include "DGAMonitor/View/SendReport/View/DGADropDownListView.h"
+#include "DGAMonitor/View/SendReport/View/DGAProblemReportingWindow.h"
+#include "reportproblem/ReportMail.h"
+
+namespace Ui {
+class DGAProblemReportingWindowController;
+}
+
+/// The window in which the user describes a problem, picks what kind it is, and sends, mails or saves a
+/// report. Where the client allows sending, Send opens the upload window; where it does not, a report is made
+/// first and handed to the mail program, and Save offers to keep it as a file.
+///
+/// Main thread. It may be closed or released at any time, also while a report is being made: nobody waits
+/// for that report then, and its archive stays where it was made.
+class DGAProblemReportingWindowController final
+    : public DGAWindowController<DGAProblemReportingWindowInterface, DGAProblemReportingWindow>,
+      private DGAReportGeneratorDelegate,
+      private DGADropDownListViewDelegate,
+      private DGASavePanelDelegate {
+public:
+    /// What it reaches beyond the window; what is left empty is the real thing.
+    struct Parts {
+        std::function<std::shared_ptr<DGAReportGenerator>()> makeGenerator;
+        std::function<void(const ReportMail&)> reportProblem;
+    };
+
+    DGAProblemReportingWindowController();
+    explicit DGAProblemReportingWindowController(Parts parts);
+    ~DGAProblemReportingWindowController() override;
+
+    /// Shows the window in front, in the middle. One that was not visible begins anew; a visible one keeps
+    /// what the user has entered.
+    void showPRWindow() override;
+    void close() override;
+
+    /// The number of a category by its title in the user's language; 0 for an unknown one.
+    int64_t fetchProblemCatagoryByTitle(const QString& title) const;
+
+private:
+    void doInitialization();
+    void windowTextLocalization();
+    void prepareCheckboxes();
+    void setupUIVStyle();
+    void setupKeyboard();
+    void connectActions();
+    void dealProblemCatagory();
+    void beginNewReport();
+
+    // What the controls tell.
+    void controlTextDidChange();
+    void dropDownListDidSelect(DGADropDownListView& listView, const QString& categoryTitle) override;
+    void sendReportBtnClicked();
+    void saveBtnClicked();
+    void cancelBtnClicked();
+    void closeBtnClicked();
+
+    void changeWindowStatus(bool status);
+    void refreshPlaceholder();
+    void refreshButtons();
+
+    bool showUploadWindow();
+    void generateReport();
+    void abandonReport();
+    void reportFileGeneratedAt(const std::string& path) override;
+    void generateReportMailWithFilePath(const std::string& path);
+    void saveWithFilePath(const std::string& path);
+    bool panel(DGASavePanel& panel, const std::optional<std::string>& validateURL,
+               std::string* error) override;
+    void judgePanelStatusWithIndex(int index);
+
+    Parts parts_;
+    std::unique_ptr<Ui::DGAProblemReportingWindowController> ui_;
+    std::shared_ptr<DGAReportGenerator> generator_;
+    QStringList titleListArr_;
+    QHash<QString, int64_t> titleListDic_;
+    int64_t problemCatagory_;
+    std::optional<QString> problemCatagoryTitle_;
+    bool isSaveBtnClicked_ = false;
+    std::string filePath_;
+
+    bool status_ = true;  ///< false from the click that makes a report until its archive has been dealt with
+    QPointer<DGASavePanel> panel_;
+    std::shared_ptr<DGAReportGeneratorDelegate> awaiting_;  ///< this, as long as a report is waited for
+    QObject context_;                                       ///< ends the connections before anything else
+};

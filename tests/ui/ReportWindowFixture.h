@@ -1,0 +1,133 @@
+#pragma once
+
+#include <QLabel>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "DGAMonitor/Const/DGALocalizationStrings.h"
+#include "DGAMonitor/DGAApplicationWindows.h"
+#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAProblemReportingWindowController.h"
+#include "DGAMonitor/View/SendReport/View/DGAButton.h"
+#include "DGAMonitor/View/SendReport/View/DGACheckboxButton.h"
+#include "DGAMonitor/View/SendReport/View/DGAIconButton.h"
+#include "DGAMonitor/View/SendReport/View/DGATextField.h"
+#include "ui/UiTest.h"
+
+namespace ui {
+
+/// What the upload window was asked for: screenshot, system information, description, category.
+using Upload = std::tuple<bool, bool, std::string, int64_t>;
+
+class FakeUploadWindow final : public DGAUploadWindowInterface {
+public:
+    bool isVisible() const override { return false; }
+    void bringToFront() override {}
+    void center() override {}
+    void close() override {}
+    void showUploadWindowIfScreenShot(bool screenshot, bool systemInfo, const std::string& comment,
+                                      int64_t problemCatagory) override {
+        asked.emplace_back(screenshot, systemInfo, comment, problemCatagory);
+    }
+    std::vector<Upload> asked;
+};
+
+/// The problem reporting window with the real report generator, whose tools are stood in for: its archive is
+/// a file that says so.
+class ReportWindowTest : public UiTest {
+protected:
+    void SetUp() override {
+        UiTest::SetUp();
+        record().serviceType = 1;
+        record().enableSendReport = true;
+        record().isFreeze = false;
+        record().language.set("English");
+        record().confID.set("123");
+        record().userID.set("7");
+        record().uploadWindowCtrl = upload;
+    }
+    void TearDown() override {
+        UiTest::TearDown();
+        gate.reset();
+        controller.reset();
+        runFor(std::chrono::milliseconds(50));
+        record().uploadWindowCtrl.reset();
+        for (const char* path : {"/tmp/orvdga", "/tmp/target"})
+            std::filesystem::remove_all(path);
+    }
+
+    static DGAMonitorToolManager& record() { return DGAMonitorToolManager::shareManager(); }
+
+    void make() {
+        DGAReportGenerator::Tools tools;
+        tools.run = [this](const auto&, const auto& args, const auto& handle) {
+            { const std::lock_guard<std::mutex> wait(zip); }
+            std::ofstream(args.at(1) + ".zip") << "archive";
+            handle(1);
+        };
+        tools.systemProfile = [](const auto&, const auto&) {};
+        tools.screenshot = [](const auto&) {};
+        tools.crashRecord = [](const auto&, const auto&) {};
+        tools.saveTime = [] { return "20240315_143025"; };
+        controller =
+            std::make_shared<DGAProblemReportingWindowController>(DGAProblemReportingWindowController::Parts{
+                [tools] { return std::make_shared<DGAReportGenerator>(tools); },
+                [this](const ReportMail& mail) { mails.push_back(mail); }});
+    }
+    void open() {
+        if (!controller)
+            make();
+        // The toolkit takes a window that comes back at once for an inactive one.
+        if (!controller->isVisible())
+            runFor(std::chrono::milliseconds(250));
+        controller->showPRWindow();
+        ASSERT_TRUE(waitUntilActive(controller->window()));
+    }
+
+    template <typename Widget>
+    Widget& find(const char* name) {
+        return *controller->window().findChild<Widget*>(name);
+    }
+    DGATextField& field() { return find<DGATextField>("_textField"); }
+    DGAButton& send() { return find<DGAButton>("_sendBtn"); }
+    DGAButton& save() { return find<DGAButton>("_saveBtn"); }
+    DGADropDownListView& list() { return find<DGADropDownListView>("_listV"); }
+    LarimoDropdownBox& box() { return *list().findChild<LarimoDropdownBox*>(); }
+
+    /// By the keyboard, as the entries lie in the menu.
+    void choose(const char* title) {
+        const int way = box().findText(title) - box().currentIndex();
+        box().setFocus();
+        for (int i = 0; i < std::abs(way); ++i)
+            press(way > 0 ? "Down" : "Up");
+        EXPECT_EQ(box().title(), title);
+    }
+    void describe(const std::string& text) {
+        field().setFocus();
+        type(text);
+    }
+    /// As "1111": whether Send, Save, Cancel and Close are enabled.
+    std::string status() {
+        std::string text;
+        for (const char* name : {"_sendBtn", "_saveBtn", "_cancelBtn", "_closeBtn"})
+            text += find<QWidget>(name).isEnabled() ? '1' : '0';
+        return text;
+    }
+    bool placeholderShows() { return find<QLabel>("_placeholderLab").isVisible(); }
+    /// No archive gets ready until released.
+    void holdZip() { gate = std::make_unique<std::lock_guard<std::mutex>>(zip); }
+
+    static constexpr char kArchive[] = "/tmp/orvdga/123_7_20240315_143025.zip";
+
+    std::mutex zip;
+    std::unique_ptr<std::lock_guard<std::mutex>> gate;
+    std::vector<ReportMail> mails;
+    std::shared_ptr<FakeUploadWindow> upload = std::make_shared<FakeUploadWindow>();
+    std::shared_ptr<DGAProblemReportingWindowController> controller;
+};
+
+}  // namespace ui

@@ -1,0 +1,467 @@
+#include <gmock/gmock.h>
+#include <httplib.h>
+#include <sys/mount.h>
+
+#include <QApplication>
+#include <QClipboard>
+#include <QElapsedTimer>
+#include <QLineEdit>
+#include <QPointer>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+#include "DGAMonitor/DGATelemetryManager.h"
+#include "DGAMonitor/View/SendReport/View/DGASendReportInfoView.h"
+#include "platform/RunLoop.h"
+#include "ui/ReportWindowFixture.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using ui::Upload;
+
+class ProblemReportingWindowTest : public ui::ReportWindowTest {
+protected:
+    DGASavePanel* savePanel() { return controller->window().findChild<DGASavePanel*>(); }
+
+    /// Save, up to the panel.
+    void openSavePanel() {
+        ui::click(save());
+        ASSERT_TRUE(ui::waitUntil([this] { return savePanel() && savePanel()->isActiveWindow(); }));
+        EXPECT_EQ(status(), "0000");
+        ui::runFor(50ms);
+    }
+    void fillIn() {
+        describe("no sound");
+        choose(lDGADropListAudio);
+    }
+};
+
+TEST_F(ProblemReportingWindowTest, SendingNeedsADescriptionAndACategory) {
+    record().enableSendReport = false;
+    open();
+    EXPECT_EQ(QApplication::focusWidget(), &field());
+    EXPECT_TRUE(placeholderShows());
+    EXPECT_EQ(status(), "0011");
+    ui::press("space");
+    EXPECT_FALSE(placeholderShows());
+    EXPECT_EQ(status(), "0011");
+    choose(lDGADropListAudio);
+    EXPECT_EQ(status(), "1111") << "a blank is a description";
+    choose(lDGADropListChooseType);
+    EXPECT_EQ(status(), "0011");
+    choose(lDGADropListOther);
+    EXPECT_EQ(status(), "1111");
+    field().setFocus();
+    ui::press("BackSpace");
+    EXPECT_TRUE(placeholderShows());
+    EXPECT_EQ(status(), "0011");
+    EXPECT_EQ(controller->fetchProblemCatagoryByTitle("no such title"), 0);
+}
+
+TEST_F(ProblemReportingWindowTest, OffersTheCategoriesOfTheServiceAndSendsTheirNumbers) {
+    using Numbers = std::vector<int64_t>;
+    const struct {
+        int service;
+        bool frozen;
+        Numbers numbers;  // after "choose a type"
+    } cases[] = {{1, false, {1, 2, 3, 4, 5, 0}},
+                 {1, true, {6, 1, 2, 3, 4, 5, 0}},
+                 {10, false, {7, 8, 9, 1, 2, 3, 4, 5, 0}},
+                 {10, true, {6, 7, 8, 9, 1, 2, 3, 4, 5, 0}},
+                 {3, false, {0}},
+                 {0, true, {6, 0}}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::to_string(c.service) + (c.frozen ? " frozen" : ""));
+        record().serviceType = c.service;
+        record().isFreeze = c.frozen;
+        upload->asked.clear();
+        make();
+        Numbers sent;
+        for (size_t i = 1; i <= c.numbers.size(); ++i) {
+            controller->showPRWindow();
+            ASSERT_EQ(box().count(), static_cast<int>(c.numbers.size()) + 1);
+            EXPECT_EQ(box().title(), c.frozen ? lDGADropListNotResponding : lDGADropListChooseType);
+            EXPECT_EQ(find<QWidget>("_fullBtn").isVisible(), c.service != 10);
+            field().setStringValue("x");
+            EXPECT_EQ(send().isEnabled(), c.frozen) << "a frozen client is a category already";
+            emit box().activated(static_cast<int>(i));
+            send().click();
+            EXPECT_FALSE(controller->isVisible());
+        }
+        for (const auto& asked : upload->asked)
+            sent.push_back(std::get<3>(asked));
+        EXPECT_EQ(sent, c.numbers);
+    }
+}
+
+TEST_F(ProblemReportingWindowTest, AnOpenWindowKeepsWhatWasEnteredAndAClosedOneForgetsIt) {
+    open();
+    fillIn();
+    ui::click(find<QWidget>("_fullBtn"));
+    open();
+    EXPECT_EQ(field().stringValue(), "no sound");
+    EXPECT_EQ(box().title(), lDGADropListAudio);
+    EXPECT_FALSE(find<DGACheckboxButton>("_fullBtn").selected());
+    EXPECT_TRUE(send().isEnabled());
+
+    record().isFreeze = true;
+    open();
+    EXPECT_EQ(box().title(), lDGADropListNotResponding);
+    record().isFreeze = false;
+    open();
+    EXPECT_EQ(box().title(), lDGADropListNotResponding);
+    EXPECT_EQ(box().findText(lDGADropListNotResponding), -1);
+    ui::click(send());
+    EXPECT_THAT(upload->asked, ElementsAre(Upload(false, true, "no sound", 6)));
+
+    open();
+    EXPECT_EQ(field().stringValue(), "");
+    EXPECT_EQ(box().title(), lDGADropListChooseType);
+    EXPECT_TRUE(find<DGACheckboxButton>("_fullBtn").selected());
+    EXPECT_TRUE(placeholderShows());
+    EXPECT_FALSE(send().isEnabled());
+    fillIn();
+    ui::click(send());
+    EXPECT_EQ(upload->asked.back(), Upload(true, true, "no sound", 2)) << "the menu is that of now";
+}
+
+TEST_F(ProblemReportingWindowTest, WithoutAnUploadWindowNothingThatWasEnteredIsLost) {
+    record().uploadWindowCtrl.reset();
+    open();
+    fillIn();
+    ui::click(send());
+    EXPECT_TRUE(controller->isVisible());
+    EXPECT_EQ(field().stringValue(), "no sound");
+    EXPECT_EQ(status().at(0), '1');
+}
+
+TEST_F(ProblemReportingWindowTest, SendMailMakesAReportAndHandsItOver) {
+    record().enableSendReport = false;
+    record().clientVersion.set("39.%@");
+    open();
+    EXPECT_EQ(send().text(), lDGARPWindowSendMailStr);
+    EXPECT_EQ(find<QLabel>("_msgLab").text(), lDGARPWindowMsg1Str);
+    EXPECT_TRUE(save().isVisible());
+    describe("no %@ sound");
+    choose(lDGADropListAudio);
+    holdZip();
+    ui::click(send());
+    EXPECT_EQ(status(), "0000");
+    describe("!");
+    EXPECT_EQ(status(), "0000") << "typing must not start a second report";
+    ui::press("Return Escape");
+    EXPECT_TRUE(controller->isVisible());
+    gate.reset();
+    EXPECT_TRUE(ui::waitUntil([this] { return !controller->isVisible(); }));
+    ASSERT_EQ(mails.size(), 1U);
+    const ReportMail& mail = mails.front();
+    EXPECT_EQ(mail._recipient, "");
+    EXPECT_EQ(mail._mailTitle, "Problem report: Tellan Orvane Meetings for Mac (version 39.%@)");
+    EXPECT_EQ(mail._mailBody,
+              std::string(lDGAReportMailBodyStr) + "\n\n" + lDGADropListAlertTitle + "\nAudio\nno %@ sound!");
+    EXPECT_THAT(mail._attachments, ElementsAre(kArchive));
+    EXPECT_TRUE(std::filesystem::exists(kArchive));
+    EXPECT_EQ(status(), "1111");
+}
+
+TEST_F(ProblemReportingWindowTest, SaveMovesTheArchiveToWhereTheUserSays) {
+    record().enableSendReport = false;
+    std::filesystem::create_directories("/tmp/target/small");
+    open();
+    fillIn();
+    openSavePanel();
+    EXPECT_EQ(savePanel()->findChild<QLineEdit*>()->text(), "123_7_20240315_143025.zip");
+    field().setStringValue("");
+    ui::press("Escape");
+    EXPECT_TRUE(ui::waitUntil([this] { return status() == "1111"; }))
+        << "after cancelling, also without text";
+    EXPECT_TRUE(controller->isVisible());
+
+    const auto saveAs = [&](const std::string& path) {
+        ui::press("ctrl+a");
+        ui::type(path);
+        ui::press("Return");
+        EXPECT_TRUE(ui::waitUntil([this] { return !savePanel(); }));
+    };
+    openSavePanel();
+    std::filesystem::remove(kArchive);
+    saveAs("/tmp/target/vanished.zip");
+    EXPECT_TRUE(controller->isVisible());
+    EXPECT_EQ(status(), "1111");
+    EXPECT_FALSE(std::filesystem::exists("/tmp/target/vanished.zip"));
+
+    openSavePanel();
+    saveAs("/tmp/target/mine");
+    EXPECT_FALSE(controller->isVisible());
+    EXPECT_FALSE(std::filesystem::exists(kArchive));
+    EXPECT_EQ(std::filesystem::file_size("/tmp/target/mine.zip"), 7U);
+
+    if (mount("none", "/tmp/target/small", "tmpfs", 0, "size=4k,nr_inodes=1") != 0)
+        GTEST_SKIP() << "needs the right to mount";
+    open();
+    fillIn();
+    openSavePanel();
+    saveAs("/tmp/target/small/full.zip");
+    EXPECT_FALSE(controller->isVisible());
+    EXPECT_TRUE(std::filesystem::is_empty("/tmp/target/small"));
+    EXPECT_TRUE(std::filesystem::exists(kArchive)) << "what could not be moved stays";
+    umount("/tmp/target/small");
+}
+
+TEST_F(ProblemReportingWindowTest, MayBeClosedOrReleasedWhileAReportIsMade) {
+    record().enableSendReport = false;
+    const auto start = [this](DGAButton& button) {
+        holdZip();
+        field().setStringValue("x");
+        emit box().activated(2);
+        button.click();
+    };
+    const auto finish = [this] {
+        gate.reset();
+        EXPECT_TRUE(ui::waitUntil([] { return std::filesystem::exists(kArchive); }));
+        ui::runFor(100ms);
+        std::filesystem::remove(kArchive);
+        EXPECT_TRUE(mails.empty());
+    };
+    for (const char* const name : {"_sendBtn", "_saveBtn"}) {
+        SCOPED_TRACE(name);
+        open();
+        start(find<DGAButton>(name));
+        ui::press("alt+F4");
+        EXPECT_FALSE(controller->isVisible()) << "the way out of a report that never gets ready";
+        open();
+        EXPECT_EQ(status(), "0011");
+        finish();
+        EXPECT_TRUE(controller->isVisible());
+        EXPECT_FALSE(savePanel());
+        EXPECT_EQ(status(), "0011") << "that report was another's";
+
+        start(find<DGAButton>(name));
+        controller.reset();
+        finish();
+    }
+    open();
+    fillIn();
+    openSavePanel();
+    controller->close();
+    EXPECT_TRUE(ui::waitUntil([this] { return !savePanel(); }));
+    open();
+    fillIn();
+    openSavePanel();
+    controller.reset();
+    EXPECT_TRUE(ui::waitUntil([] { return QApplication::topLevelWidgets().isEmpty(); }));
+}
+
+TEST_F(ProblemReportingWindowTest, TakesALongTextOfAnyKindWithoutLoss) {
+    const std::string kinds =
+        "line one\nline two\ttab  blanks \xC2\xA0no-break\n\xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D "
+        "\xF0\x9F\x91\xA9\xE2\x80\x8D\xF0\x9F\x92\xBB \xE2\x80\xA8separator \xF0\x9F\x98\x80 "
+        "\xE6\x97\xA5\xE6\x9C\xAC";
+    std::string text = kinds;
+    while (text.size() < 100000)
+        text += "0123456789 abcdefghijklmnopqrstuvwxyz ";
+    open();
+    QGuiApplication::clipboard()->setText(QString::fromStdString(text));
+    QElapsedTimer clock;
+    clock.start();
+    ui::press("ctrl+v");
+    EXPECT_TRUE(ui::waitUntil([&] { return field().hasText(); }));
+    const auto pasted = clock.restart();
+    ui::press("e");
+    ui::press("shift+Return");
+    ui::press("f");
+    const auto typed = clock.elapsed();
+    RecordProperty("paste_milliseconds", std::to_string(pasted));
+    RecordProperty("three_keys_milliseconds", std::to_string(typed));
+    EXPECT_LT(typed, ui::isSanitized() ? 20000 : 2000);
+    choose(lDGADropListVideo);
+    ui::click(send());
+    ASSERT_EQ(upload->asked.size(), 1U);
+    EXPECT_TRUE(std::get<2>(upload->asked[0]) == text + "e\nf");
+}
+
+TEST_F(ProblemReportingWindowTest, IsUsedWithTheKeyboardAlone) {
+    record().enableSendReport = false;
+    open();
+    fillIn();
+    field().setFocus();
+    std::vector<std::string> visited;
+    for (int i = 0; i < 9; ++i) {
+        const QWidget* const focus = QApplication::focusWidget();
+        ASSERT_TRUE(focus);
+        const QString name = focus->objectName();
+        visited.push_back(name.isEmpty() ? focus->metaObject()->className() : name.toStdString());
+        EXPECT_FALSE(focus->accessibleName().isEmpty() && !qobject_cast<const DGAButton*>(focus))
+            << visited.back();
+        ui::press("Tab");
+    }
+    EXPECT_THAT(visited,
+                ElementsAre("_textField", "LarimoDropdownBox", "_fullBtn", "_sysInfoBtn",
+                            "DGAMouseTrackingButton", "_cancelBtn", "_saveBtn", "_sendBtn", "_closeBtn"));
+    EXPECT_EQ(QApplication::focusWidget(), &field()) << "and around";
+    for (int i = 0; i < 9; ++i)
+        ui::press("shift+Tab");
+    EXPECT_EQ(QApplication::focusWidget(), &field()) << "and back";
+
+    ui::press("Tab Tab space");
+    EXPECT_FALSE(find<DGACheckboxButton>("_fullBtn").selected());
+    ui::press("Return");
+    EXPECT_TRUE(ui::waitUntil([this] { return mails.size() == 1; })) << "Return is for the default button";
+
+    open();
+    ui::press("Return");
+    EXPECT_TRUE(controller->isVisible()) << "which is disabled now";
+    ui::press("Escape");
+    EXPECT_FALSE(controller->isVisible());
+    EXPECT_EQ(mails.size(), 1U);
+}
+
+TEST_F(ProblemReportingWindowTest, AnInputMethodComposesWithoutThePlaceholderBehindIt) {
+    open();
+    QInputMethodEvent composing("\xE3\x81\x82", {});
+    QApplication::sendEvent(&field(), &composing);
+    EXPECT_FALSE(placeholderShows());
+    EXPECT_EQ(field().stringValue(), "");
+    QInputMethodEvent given;
+    QApplication::sendEvent(&field(), &given);
+    EXPECT_TRUE(placeholderShows());
+    QInputMethodEvent entered;
+    entered.setCommitString("\xE3\x81\x82");
+    QApplication::sendEvent(&field(), &entered);
+    EXPECT_FALSE(placeholderShows());
+    EXPECT_EQ(field().stringValue(), "\xE3\x81\x82");
+}
+
+TEST_F(ProblemReportingWindowTest, EveryButtonTellsItsTelemetryAction) {
+    std::mutex mutex;
+    std::string bodies;
+    httplib::Server server;
+    server.Post(".*", [&](const httplib::Request& request, httplib::Response&) {
+        const std::lock_guard<std::mutex> hold(mutex);
+        bodies += request.body;
+    });
+    const int port = server.bind_to_any_port("127.0.0.1");
+    std::thread thread([&] { server.listen_after_bind(); });
+    record().telemetryEnable = true;
+    record().telemetryMetricsURL.set("http://127.0.0.1:" + std::to_string(port) + "/");
+    record().telemetryHttpHeaders.set(std::make_shared<nlohmann::json>(nlohmann::json::object()));
+    record().setupTelemetry();
+
+    const auto expectAction = [&](const char* button, bool sends, const std::string& action) {
+        SCOPED_TRACE(action);
+        record().enableSendReport = sends;
+        controller.reset();
+        open();
+        field().setStringValue("x");
+        emit box().activated(2);
+        find<QAbstractButton>(button).click();
+        const auto arrived = [&] {
+            const std::lock_guard<std::mutex> hold(mutex);
+            return action.empty() || bodies.find("\"" + action + "\"") != std::string::npos;
+        };
+        EXPECT_TRUE(ui::waitUntil(arrived));
+        const std::lock_guard<std::mutex> hold(mutex);
+        for (const char* other : {"2601", "2602", "2603", "2607"})
+            EXPECT_TRUE(action == other || bodies.find(other) == std::string::npos) << other;
+        bodies.clear();
+    };
+    expectAction("_saveBtn", false, "2601");
+    expectAction("_sendBtn", false, "2602");
+    expectAction("_cancelBtn", true, "2603");
+    expectAction("_sendBtn", true, "2607");
+    expectAction("_closeBtn", true, "");
+    server.stop();
+    thread.join();
+    record().telemetryMrg = nullptr;
+    DGATelemetryManager::closeOrvTelemetry();
+}
+
+TEST_F(ProblemReportingWindowTest, NothingIsCutOffInAnyLanguage) {
+    const auto check = [this](const std::string& name) {
+        const QWidget& window = controller->window();
+        for (const auto* const label : window.findChildren<QLabel*>()) {
+            const bool whole = label->height() >= label->heightForWidth(label->width());
+            EXPECT_TRUE(whole || !label->isVisible()) << label->text().toStdString();
+        }
+        for (const auto* const button : window.findChildren<DGAButton*>())
+            EXPECT_GE(button->width(), button->fontMetrics().horizontalAdvance(button->text()) + 16);
+        for (int i = 0; i < box().count(); ++i) {
+            EXPECT_LE(box().fontMetrics().horizontalAdvance(box().itemText(i)), box().width() - 18)
+                << box().itemText(i).toStdString();
+        }
+        for (const QWidget* const child : window.findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+            const bool inside = window.rect().contains(child->geometry());
+            EXPECT_TRUE(inside || child->isWindow() || !child->isVisible())
+                << child->objectName().toStdString();
+        }
+        EXPECT_LE(window.height(), 640);
+        ui::takePicture(name);
+    };
+    for (const std::string language :
+         {"English", "German", "ru", "Japanese", "zh_CN", "zh_TW", "ko", "French", "Italian", "Spanish",
+          "es_419", "sv", "Dutch", "pt", "tr", "da", "fi", "pl"}) {
+        SCOPED_TRACE(language);
+        for (const bool sends : {true, false}) {
+            record().language.set(language);
+            record().enableSendReport = sends;
+            record().serviceType = sends ? 1 : 10;
+            controller.reset();
+            open();
+            check("report_" + language + (sends ? "" : "_mail"));
+        }
+    }
+}
+
+TEST_F(ProblemReportingWindowTest, LooksRightInEveryState) {
+    if (!std::getenv("ORVANEDGA_PICTURES"))
+        GTEST_SKIP() << "only makes pictures, for $ORVANEDGA_PICTURES";
+    record().enableSendReport = false;
+    open();
+    describe("The other participants cannot hear me since the meeting started.");
+    choose(lDGADropListAudio);
+    ui::takePicture("state_complete");
+    box().showPopup();
+    ui::takePicture("state_menu");
+    box().hidePopup();
+    find<DGACheckboxButton>("_sysInfoBtn").setFocus();
+    ui::press("Tab");
+    ui::takePicture("state_info");
+    ui::press("Escape Tab Tab Tab");
+    ui::takePicture("state_focus_send");
+    holdZip();
+    ui::press("Return");
+    ui::takePicture("state_generating");
+}
+
+TEST_F(ProblemReportingWindowTest, AHundredRoundsLeaveNothingBehind) {
+    const auto residentKilobytes = [] {
+        long pages = 0;
+        std::ifstream("/proc/self/statm").ignore(64, ' ') >> pages;
+        return pages * sysconf(_SC_PAGESIZE) / 1024;
+    };
+    const auto round = [this](bool anew) {
+        if (anew)
+            make();
+        controller->showPRWindow();
+        field().setStringValue("some words");
+        ui::runFor(10ms);
+        controller->close();
+        ui::runFor(5ms);
+    };
+    for (const bool anew : {false, true}) {
+        make();
+        for (int i = 0; i < 20; ++i)
+            round(anew);
+        const auto before = residentKilobytes();
+        for (int i = 0; i < 100; ++i)
+            round(anew);
+        const auto grown = residentKilobytes() - before;
+        RecordProperty(anew ? "grown_made_anew_kilobytes" : "grown_kilobytes", std::to_string(grown));
+        EXPECT_LT(grown, ui::isSanitized() ? 131072 : 1024) << anew;
+    }
+    EXPECT_FALSE(DGAApplicationWindows::sharedWindows().anyVisible());
+}
+
+}  // namespace
