@@ -505,18 +505,31 @@ TEST_F(UploadWindowTest, NothingIsCutOffInAnyLanguage) {
 
 TEST_F(UploadWindowTest, AHundredRoundsLeaveNothingBehind) {
     const Server server;
-    const long threads = entriesOf("/proc/self/task");
     std::weak_ptr<CTraceUpload> last;
-    for (int i = 0; i < 100; ++i) {
-        show();
-        if (i % 2 == 1) {
-            generated();
-            last = uploader();
+    const auto residentKilobytesAfter = [&](int rounds) {
+        for (int i = 0; i < rounds; ++i) {
+            show();
+            if (i % 2 == 1) {
+                generated();
+                last = uploader();
+            }
+            ui::runFor(2ms);
+            controller->close();
         }
-        ui::runFor(2ms);
-        controller->close();
-    }
-    expectGone(last, threads);
+        EXPECT_TRUE(ui::waitUntil([&] { return last.expired(); }));
+        ui::runFor(600ms);
+        long pages = 0;
+        std::ifstream statm("/proc/self/statm");
+        statm >> pages >> pages;
+        return pages * sysconf(_SC_PAGESIZE) / 1024;
+    };
+    residentKilobytesAfter(200);  // as many are ending at a time as there will be
+    const long threads = entriesOf("/proc/self/task");
+    const long before = residentKilobytesAfter(100);
+    const long grown = residentKilobytesAfter(100) - before;
+    RecordProperty("grown_kilobytes", std::to_string(grown));
+    EXPECT_LT(grown, ui::isSanitized() ? 65536 : 512);
+    EXPECT_LE(entriesOf("/proc/self/task"), threads);
     EXPECT_TRUE(controller->window().findChildren<UploadView*>().isEmpty());
 }
 
