@@ -1,12 +1,12 @@
-// The answer of an auto-configuration script: the first, with the loading and the start of the script program,
-// and later ones, beside bare starts of that program and of one that does nothing.
+// The answer of an auto-configuration script: the first, with the loading and the start of the script
+// program, and later ones, beside bare starts of that program and of one that does nothing.
 //
 //     pac_bench [ROUNDS]
 //
 // Run through scripts/isolated: it writes to /tmp.
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
-#include <fcntl.h>
 
 #include <algorithm>
 #include <chrono>

@@ -131,8 +131,8 @@ private:
     Owned<GSettings> settings_;
 };
 
-// Kept, because a new object is announced to the settings service over the bus; a kept one reads no less afresh.
-// The caller holds the lock. Never freed: a thread may read while the program ends.
+// Kept, because a new object is announced to the settings service over the bus; a kept one reads no less
+// afresh. The caller holds the lock. Never freed: a thread may read while the program ends.
 const DesktopSettings& desktopSettings(const std::string& id) {
     static auto* const kept = new std::map<std::string, DesktopSettings>;
     return kept->try_emplace(id, id.c_str()).first->second;
@@ -151,6 +151,8 @@ std::optional<ProxySettings> fromDesktop() {
     const std::lock_guard<std::mutex> hold(mutex);
     const DesktopSettings& root = desktopSettings(kSchema);
     const std::string mode = root.text("mode");
+    if (mode != "auto" && mode != "manual")
+        return std::nullopt;
     ProxySettings settings;
     settings.exceptions = root.texts("ignore-hosts");
     if (mode == "auto") {
@@ -158,8 +160,6 @@ std::optional<ProxySettings> fromDesktop() {
         settings.autoConfigURL = scriptAddress(root.text("autoconfig-url"));
         return settings;
     }
-    if (mode != "manual")
-        return std::nullopt;
     settings.http = desktopServer("http");
     settings.https = desktopServer("https");
     return settings;
