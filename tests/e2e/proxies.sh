@@ -10,12 +10,14 @@ start_keyring
 refused=127.0.0.1:$(free_port) # where nobody listens
 head -c 300000 /dev/urandom > report.bin # three pieces: four requests
 
-# A host that takes the connection and stays silent; meanwhile the others are tried.
+# A host that takes the connection and stays silent; meanwhile, with settings of their own, the others are tried.
 silent=$(free_port)
 socat "TCP-LISTEN:$silent,bind=127.0.0.1,fork" 'SYSTEM:sleep 60' &
 (
-    auto_proxy=http://127.0.0.1:$silent/x.pac orvane-upload --quiet --file-name silent "$plain&case=silent" report.bin
-    echo "$? $SECONDS" > silent.txt
+    export XDG_CONFIG_HOME=$PWD/elsewhere auto_proxy=http://127.0.0.1:$silent/x.pac
+    SECONDS=0 status=0
+    orvane-upload --quiet --file-name silent "$plain" report.bin || status=$?
+    echo "$status $SECONDS" > silent.txt
 ) &
 silent_upload=$!
 

@@ -39,7 +39,7 @@ CFileOperate::~CFileOperate() {
     logger().log(kORVNLogModule, 2, "~CFileOperate::~~CFileOperate");
 }
 
-bool CFileOperate::initialize(std::string path) {
+bool CFileOperate::initialize(const std::string& path) {
     if (m_pFile != nullptr)
         std::fclose(m_pFile);
     m_nFileSize = 0;

@@ -16,7 +16,7 @@ public:
     CFileOperate& operator=(const CFileOperate&) = delete;
 
     /// Opens the file. False if it cannot be opened or is not a regular file.
-    bool initialize(std::string path);
+    bool initialize(const std::string& path);
 
     /// In bytes; 0 without a file.
     int64_t fileSize() const { return m_nFileSize; }
