@@ -9,6 +9,7 @@
 #include <initializer_list>
 #include <map>
 #include <memory>
+#include <mutex>
 
 #include "platform/HomePath.h"
 #include "platform/SmallFile.h"
@@ -130,8 +131,15 @@ private:
     Owned<GSettings> settings_;
 };
 
+// Kept, because a new object is announced to the settings service over the bus; a kept one reads no less
+// afresh. The caller holds the lock. Never freed: a thread may read while the program ends.
+const DesktopSettings& desktopSettings(const std::string& id) {
+    static auto* const kept = new std::map<std::string, DesktopSettings>;
+    return kept->try_emplace(id, id.c_str()).first->second;
+}
+
 ProxyServer desktopServer(const std::string& protocol) {
-    const DesktopSettings settings((std::string(kSchema) + "." + protocol).c_str());
+    const DesktopSettings& settings = desktopSettings(std::string(kSchema) + "." + protocol);
     ProxyServer server = parseProxyAddress(settings.text("host"));
     if (const int32_t port = settings.number("port"); port > 0 && server.enabled)
         server.port = port;
@@ -139,8 +147,12 @@ ProxyServer desktopServer(const std::string& protocol) {
 }
 
 std::optional<ProxySettings> fromDesktop() {
-    const DesktopSettings root(kSchema);
+    static std::mutex mutex;
+    const std::lock_guard<std::mutex> hold(mutex);
+    const DesktopSettings& root = desktopSettings(kSchema);
     const std::string mode = root.text("mode");
+    if (mode != "auto" && mode != "manual")
+        return std::nullopt;
     ProxySettings settings;
     settings.exceptions = root.texts("ignore-hosts");
     if (mode == "auto") {
@@ -148,8 +160,6 @@ std::optional<ProxySettings> fromDesktop() {
         settings.autoConfigURL = scriptAddress(root.text("autoconfig-url"));
         return settings;
     }
-    if (mode != "manual")
-        return std::nullopt;
     settings.http = desktopServer("http");
     settings.https = desktopServer("https");
     return settings;

@@ -101,11 +101,13 @@ bool CTraceUpload::uploading_tracefile() {
 }
 
 void CTraceUpload::postPiece() {
-    std::fill(m_pieceBuffer.begin(), m_pieceBuffer.end(), static_cast<unsigned char>(0));
-    std::fill(m_base64Buffer.begin(), m_base64Buffer.end(), '\0');
     unsigned char* piece = m_pieceBuffer.data();
     m_nPieceLength = m_pFileOperate->getBlockFromFile(kPieceLength, &piece);
     const int encoded = support::Base64Encode(m_base64Buffer.data(), piece, static_cast<int>(m_nPieceLength));
+    // Nothing of the piece before stays behind a shorter one.
+    std::fill(m_pieceBuffer.begin() + static_cast<std::ptrdiff_t>(m_nPieceLength), m_pieceBuffer.end(),
+              static_cast<unsigned char>(0));
+    std::fill(m_base64Buffer.begin() + std::max(encoded, 0), m_base64Buffer.end(), '\0');
     if (encoded < 1) {
         m_status = kStatusSendFailed;
         log(8, "CTraceUpload::start_uploadToServer Base64Encode failed");
@@ -117,7 +119,7 @@ void CTraceUpload::postPiece() {
     body.reserve(body.size() + 1 + m_base64Buffer.size());
     body += ';';
     body.append(m_base64Buffer.data(), static_cast<size_t>(std::max(encoded, 0)));
-    m_request->post(getURLAndEnodeByType("UL"), body);
+    m_request->post(getURLAndEnodeByType("UL"), std::move(body));
 }
 
 std::string CTraceUpload::pieceDescription() const {

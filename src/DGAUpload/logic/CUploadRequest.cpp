@@ -16,11 +16,12 @@ void CUploadRequest::query(const std::string& url) {
     });
 }
 
-void CUploadRequest::post(const std::string& url, const std::string& body) {
+void CUploadRequest::post(const std::string& url, std::string body) {
     send(kPiece, [&](CNetworkDownload& engine) {
         engine.SetNeedEscape(false);
+        engine.m_postBody = std::make_shared<const std::string>(std::move(body));
         const CNetworkDownload::Headers headers{{"Content-Type", "multipart/form-data"}};
-        return engine.PostData(url.c_str(), body.data(), body.size(), this, false, false, kTimeout, &headers);
+        return engine.PostData(url.c_str(), nullptr, 0, this, false, false, kTimeout, &headers);
     });
 }
 

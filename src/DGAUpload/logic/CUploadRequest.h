@@ -31,7 +31,7 @@ public:
     void query(const std::string& url);
 
     /// Posts a piece, under the same conditions.
-    void post(const std::string& url, const std::string& body);
+    void post(const std::string& url, std::string body);
 
     /// Ends a request that is under way, on its own thread, and reports nothing any more: a report that
     /// runs on another thread has ended when this returns. Any thread.

@@ -15,8 +15,8 @@
 namespace platform {
 namespace {
 
-constexpr uint32_t kLongestMessage = 64 * 1024;
-constexpr size_t kPiece = 16 * 1024;
+constexpr uint32_t kLongestMessage = uint32_t{64} * 1024;
+constexpr size_t kPiece = size_t{16} * 1024;
 
 void append(std::string& bytes, uint32_t value) {
     for (int i = 0; i < 4; ++i)

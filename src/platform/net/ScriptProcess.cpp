@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <deque>
+#include <exception>
 #include <map>
 #include <system_error>
 #include <thread>
@@ -251,7 +252,12 @@ ScriptProcess::ScriptProcess(Settings settings) : impl_(std::make_shared<Impl>(s
 
 ScriptProcess::~ScriptProcess() {
     // Who still waits for an answer gets one.
-    impl_->end("is no longer needed");
+    try {
+        impl_->end("is no longer needed");
+    } catch (const std::exception&) {
+        // Without memory for that there is none for them either.
+        return;
+    }
 }
 
 void ScriptProcess::define(const std::string& object, const std::string& name, Question question) {

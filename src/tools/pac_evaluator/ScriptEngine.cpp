@@ -89,7 +89,7 @@ Message ScriptEngine::call(const std::vector<std::string>& nameAndArguments) {
         return failed(outcome.toString());
     if (!outcome.property(0).toBool())
         return failed(outcome.property(1).toString());
-    const Message message = done(outcome.property(1));
+    Message message = done(outcome.property(1));
     engine_.collectGarbage();
     return message;
 }

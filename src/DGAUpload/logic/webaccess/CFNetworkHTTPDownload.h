@@ -28,7 +28,8 @@ class BlockingWait;
 ///
 /// The engine may be deleted, cancelled or started again at any moment on its thread, also by its sink (then
 /// without m_bAutoDelete). `m_` fields are the engine's own but for m_bAutoDelete, m_nDownloadType and
-/// m_bSkipCheckProxy, which the creator sets before the request.
+/// m_bSkipCheckProxy, which the creator sets before the request, and m_postBody, which it may set instead of
+/// having PostData copy a body.
 // NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): one engine at a time, its fields by meaning
 class CNetworkDownload {
 public:

@@ -15,12 +15,10 @@ public:
 
     class FrameLoadDelegate {
     public:
+        virtual ~FrameLoadDelegate() = default;
         virtual void webView(PacPage& sender, const Frame* didFinishLoadForFrame) = 0;
         virtual void webView(PacPage& sender, const std::string& didFailLoadWithError,
                              const Frame* forFrame) = 0;
-
-    protected:
-        ~FrameLoadDelegate() = default;
     };
 
     /// The HTML text with the helper functions of auto-configuration scripts, and "$FUNCTIONS" where the

@@ -24,6 +24,7 @@ struct PacProxy {
 /// evaluator, and a hidden page with helper functions of its own. An empty answer means to go directly, and
 /// is what every failure gives. The singleton is made and cleaned up on the main thread, whose loop is served
 /// while it loads and evaluates; the rest may be called on any thread while the main loop runs.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): only CleanUP() deletes the one that there is
 class CPacParser : public IUrlDownloadSink {
 public:
     /// Never null; made and loaded (up to half a minute) on first use. A nested call during the loading gets
