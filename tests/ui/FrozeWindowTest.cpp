@@ -4,6 +4,7 @@
 #include <QLabel>
 #include <QPointer>
 #include <QScreen>
+#include <thread>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
 #include "DGAMonitor/DGAApplicationWindows.h"
@@ -21,9 +22,11 @@ class Answers final : public DGAFrozeWindowDelegate {
 public:
     void frozeWindowButtonDidClickWithIndex(int index) override {
         given.push_back(index);
+        std::this_thread::sleep_for(pause);
         prompt.reset();
     }
     std::vector<int> given;
+    std::chrono::milliseconds pause{0};
     std::shared_ptr<DGAFrozeWindowInterface> prompt;
 };
 
@@ -114,6 +117,17 @@ TEST_F(FrozeWindowTest, ShowsItsTextsWholeInTheMiddleAboveOthersAsItsLevelSays) 
     EXPECT_TRUE(
         ui::waitUntil([&] { return stateOf(*window, "_NET_WM_STATE").find("ABOVE") == std::string::npos; }));
     EXPECT_TRUE(window->isVisible());
+}
+
+TEST_F(FrozeWindowTest, ADoubleClickIsOneAnswer) {
+    answers->pause = 300ms;
+    const QPointer<QWidget> window = showPrompt();
+    ASSERT_TRUE(ui::waitUntilActive(*window));
+    ui::moveTo(*window->findChild<QWidget*>("quitSendBtn"));
+    ASSERT_EQ(std::system("(sleep 0.2; xdotool click --repeat 2 --delay 60 1) &"), 0);
+    EXPECT_TRUE(ui::waitUntil([&] { return !window; }));
+    ui::runFor(100ms);
+    EXPECT_EQ(answers->given, std::vector{0});
 }
 
 TEST_F(FrozeWindowTest, IsMovedByItsBackground) {

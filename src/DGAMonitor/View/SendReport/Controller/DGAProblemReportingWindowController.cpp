@@ -188,22 +188,22 @@ void DGAProblemReportingWindowController::setupKeyboard() {
 void DGAProblemReportingWindowController::connectActions() {
     const auto onClick = [this](QAbstractButton* button,
                                 void (DGAProblemReportingWindowController::*action)()) {
-        QObject::connect(button, &QAbstractButton::clicked, &context_, [this, action] { (this->*action)(); });
+        QObject::connect(button, &QAbstractButton::clicked, context(), [this, action] { (this->*action)(); });
     };
     onClick(ui_->_sendBtn, &DGAProblemReportingWindowController::sendReportBtnClicked);
     onClick(ui_->_saveBtn, &DGAProblemReportingWindowController::saveBtnClicked);
     onClick(ui_->_cancelBtn, &DGAProblemReportingWindowController::cancelBtnClicked);
     onClick(ui_->_closeBtn, &DGAProblemReportingWindowController::closeBtnClicked);
-    QObject::connect(ui_->_textField, &DGATextField::textChanged, &context_,
+    QObject::connect(ui_->_textField, &DGATextField::textChanged, context(),
                      [this] { controlTextDidChange(); });
-    QObject::connect(ui_->_textField, &DGATextField::composingChanged, &context_,
+    QObject::connect(ui_->_textField, &DGATextField::composingChanged, context(),
                      [this] { refreshPlaceholder(); });
-    QObject::connect(&window(), &DGAProblemReportingWindow::returnPressed, &context_,
+    QObject::connect(&window(), &DGAProblemReportingWindow::returnPressed, context(),
                      [this] { ui_->_sendBtn->click(); });
-    QObject::connect(&window(), &DGAProblemReportingWindow::escapePressed, &context_,
+    QObject::connect(&window(), &DGAProblemReportingWindow::escapePressed, context(),
                      [this] { ui_->_closeBtn->click(); });
     // The window manager's way also leads out of a report that never gets ready.
-    QObject::connect(&window(), &DGAWindowBase::closeRequested, &context_, [this] { closeBtnClicked(); });
+    QObject::connect(&window(), &DGAWindowBase::closeRequested, context(), [this] { closeBtnClicked(); });
 }
 
 void DGAProblemReportingWindowController::showPRWindow() {
