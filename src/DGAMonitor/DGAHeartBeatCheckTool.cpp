@@ -203,16 +203,18 @@ void DGAHeartBeatCheckTool::dealCrash() {
     const int64_t serviceType = record().serviceType;
     DGAUtilities::dga_recordCPUMemoryInfo();
     // The delegate is told of an archive only; where none could be made, the end of the run has to do, or the
-    // assistant would outlive its client for ever.
-    parts_.generator->startOnceGenerateReportIfScreenShot(false, true, true, serviceType,
-                                                          [] { record().readyToQuit = true; });
-    platform::performOnMain([self = std::weak_ptr(self_), serviceType] {
+    // assistant would outlive its client for ever. On the main thread, behind the window, which may take
+    // longer to come up than the report: without either the assistant would quit.
+    const auto getReady = [] { record().readyToQuit = true; };
+    platform::performOnMain([self = std::weak_ptr(self_), serviceType, getReady] {
         if (const auto tool = self.lock())
             tool->judgeIfShowReportWindow();
         // Nobody will tell of a report that is never made; from here on the window decides.
         if (!DGAReportGenerator::hasReports(serviceType))
-            record().readyToQuit = true;
+            getReady();
     });
+    parts_.generator->startOnceGenerateReportIfScreenShot(false, true, true, serviceType,
+                                                          [getReady] { platform::performOnMain(getReady); });
     platform::performOnMainAfter(std::chrono::milliseconds(500),
                                  [] { DGAUtilities::dga_bringingAllWindowFront(); });
 }

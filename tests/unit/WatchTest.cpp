@@ -301,6 +301,7 @@ TEST_F(WatchTest, CrashIsReportedOnceHoweverTheProcessVanishes) {
     for (const auto& test : cases) {
         SCOPED_TRACE(test.what);
         record().pID.set(test.pID);
+        record().readyToQuit = false;
         tree.put("4711", 100);
         factory->report.reset();
         record().rpWindowCtrl.reset();
@@ -315,11 +316,15 @@ TEST_F(WatchTest, CrashIsReportedOnceHoweverTheProcessVanishes) {
         }
         test.vanish();
         tick(tool, 120);
+        ASSERT_TRUE(generator->completion);
+        EXPECT_EQ(reportWindowsShown(), 0);
+        generator->completion();
+        EXPECT_FALSE(record().readyToQuit) << "before the window is up";
         RunLoop::main().runFor(1ms);
+        EXPECT_TRUE(record().readyToQuit);
         EXPECT_EQ(generator->requests, (std::vector<RecordingGenerator::Request>{{false, true, true, 1}}));
         EXPECT_EQ(reportWindowsShown(), 1);
         EXPECT_EQ(factory->prompts, 0);
-        EXPECT_FALSE(record().readyToQuit) << "the report is still to come";
     }
 }
 
@@ -413,9 +418,9 @@ TEST_F(WatchTest, SecondGoodbyeAsksForNoSecondReport) {
     EXPECT_EQ(generator->requests, (std::vector<RecordingGenerator::Request>{{false, true, false, 1}}));
     EXPECT_FALSE(record().readyToQuit);
     generator->completion();
-    EXPECT_TRUE(record().readyToQuit);
     target.dealGenerateReportFromClient({});
     EXPECT_TRUE(serveUntil([&] { return factory->report && factory->report->broughtToFront > 0; }));
+    EXPECT_TRUE(record().readyToQuit);
 }
 
 TEST(ReportGeneratorTest, OnceIsOnceForAllInstances) {
