@@ -7,7 +7,6 @@
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/DGAApplicationWindows.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
-#include "DGAMonitor/DGATelemetryManager.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "DGAMonitor/Utilities/Tool/DGATaskTool.h"
 #include "platform/DGALoopThread.h"
@@ -27,11 +26,6 @@ DGAMonitorToolManager& record() {
 
 void logLine(int level, std::string_view text) {
     ORVNLogger::sharedLogger().writeLine(kORVNLogModule, level, text);
-}
-
-void sendTelemetryAction(int actionID) {
-    if (const auto telemetry = record().telemetryMrg)
-        telemetry->sendTelemetryActionByID(actionID);
 }
 
 }  // namespace
@@ -303,13 +297,13 @@ void DGAHeartBeatCheckTool::frozeWindowButtonDidClickWithIndex(int index) {
         showUploadWindowWhileExistAlready();
     } else if (index == 0) {
         record().isFreeze = true;
-        sendTelemetryAction(kQuitAndSendAction);
+        record().sendTelemetryActionByID(kQuitAndSendAction);
         record().readyToQuit = true;
         generateReportWindow();
         record().isFreeze = false;
     } else if (index == 1) {
         record().readyToQuit = false;
-        sendTelemetryAction(kWaitAction);
+        record().sendTelemetryActionByID(kWaitAction);
         const std::lock_guard<std::mutex> hold(lock_);
         timeInterval_ = 0.0;
     }

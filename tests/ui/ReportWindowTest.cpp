@@ -151,6 +151,11 @@ TEST_F(ProblemReportingWindowTest, SendMailMakesAReportAndHandsItOver) {
     EXPECT_EQ(status(), "0000");
     describe("!");
     EXPECT_EQ(status(), "0000") << "typing must not start a second report";
+    record().isFreeze = true;
+    controller->showPRWindow();
+    record().isFreeze = false;
+    EXPECT_EQ(status(), "0000") << "nor may being shown again";
+    choose(lDGADropListAudio);
     ui::press("Return Escape");
     EXPECT_TRUE(controller->isVisible());
     gate.reset();
@@ -173,6 +178,9 @@ TEST_F(ProblemReportingWindowTest, SaveMovesTheArchiveToWhereTheUserSays) {
     fillIn();
     openSavePanel();
     EXPECT_EQ(savePanel()->findChild<QLineEdit*>()->text(), "123_7_20240315_143025.zip");
+    controller->showPRWindow();
+    EXPECT_TRUE(ui::waitUntil([this] { return savePanel()->isActiveWindow(); }));
+    EXPECT_EQ(status(), "0000");
     field().setStringValue("");
     ui::press("Escape");
     EXPECT_TRUE(ui::waitUntil([this] { return status() == "1111"; }))

@@ -75,6 +75,8 @@ QString DGASavePanel::withAllowedEnding(const QString& path) const {
 }
 
 void DGASavePanel::accept() {
+    if (!isVisible())
+        return;  // a second Return, read after the first one has closed it
     const QStringList chosen = selectedFiles();
     if (chosen.isEmpty() || QFileInfo(chosen.first()).isDir()) {
         QFileDialog::accept();  // goes into the folder
