@@ -1,5 +1,3 @@
-#include <unistd.h>
-
 #include <QApplication>
 #include <QLabel>
 #include <QPointer>
@@ -164,19 +162,12 @@ TEST_F(FrozeWindowTest, AHundredRoundsLeaveNothingBehind) {
         answers->prompt.reset();
         ui::runFor(5ms);
     };
-    const auto residentKilobytes = [] {
-        long pages = 0;
-        FILE* const file = fopen("/proc/self/statm", "r");
-        EXPECT_EQ(fscanf(file, "%*d %ld", &pages), 1);
-        fclose(file);
-        return pages * sysconf(_SC_PAGESIZE) / 1024;
-    };
     for (int i = 0; i < 20; ++i)
         round();
-    const auto before = residentKilobytes();
+    const auto before = ui::residentKilobytes();
     for (int i = 0; i < 100; ++i)
         round();
-    const auto grown = residentKilobytes() - before;
+    const auto grown = ui::residentKilobytes() - before;
     RecordProperty("grown_kilobytes", std::to_string(grown));
     // A sanitizer keeps what was freed.
     EXPECT_LT(grown, ui::isSanitized() ? 65536 : 512);

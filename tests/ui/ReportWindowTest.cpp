@@ -444,11 +444,6 @@ TEST_F(ProblemReportingWindowTest, LooksRightInEveryState) {
 }
 
 TEST_F(ProblemReportingWindowTest, AHundredRoundsLeaveNothingBehind) {
-    const auto residentKilobytes = [] {
-        long pages = 0;
-        std::ifstream("/proc/self/statm").ignore(64, ' ') >> pages;
-        return pages * sysconf(_SC_PAGESIZE) / 1024;
-    };
     const auto round = [this](bool anew) {
         if (anew)
             make();
@@ -462,10 +457,10 @@ TEST_F(ProblemReportingWindowTest, AHundredRoundsLeaveNothingBehind) {
         make();
         for (int i = 0; i < 20; ++i)
             round(anew);
-        const auto before = residentKilobytes();
+        const auto before = ui::residentKilobytes();
         for (int i = 0; i < 100; ++i)
             round(anew);
-        const auto grown = residentKilobytes() - before;
+        const auto grown = ui::residentKilobytes() - before;
         RecordProperty(anew ? "grown_made_anew_kilobytes" : "grown_kilobytes", std::to_string(grown));
         EXPECT_LT(grown, ui::isSanitized() ? 131072 : 1024) << anew;
     }

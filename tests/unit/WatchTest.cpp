@@ -12,7 +12,6 @@
 #include "DGAMonitor/DGADealNotifTargetTool.h"
 #include "DGAMonitor/DGAHeartBeatCheckTool.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
-#include "DGAMonitor/DGAWatchVerdict.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/RunLoop.h"
 #include "platform/RunningApplications.h"
@@ -181,23 +180,6 @@ protected:
     std::shared_ptr<FakeFactory> factory = std::make_shared<FakeFactory>();
     std::shared_ptr<RecordingGenerator> generator = std::make_shared<RecordingGenerator>();
 };
-
-TEST(WatchVerdictTest, Table) {
-    using V = DGAWatchVerdict;
-    const std::pair<DGAWatchFacts, V> cases[] = {
-        // ready, client known, process found, goodbye, silence, prompts
-        {{true, true, false, false, 500, 0}, V::judgeQuit},
-        {{false, false, false, true, 28, 0}, V::awaitClient},
-        {{false, false, false, false, 30, 0}, V::noClient},
-        {{false, true, true, true, 180, 2}, V::alive},
-        {{false, true, true, false, 182, 1}, V::askUser},
-        {{false, true, true, false, 182, 2}, V::frozenForGood},
-        {{false, true, false, false, 500, 2}, V::crashed},
-        {{false, true, false, true, 2, 0}, V::leftNormally},
-    };
-    for (const auto& [facts, verdict] : cases)
-        EXPECT_EQ(dgaWatchVerdict(facts), verdict) << facts.processFound << facts.silence;
-}
 
 TEST(RunningApplicationsTest, FindsRunningProcessesByTheirExactId) {
     const ProcessTree tree;
