@@ -3,7 +3,7 @@
 . "$(dirname "$0")/common.sh"
 command -v Xvfb > /dev/null || exit 77
 mkfifo number
-Xvfb -displayfd 3 -nolisten tcp 3> number > server.log 2>&1 &
+Xvfb -displayfd 3 -nolisten tcp -noreset 3> number > server.log 2>&1 &
 server=$!
 trap 'kill $server 2> /dev/null || true' EXIT
 read -r -t 30 number < number || fail "no display: $(cat server.log)"
@@ -15,7 +15,7 @@ post ORVANE_DGA_PASSING_JSON_DATA "{'DgaJsonData': <'{\"processID\": $$}'>}" > /
 eventually log_says 'DGAMonitorToolManager::saveMeetingData' || fail "the parameters do not arrive"
 [[ -z $(heavy) ]] || fail "loaded before a window is asked for: $(heavy)"
 post ORVANE_DGA_GENERATE_REPORT > /dev/null
-eventually xdotool search --onlyvisible --name 'Problem Reporting' > /dev/null 2>&1 || fail "no window"
+eventually xdotool search --onlyvisible --name 'Problem Reporting' > /dev/null 2>&1 || fail "no window: $(cat stderr.txt)"
 [[ $(heavy) == *libQt6* ]] || fail "the check for loaded libraries sees nothing"
 
 kill "$server"
