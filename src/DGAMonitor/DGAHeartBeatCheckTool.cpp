@@ -197,8 +197,8 @@ void DGAHeartBeatCheckTool::dealCrash() {
     const int64_t serviceType = record().serviceType;
     DGAUtilities::dga_recordCPUMemoryInfo();
     // The delegate is told of an archive only; where none could be made, the end of the run has to do, or the
-    // assistant would outlive its client for ever. On the main thread, behind the window, which may take
-    // longer to come up than the report: without either the assistant would quit.
+    // assistant would outlive its client for ever. On the main thread, behind the window: that may take
+    // longer to come up than the report, and without one the assistant would quit.
     const auto getReady = [] { record().readyToQuit = true; };
     platform::performOnMain([self = std::weak_ptr(self_), serviceType, getReady] {
         if (const auto tool = self.lock())
