@@ -11,6 +11,16 @@
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
 
+namespace {
+
+void writeWhatIsQueued() {
+    DGAMeetingDataRecordTool::shareDataRecordTool().stopRecord();
+    DGATelemetryManager::closeOrvTelemetry();
+    DGACSVFileTool::traceQueue().sync([] {});
+}
+
+}  // namespace
+
 void AppDelegate::applicationDidFinishLaunching() {
     ORVNLogger::sharedLogger().initParams(
         {.subPath = "dga", .fileNamePrefix = "orvtra_dga_", .maxFileNum = 30});
@@ -21,8 +31,12 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 void AppDelegate::applicationWillTerminate() {
     ORVN_LOG_METHOD();
-    DGAMeetingDataRecordTool::shareDataRecordTool().stopRecord();
-    DGATelemetryManager::closeOrvTelemetry();
-    DGACSVFileTool::traceQueue().sync([] {});
+    writeWhatIsQueued();
     std::quick_exit(EXIT_SUCCESS);
+}
+
+void AppDelegate::applicationWasEnded() {
+    ORVNLogger::sharedLogger().writeLine(kORVNLogModule, 8, "the display or something else ends the program");
+    writeWhatIsQueued();
+    std::_Exit(EXIT_FAILURE);
 }

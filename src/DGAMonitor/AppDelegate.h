@@ -9,4 +9,8 @@ public:
     /// The user's session ends: writes what is queued for the trace, which stays, closes the port and ends
     /// the process with status 0. Main thread.
     [[noreturn]] static void applicationWillTerminate();
+
+    /// For std::atexit: the window toolkit calls exit() where the display goes away. Does the same, but ends
+    /// the process with status 1, so that nothing is destroyed under threads that still work.
+    [[noreturn]] static void applicationWasEnded();
 };

@@ -50,8 +50,10 @@ void DGADealNotifTargetTool::dealNormalQuitFromClient(const platform::Notificati
     ORVN_LOG_METHOD();
     DGACSVFileTool::saveDGATraceWithModuleType(kClientQuitModule, 1, 1, "client quit", 0.0F, std::nullopt, 0,
                                                std::nullopt, 0, std::nullopt, 0);
-    reportGenerator_->startOnceGenerateReportIfScreenShot(false, true, false, record.serviceType,
-                                                          [&record] { record.readyToQuit = true; });
+    // Behind a window that has been asked for meanwhile and is still coming up.
+    reportGenerator_->startOnceGenerateReportIfScreenShot(false, true, false, record.serviceType, [&record] {
+        platform::performOnMain([&record] { record.readyToQuit = true; });
+    });
     platform::performOnMainAfter(std::chrono::milliseconds(500),
                                  [] { DGAUtilities::dga_bringingAllWindowFront(); });
 }

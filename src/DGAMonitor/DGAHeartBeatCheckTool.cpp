@@ -7,7 +7,6 @@
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/DGAApplicationWindows.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
-#include "DGAMonitor/DGATelemetryManager.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "DGAMonitor/Utilities/Tool/DGATaskTool.h"
 #include "platform/DGALoopThread.h"
@@ -27,11 +26,6 @@ DGAMonitorToolManager& record() {
 
 void logLine(int level, std::string_view text) {
     ORVNLogger::sharedLogger().writeLine(kORVNLogModule, level, text);
-}
-
-void sendTelemetryAction(int actionID) {
-    if (const auto telemetry = record().telemetryMrg)
-        telemetry->sendTelemetryActionByID(actionID);
 }
 
 }  // namespace
@@ -203,16 +197,18 @@ void DGAHeartBeatCheckTool::dealCrash() {
     const int64_t serviceType = record().serviceType;
     DGAUtilities::dga_recordCPUMemoryInfo();
     // The delegate is told of an archive only; where none could be made, the end of the run has to do, or the
-    // assistant would outlive its client for ever.
-    parts_.generator->startOnceGenerateReportIfScreenShot(false, true, true, serviceType,
-                                                          [] { record().readyToQuit = true; });
-    platform::performOnMain([self = std::weak_ptr(self_), serviceType] {
+    // assistant would outlive its client for ever. On the main thread, behind the window: that may take
+    // longer to come up than the report, and without one the assistant would quit.
+    const auto getReady = [] { record().readyToQuit = true; };
+    platform::performOnMain([self = std::weak_ptr(self_), serviceType, getReady] {
         if (const auto tool = self.lock())
             tool->judgeIfShowReportWindow();
         // Nobody will tell of a report that is never made; from here on the window decides.
         if (!DGAReportGenerator::hasReports(serviceType))
-            record().readyToQuit = true;
+            getReady();
     });
+    parts_.generator->startOnceGenerateReportIfScreenShot(false, true, true, serviceType,
+                                                          [getReady] { platform::performOnMain(getReady); });
     platform::performOnMainAfter(std::chrono::milliseconds(500),
                                  [] { DGAUtilities::dga_bringingAllWindowFront(); });
 }
@@ -301,13 +297,13 @@ void DGAHeartBeatCheckTool::frozeWindowButtonDidClickWithIndex(int index) {
         showUploadWindowWhileExistAlready();
     } else if (index == 0) {
         record().isFreeze = true;
-        sendTelemetryAction(kQuitAndSendAction);
+        record().sendTelemetryActionByID(kQuitAndSendAction);
         record().readyToQuit = true;
         generateReportWindow();
         record().isFreeze = false;
     } else if (index == 1) {
         record().readyToQuit = false;
-        sendTelemetryAction(kWaitAction);
+        record().sendTelemetryActionByID(kWaitAction);
         const std::lock_guard<std::mutex> hold(lock_);
         timeInterval_ = 0.0;
     }

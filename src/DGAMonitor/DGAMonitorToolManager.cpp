@@ -156,6 +156,11 @@ void DGAMonitorToolManager::setupTelemetry() {
     telemetryMrg->startTelemetry();
 }
 
+void DGAMonitorToolManager::sendTelemetryActionByID(int actionID) const {
+    if (telemetryMrg)
+        telemetryMrg->sendTelemetryActionByID(actionID);
+}
+
 void DGAMonitorToolManager::startReceiveMeetingData() {
     ORVN_LOG_METHOD();
     DGAMeetingDataRecordTool::shareDataRecordTool().startRecord();

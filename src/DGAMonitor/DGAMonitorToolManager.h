@@ -52,6 +52,9 @@ public:
     /// an address decides for the run.
     void setupTelemetry();
 
+    /// Sends an action through `telemetryMrg`; nothing where there is none.
+    void sendTelemetryActionByID(int actionID) const;
+
     /// A notification's full name: the base name, an underscore and this process's id.
     std::string notificationName(std::string_view baseName) const;
 

@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 
 #include <csignal>
+#include <cstdlib>
 
 #include "DGAMonitor/AppDelegate.h"
 #include "platform/RunLoop.h"
@@ -12,6 +13,8 @@ int main() {
     std::signal(SIGPIPE, SIG_IGN);
     const platform::TerminationSignal termination([] { AppDelegate::applicationWillTerminate(); });
     AppDelegate::applicationDidFinishLaunching();
+    // As late as possible: it has to run before everything that exit() ends.
+    std::atexit([] { AppDelegate::applicationWasEnded(); });
     platform::RunLoop::main().run();
     return 0;
 }

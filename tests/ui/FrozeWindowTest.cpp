@@ -1,9 +1,8 @@
-#include <unistd.h>
-
 #include <QApplication>
 #include <QLabel>
 #include <QPointer>
 #include <QScreen>
+#include <thread>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
 #include "DGAMonitor/DGAApplicationWindows.h"
@@ -21,9 +20,11 @@ class Answers final : public DGAFrozeWindowDelegate {
 public:
     void frozeWindowButtonDidClickWithIndex(int index) override {
         given.push_back(index);
+        std::this_thread::sleep_for(pause);
         prompt.reset();
     }
     std::vector<int> given;
+    std::chrono::milliseconds pause{0};
     std::shared_ptr<DGAFrozeWindowInterface> prompt;
 };
 
@@ -116,6 +117,17 @@ TEST_F(FrozeWindowTest, ShowsItsTextsWholeInTheMiddleAboveOthersAsItsLevelSays) 
     EXPECT_TRUE(window->isVisible());
 }
 
+TEST_F(FrozeWindowTest, ADoubleClickIsOneAnswer) {
+    answers->pause = 300ms;
+    const QPointer<QWidget> window = showPrompt();
+    ASSERT_TRUE(ui::waitUntilActive(*window));
+    ui::moveTo(*window->findChild<QWidget*>("quitSendBtn"));
+    ASSERT_EQ(std::system("(sleep 0.2; xdotool click --repeat 2 --delay 60 1) &"), 0);
+    EXPECT_TRUE(ui::waitUntil([&] { return !window; }));
+    ui::runFor(100ms);
+    EXPECT_EQ(answers->given, std::vector{0});
+}
+
 TEST_F(FrozeWindowTest, IsMovedByItsBackground) {
     QWidget* const window = showPrompt();
     ASSERT_TRUE(window);
@@ -150,19 +162,12 @@ TEST_F(FrozeWindowTest, AHundredRoundsLeaveNothingBehind) {
         answers->prompt.reset();
         ui::runFor(5ms);
     };
-    const auto residentKilobytes = [] {
-        long pages = 0;
-        FILE* const file = fopen("/proc/self/statm", "r");
-        EXPECT_EQ(fscanf(file, "%*d %ld", &pages), 1);
-        fclose(file);
-        return pages * sysconf(_SC_PAGESIZE) / 1024;
-    };
     for (int i = 0; i < 20; ++i)
         round();
-    const auto before = residentKilobytes();
+    const auto before = ui::residentKilobytes();
     for (int i = 0; i < 100; ++i)
         round();
-    const auto grown = residentKilobytes() - before;
+    const auto grown = ui::residentKilobytes() - before;
     RecordProperty("grown_kilobytes", std::to_string(grown));
     // A sanitizer keeps what was freed.
     EXPECT_LT(grown, ui::isSanitized() ? 65536 : 512);

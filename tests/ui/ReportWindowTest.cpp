@@ -151,6 +151,11 @@ TEST_F(ProblemReportingWindowTest, SendMailMakesAReportAndHandsItOver) {
     EXPECT_EQ(status(), "0000");
     describe("!");
     EXPECT_EQ(status(), "0000") << "typing must not start a second report";
+    record().isFreeze = true;
+    controller->showPRWindow();
+    record().isFreeze = false;
+    EXPECT_EQ(status(), "0000") << "nor may being shown again";
+    choose(lDGADropListAudio);
     ui::press("Return Escape");
     EXPECT_TRUE(controller->isVisible());
     gate.reset();
@@ -173,6 +178,9 @@ TEST_F(ProblemReportingWindowTest, SaveMovesTheArchiveToWhereTheUserSays) {
     fillIn();
     openSavePanel();
     EXPECT_EQ(savePanel()->findChild<QLineEdit*>()->text(), "123_7_20240315_143025.zip");
+    controller->showPRWindow();
+    EXPECT_TRUE(ui::waitUntil([this] { return savePanel()->isActiveWindow(); }));
+    EXPECT_EQ(status(), "0000");
     field().setStringValue("");
     ui::press("Escape");
     EXPECT_TRUE(ui::waitUntil([this] { return status() == "1111"; }))
@@ -436,11 +444,6 @@ TEST_F(ProblemReportingWindowTest, LooksRightInEveryState) {
 }
 
 TEST_F(ProblemReportingWindowTest, AHundredRoundsLeaveNothingBehind) {
-    const auto residentKilobytes = [] {
-        long pages = 0;
-        std::ifstream("/proc/self/statm").ignore(64, ' ') >> pages;
-        return pages * sysconf(_SC_PAGESIZE) / 1024;
-    };
     const auto round = [this](bool anew) {
         if (anew)
             make();
@@ -454,10 +457,10 @@ TEST_F(ProblemReportingWindowTest, AHundredRoundsLeaveNothingBehind) {
         make();
         for (int i = 0; i < 20; ++i)
             round(anew);
-        const auto before = residentKilobytes();
+        const auto before = ui::residentKilobytes();
         for (int i = 0; i < 100; ++i)
             round(anew);
-        const auto grown = residentKilobytes() - before;
+        const auto grown = ui::residentKilobytes() - before;
         RecordProperty(anew ? "grown_made_anew_kilobytes" : "grown_kilobytes", std::to_string(grown));
         EXPECT_LT(grown, ui::isSanitized() ? 131072 : 1024) << anew;
     }

@@ -1,8 +1,11 @@
 #include "ui/UiTest.h"
 
+#include <unistd.h>
+
 #include <QApplication>
 #include <QCursor>
 #include <cstdlib>
+#include <fstream>
 
 #include "DGAWindowModule/DGAToolkit.h"
 #include "platform/RunLoop.h"
@@ -72,6 +75,12 @@ void press(const std::string& keys) {
 
 void type(const std::string& text) {
     xdotool("type --delay 5 '" + text + "'");
+}
+
+long residentKilobytes() {
+    long pages = 0;
+    std::ifstream("/proc/self/statm").ignore(64, ' ') >> pages;
+    return pages * sysconf(_SC_PAGESIZE) / 1024;
 }
 
 bool isSanitized() {

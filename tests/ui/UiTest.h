@@ -40,6 +40,9 @@ void click(const QWidget& widget);
 void press(const std::string& keys);  ///< as xdotool names them, "shift+Tab"
 void type(const std::string& text);
 
+/// What the process holds of memory now.
+long residentKilobytes();
+
 /// Whether this is a sanitizer build, in which figures of cost mean little.
 bool isSanitized();
 

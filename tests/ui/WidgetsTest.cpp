@@ -6,14 +6,12 @@
 
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAViewFrame.h"
-#include "DGAMonitor/View/SendReport/View/DGAButton.h"
 #include "DGAMonitor/View/SendReport/View/DGACheckboxButton.h"
 #include "DGAMonitor/View/SendReport/View/DGADropDownListView.h"
 #include "DGAMonitor/View/SendReport/View/DGAImageView.h"
 #include "DGAMonitor/View/SendReport/View/DGAMouseTrackingButton.h"
 #include "DGAMonitor/View/SendReport/View/DGAProblemReportingWindow.h"
 #include "DGAMonitor/View/SendReport/View/DGASendReportInfoView.h"
-#include "support/widgets/LarimoNotificationView.h"
 #include "support/widgets/QuivetSpinImageView.h"
 #include "ui/UiTest.h"
 
@@ -199,16 +197,6 @@ TEST_F(WidgetsTest, ASpinnerTurnsOnlyWhileItIsSeenAndCostsLittle) {
     EXPECT_EQ(stopped, spinner->grab().toImage());
 }
 
-TEST_F(WidgetsTest, ABannerGrowsWithItsMessage) {
-    const QRect frame(20, 20, 392, 51);
-    const LarimoNotificationView brief(frame, 1, "It failed.", &window);
-    EXPECT_EQ(brief.geometry(), frame);
-    EXPECT_TRUE(brief.isHidden());
-    const LarimoNotificationView wordy(frame, 1, QString("Langer Text mit Wörtern. ").repeated(20), &window);
-    EXPECT_GT(wordy.height(), 100);
-    EXPECT_EQ(wordy.width(), 392);
-}
-
 TEST_F(WidgetsTest, ColoursAreReadFromText) {
     const QColor grey(0xd6, 0xd6, 0xd6);
     const struct {
@@ -233,40 +221,6 @@ TEST_F(WidgetsTest, AFrameIsChangedInOnePart) {
     EXPECT_EQ(view.geometry(), QRect(5, 6, 7, 50));
     setDga_size(view, {8, 9});
     EXPECT_EQ(view.geometry(), QRect(5, 6, 8, 9));
-}
-
-// For people to look at: $ORVANEDGA_PICTURES names the folder, $QT_SCALE_FACTOR the scale.
-TEST_F(WidgetsTest, Gallery) {
-    window.setFixedWidth(520);
-    addCheckbox("Include full screen capture")->infoBtn()->hide();
-    auto* const box = addCheckbox("Include system and Orvane-related information");
-    box->setSelected(true);
-    addCheckbox("Systeminformationen und Informationen zu den Anwendungen von Orvane einschließen")
-        ->setSelected(true);
-    addList({"-- Choose a problem type --", "Joining"}, "-- Choose a problem type --")->setFocus();
-    auto* const row = new QHBoxLayout();
-    for (const int type : {2, 0, 2, 0}) {
-        auto* const button = new DGAButton(&window);
-        button->setText(type == 2 ? "Send Report" : "Cancel");
-        button->setButtonType(type);
-        button->setEnabled(row->count() < 2);
-        row->addWidget(button);
-    }
-    column->addLayout(row);
-    auto* const spinner = new QuivetSpinImageView(&window);
-    spinner->setFixedSize(16, 16);
-    spinner->startSpin();
-    column->addWidget(spinner);
-    auto* const banner = new LarimoNotificationView(
-        QRect(20, 0, 392, 51), 1,
-        "We could not send your Problem Report. You can save the report and try to send it again later.",
-        &window);
-    banner->setFixedHeight(banner->height());
-    column->addWidget(banner);
-    banner->show();
-    show();
-    ui::takePicture("gallery");
-    EXPECT_TRUE(box->infoBtn()->isVisible());
 }
 
 }  // namespace

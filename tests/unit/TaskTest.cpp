@@ -46,13 +46,11 @@ std::string content(const std::string& path) {
 }
 
 TEST(TaskTest, TellsHowAProgramEnded) {
-    struct Case {
+    const struct {
         const char* script;
-        int reason;
-        int exitStatus;
+        int reason, exitStatus;
         const char* output;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"true", 1, 0, ""},
         {"exit 3", 1, 3, ""},
         {"kill -9 $$", 2, 0, ""},
@@ -178,17 +176,6 @@ TEST(TaskTest, WaitsForItsOwnProgramOnly) {
     EXPECT_EQ(waitpid(other, &status, 0), other) << "somebody else's child is not reaped";
 }
 
-TEST(TaskTest, WritesIntoAHandle) {
-    const std::string path = "/tmp/task-output";
-    Task task = shell("echo into the file; echo not this 2>/dev/null >&2");
-    task.output = Task::Output::toHandle;
-    task.handle = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    EXPECT_EQ(platform::runTask(task).output, "");
-    EXPECT_EQ(write(task.handle, "more", 4), 4) << "the handle stays the caller's";
-    close(task.handle);
-    EXPECT_EQ(content(path), "into the file\nmore");
-}
-
 TEST(TaskTest, FallsBackOnTheBundledTool) {
     const std::string helpers = platform::BundleInfo::helperFolder();
     EXPECT_EQ(platform::programForCommand("/nonexistent/sw_vers"), helpers + "/sw_vers");
@@ -285,12 +272,10 @@ TEST(ZipTest, PacksWithoutWaiting) {
 }
 
 TEST(ScreenshotTest, BuildsItsArguments) {
-    struct Case {
-        const char* frames;
-        const char* version;
+    const struct {
+        const char *frames, *version;
         std::vector<std::string> arguments;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"full 0 0 1440 900\nvisible 0 70 1440 807\n", "12\n", {"-R", "0,0,1440,830", "-x", "/p.png"}},
         {"full 0 0 1440 900\nvisible 64 0 1376 873\n", "", {"-R", "64,0,1376,900", "-x", "/p.png"}},
         {"full 0 0 800.4 600.6\nvisible 0.6 0.2 799.5 600\n", "12", {"-R", "1,0,800,600", "-x", "/p.png"}},

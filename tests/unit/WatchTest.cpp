@@ -12,7 +12,6 @@
 #include "DGAMonitor/DGADealNotifTargetTool.h"
 #include "DGAMonitor/DGAHeartBeatCheckTool.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
-#include "DGAMonitor/DGAWatchVerdict.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/RunLoop.h"
 #include "platform/RunningApplications.h"
@@ -182,23 +181,6 @@ protected:
     std::shared_ptr<RecordingGenerator> generator = std::make_shared<RecordingGenerator>();
 };
 
-TEST(WatchVerdictTest, Table) {
-    using V = DGAWatchVerdict;
-    const std::pair<DGAWatchFacts, V> cases[] = {
-        // ready, client known, process found, goodbye, silence, prompts
-        {{true, true, false, false, 500, 0}, V::judgeQuit},
-        {{false, false, false, true, 28, 0}, V::awaitClient},
-        {{false, false, false, false, 30, 0}, V::noClient},
-        {{false, true, true, true, 180, 2}, V::alive},
-        {{false, true, true, false, 182, 1}, V::askUser},
-        {{false, true, true, false, 182, 2}, V::frozenForGood},
-        {{false, true, false, false, 500, 2}, V::crashed},
-        {{false, true, false, true, 2, 0}, V::leftNormally},
-    };
-    for (const auto& [facts, verdict] : cases)
-        EXPECT_EQ(dgaWatchVerdict(facts), verdict) << facts.processFound << facts.silence;
-}
-
 TEST(RunningApplicationsTest, FindsRunningProcessesByTheirExactId) {
     const ProcessTree tree;
     tree.put("7", 42, 'S', "odd) Z (name");
@@ -301,6 +283,7 @@ TEST_F(WatchTest, CrashIsReportedOnceHoweverTheProcessVanishes) {
     for (const auto& test : cases) {
         SCOPED_TRACE(test.what);
         record().pID.set(test.pID);
+        record().readyToQuit = false;
         tree.put("4711", 100);
         factory->report.reset();
         record().rpWindowCtrl.reset();
@@ -315,11 +298,15 @@ TEST_F(WatchTest, CrashIsReportedOnceHoweverTheProcessVanishes) {
         }
         test.vanish();
         tick(tool, 120);
+        ASSERT_TRUE(generator->completion);
+        EXPECT_EQ(reportWindowsShown(), 0);
+        generator->completion();
+        EXPECT_FALSE(record().readyToQuit) << "before the window is up";
         RunLoop::main().runFor(1ms);
+        EXPECT_TRUE(record().readyToQuit);
         EXPECT_EQ(generator->requests, (std::vector<RecordingGenerator::Request>{{false, true, true, 1}}));
         EXPECT_EQ(reportWindowsShown(), 1);
         EXPECT_EQ(factory->prompts, 0);
-        EXPECT_FALSE(record().readyToQuit) << "the report is still to come";
     }
 }
 
@@ -413,9 +400,9 @@ TEST_F(WatchTest, SecondGoodbyeAsksForNoSecondReport) {
     EXPECT_EQ(generator->requests, (std::vector<RecordingGenerator::Request>{{false, true, false, 1}}));
     EXPECT_FALSE(record().readyToQuit);
     generator->completion();
-    EXPECT_TRUE(record().readyToQuit);
     target.dealGenerateReportFromClient({});
     EXPECT_TRUE(serveUntil([&] { return factory->report && factory->report->broughtToFront > 0; }));
+    EXPECT_TRUE(record().readyToQuit);
 }
 
 TEST(ReportGeneratorTest, OnceIsOnceForAllInstances) {

@@ -15,10 +15,10 @@ DGAFrozeWindowController::~DGAFrozeWindowController() = default;
 void DGAFrozeWindowController::windowDidLoad() {
     setUI();
     windowTextLocalization();
-    QObject::connect(ui_->quitSendBtn, &QAbstractButton::clicked, [this] { quitAndSend(); });
-    QObject::connect(ui_->waitBtn, &QAbstractButton::clicked, [this] { wait(); });
-    QObject::connect(ui_->closeBtn, &QAbstractButton::clicked, [this] { closeBtnClicked(); });
-    QObject::connect(&window(), &DGAWindowBase::closeRequested, [this] { closeBtnClicked(); });
+    QObject::connect(ui_->quitSendBtn, &QAbstractButton::clicked, context(), [this] { quitAndSend(); });
+    QObject::connect(ui_->waitBtn, &QAbstractButton::clicked, context(), [this] { wait(); });
+    QObject::connect(ui_->closeBtn, &QAbstractButton::clicked, context(), [this] { closeBtnClicked(); });
+    QObject::connect(&window(), &DGAWindowBase::closeRequested, context(), [this] { closeBtnClicked(); });
 }
 
 void DGAFrozeWindowController::setUI() {

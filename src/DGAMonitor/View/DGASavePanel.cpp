@@ -75,6 +75,8 @@ QString DGASavePanel::withAllowedEnding(const QString& path) const {
 }
 
 void DGASavePanel::accept() {
+    if (isHidden())
+        return;  // a second Return, read after the first one has closed it
     const QStringList chosen = selectedFiles();
     if (chosen.isEmpty() || QFileInfo(chosen.first()).isDir()) {
         QFileDialog::accept();  // goes into the folder
@@ -97,7 +99,7 @@ void DGASavePanel::confirmReplacing(const QString& path) {
     question->setDefaultButton(QMessageBox::No);
     connect(question, &QDialog::finished, this, [this, path, question](int answer) {
         platform::performOnMain([guarded = QPointer<QObject>(question)] { delete guarded; });
-        if (answer == QMessageBox::Yes)
+        if (answer == QMessageBox::Yes && !isHidden())
             take(path);
     });
     question->open();

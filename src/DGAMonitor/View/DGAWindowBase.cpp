@@ -74,6 +74,7 @@ void DGAWindowBase::closeEvent(QCloseEvent* event) {
 
 void DGAWindowBase::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
+    windowHandle()->installEventFilter(this);
     DGAApplicationWindows::sharedWindows().setVisible(this, true);
 }
 
@@ -82,6 +83,11 @@ void DGAWindowBase::hideEvent(QHideEvent* event) {
     if (!event->spontaneous())
         DGAApplicationWindows::sharedWindows().setVisible(this, false);
     QWidget::hideEvent(event);
+}
+
+// The display server has sent it before it heard that the window is hidden.
+bool DGAWindowBase::eventFilter(QObject* /*watched*/, QEvent* event) {
+    return !isVisible() && (event->isInputEvent() || event->type() == QEvent::ShortcutOverride);
 }
 
 void DGAWindowBase::keyPressEvent(QKeyEvent* event) {
@@ -120,6 +126,5 @@ void DGAWindowBase::paintEvent(QPaintEvent* /*event*/) {
 
 void DGAWindowDeleter::operator()(DGAWindowBase* window) const {
     window->hide();
-    window->disconnect();
     platform::performOnMain([guarded = QPointer<DGAWindowBase>(window)] { delete guarded; });
 }

@@ -6,6 +6,8 @@
 
 /// The base of all windows: white, without a frame of the window manager, moved by dragging its background,
 /// as large as its layout needs. Made hidden. Tells the core whenever it becomes visible or ceases to be.
+/// What the user did to it before it was hidden, but is read later, such as the second half of a double
+/// click, has no effect.
 class DGAWindowBase : public QWidget {
     Q_OBJECT
 
@@ -39,6 +41,7 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     bool dragging_ = false;

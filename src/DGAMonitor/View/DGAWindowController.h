@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QObject>
+
 #include "DGAMonitor/View/DGAWindowBase.h"
 
 /// What the controller of every window does alike: owns the window and answers for it to the core. Ending the
@@ -16,6 +18,12 @@ public:
 
     Window& window() const { return *window_; }
 
+protected:
+    /// The receiver of what the window and its controls tell: connections to it end with the controller,
+    /// while the window itself ends a little later.
+    QObject* context() { return &context_; }
+
 private:
     DGAWindowOwner<Window> window_;
+    QObject context_;
 };

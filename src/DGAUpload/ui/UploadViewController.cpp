@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "DGAMonitor/DGAMonitorToolManager.h"
-#include "DGAMonitor/DGATelemetryManager.h"
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "platform/FileMove.h"
@@ -260,11 +259,6 @@ void UploadViewController::detach() {
     platform::performOnMain([view = std::exchange(uploadView, nullptr)] { delete view; });
 }
 
-void UploadViewController::sendTelemetryAction(int actionID) {
-    if (const auto telemetry = record().telemetryMrg)
-        telemetry->sendTelemetryActionByID(actionID);
-}
-
 void UploadViewController::closeWindow() {
     // A copy, as it may take itself away.
     if (const auto close = closeWindow_)
@@ -276,13 +270,13 @@ void UploadViewController::closeBtnClicked() {
 }
 
 void UploadViewController::cancelBtnClicked() {
-    sendTelemetryAction(kActionCancel);
+    record().sendTelemetryActionByID(kActionCancel);
     polling_->myShouldExitThread = true;
     closeWindow();
 }
 
 void UploadViewController::OKBtnClicked() {
-    sendTelemetryAction(kActionOK);
+    record().sendTelemetryActionByID(kActionOK);
     closeWindow();
 }
 

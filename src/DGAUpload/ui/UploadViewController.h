@@ -89,7 +89,6 @@ private:
     void readStatus(int32_t status);
     void showSuccessSteps();
     void showFailedSteps();
-    static void sendTelemetryAction(int actionID);
     void closeWindow();
 
     std::shared_ptr<Polling> polling_ = std::make_shared<Polling>();

@@ -15,7 +15,7 @@
 UploadWindowController::UploadWindowController(UploadViewController::Parts parts)
     : parts_(std::move(parts)), ui_(std::make_unique<Ui::UploadWindowController>()) {
     ui_->setupUi(&window());
-    QObject::connect(&window(), &DGAWindowBase::closeRequested, [this] {
+    QObject::connect(&window(), &DGAWindowBase::closeRequested, context(), [this] {
         if (const auto shown = uploadVC_)
             shown->closeBtnClicked();
     });

@@ -1,7 +1,6 @@
 #include "DGAMonitor/View/SendReport/Controller/DGAProblemReportingWindowController.h"
 
 #include <QLabel>
-#include <array>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -11,10 +10,10 @@
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
 #include "DGAMonitor/DGAApplicationWindows.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
-#include "DGAMonitor/DGATelemetryManager.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAText.h"
 #include "DGAMonitor/View/DGAViewFrame.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAProblemCatagories.h"
 #include "DGAMonitor/View/SendReport/View/DGAMouseTrackingButton.h"
 #include "platform/FileMove.h"
 #include "reportproblem/MailExtension.h"
@@ -24,8 +23,6 @@
 
 namespace {
 
-constexpr int64_t kNoCatagory = 1000;
-constexpr int64_t kNotRespondingCatagory = 6;
 constexpr int kNotRespondingIndex = 1;
 
 constexpr int kPlainButton = 0;
@@ -36,42 +33,8 @@ constexpr int kTelemetrySendMail = 2602;
 constexpr int kTelemetryCancel = 2603;
 constexpr int kTelemetrySendReport = 2607;
 
-struct Catagory {
-    const char* title;
-    int64_t number;
-    bool desktopToolsOnly;
-};
-
-constexpr std::array<Catagory, 11> kCatagories{{
-    {lDGADropListChooseType, kNoCatagory, false},
-    {lDGADropListNotResponding, kNotRespondingCatagory, false},
-    {lDGADropListSchedule, 7, true},
-    {lDGADropListDevice, 8, true},
-    {lDGADropListMeeting, 9, true},
-    {lDGADropListJoining, 1, false},
-    {lDGADropListAudio, 2, false},
-    {lDGADropListVideo, 3, false},
-    {lDGADropListSharing, 4, false},
-    {lDGADropListRecording, 5, false},
-    {lDGADropListOther, 0, false},
-}};
-
-bool isOffered(const Catagory& catagory, int64_t serviceType) {
-    if (serviceType == kDGAServiceTypeKT)
-        return true;
-    if (serviceType == kDGAServiceTypeHV)
-        return !catagory.desktopToolsOnly;
-    return catagory.number == kNoCatagory || catagory.number == kNotRespondingCatagory ||
-           catagory.number == 0;
-}
-
 DGAMonitorToolManager& record() {
     return DGAMonitorToolManager::shareManager();
-}
-
-void sendTelemetryActionByID(int actionID) {
-    if (const auto& telemetry = record().telemetryMrg)
-        telemetry->sendTelemetryActionByID(actionID);
 }
 
 }  // namespace
@@ -82,7 +45,7 @@ DGAProblemReportingWindowController::DGAProblemReportingWindowController()
 DGAProblemReportingWindowController::DGAProblemReportingWindowController(Parts parts)
     : parts_(std::move(parts)),
       ui_(std::make_unique<Ui::DGAProblemReportingWindowController>()),
-      problemCatagory_(kNoCatagory) {
+      problemCatagory_(kDGANoCatagory) {
     if (!parts_.makeGenerator)
         parts_.makeGenerator = [] { return std::make_shared<DGAReportGenerator>(); };
     if (!parts_.reportProblem)
@@ -99,7 +62,7 @@ DGAProblemReportingWindowController::~DGAProblemReportingWindowController() {
 }
 
 void DGAProblemReportingWindowController::doInitialization() {
-    problemCatagory_ = kNoCatagory;
+    problemCatagory_ = kDGANoCatagory;
     windowTextLocalization();
     prepareCheckboxes();
     setupUIVStyle();
@@ -188,22 +151,22 @@ void DGAProblemReportingWindowController::setupKeyboard() {
 void DGAProblemReportingWindowController::connectActions() {
     const auto onClick = [this](QAbstractButton* button,
                                 void (DGAProblemReportingWindowController::*action)()) {
-        QObject::connect(button, &QAbstractButton::clicked, &context_, [this, action] { (this->*action)(); });
+        QObject::connect(button, &QAbstractButton::clicked, context(), [this, action] { (this->*action)(); });
     };
     onClick(ui_->_sendBtn, &DGAProblemReportingWindowController::sendReportBtnClicked);
     onClick(ui_->_saveBtn, &DGAProblemReportingWindowController::saveBtnClicked);
     onClick(ui_->_cancelBtn, &DGAProblemReportingWindowController::cancelBtnClicked);
     onClick(ui_->_closeBtn, &DGAProblemReportingWindowController::closeBtnClicked);
-    QObject::connect(ui_->_textField, &DGATextField::textChanged, &context_,
+    QObject::connect(ui_->_textField, &DGATextField::textChanged, context(),
                      [this] { controlTextDidChange(); });
-    QObject::connect(ui_->_textField, &DGATextField::composingChanged, &context_,
+    QObject::connect(ui_->_textField, &DGATextField::composingChanged, context(),
                      [this] { refreshPlaceholder(); });
-    QObject::connect(&window(), &DGAProblemReportingWindow::returnPressed, &context_,
+    QObject::connect(&window(), &DGAProblemReportingWindow::returnPressed, context(),
                      [this] { ui_->_sendBtn->click(); });
-    QObject::connect(&window(), &DGAProblemReportingWindow::escapePressed, &context_,
+    QObject::connect(&window(), &DGAProblemReportingWindow::escapePressed, context(),
                      [this] { ui_->_closeBtn->click(); });
     // The window manager's way also leads out of a report that never gets ready.
-    QObject::connect(&window(), &DGAWindowBase::closeRequested, &context_, [this] { closeBtnClicked(); });
+    QObject::connect(&window(), &DGAWindowBase::closeRequested, context(), [this] { closeBtnClicked(); });
 }
 
 void DGAProblemReportingWindowController::showPRWindow() {
@@ -241,14 +204,12 @@ void DGAProblemReportingWindowController::dealProblemCatagory() {
     const bool frozen = record().isFreeze;
     titleListArr_.clear();
     titleListDic_.clear();
-    for (const auto& catagory : kCatagories) {
-        if (!isOffered(catagory, record().serviceType))
-            continue;
-        titleListArr_ << dgaText(catagory.title);
-        titleListDic_.insert(titleListArr_.last(), catagory.number);
+    for (const auto& catagory : dgaProblemCatagories(record().serviceType)) {
+        titleListArr_ << catagory.title;
+        titleListDic_.insert(catagory.title, catagory.number);
     }
     if (frozen) {
-        problemCatagory_ = kNotRespondingCatagory;
+        problemCatagory_ = kDGANotRespondingCatagory;
         ui_->_listV->setDefautTitle(titleListArr_.at(kNotRespondingIndex));
     } else {
         titleListArr_.removeAt(kNotRespondingIndex);
@@ -256,7 +217,7 @@ void DGAProblemReportingWindowController::dealProblemCatagory() {
             ui_->_listV->setDefautTitle(titleListArr_.first());
             ui_->_listV->clearStatus();
             // That tells of the list's first title so far, which is unknown now if the language has changed.
-            problemCatagory_ = kNoCatagory;
+            problemCatagory_ = kDGANoCatagory;
         }
     }
     ui_->_listV->setListTitleArr(titleListArr_);
@@ -287,7 +248,7 @@ void DGAProblemReportingWindowController::refreshPlaceholder() {
 
 // Not while a report is being made: a second one would follow it.
 void DGAProblemReportingWindowController::refreshButtons() {
-    const bool complete = ui_->_textField->hasText() && problemCatagory_ != kNoCatagory;
+    const bool complete = ui_->_textField->hasText() && problemCatagory_ != kDGANoCatagory;
     ui_->_saveBtn->setEnabled(status_ && complete);
     ui_->_sendBtn->setEnabled(status_ && complete);
 }
@@ -308,14 +269,14 @@ void DGAProblemReportingWindowController::sendReportBtnClicked() {
     ORVN_LOG_METHOD();
     isSaveBtnClicked_ = false;
     if (record().enableSendReport) {
-        sendTelemetryActionByID(kTelemetrySendReport);
+        record().sendTelemetryActionByID(kTelemetrySendReport);
         // Without an upload window the user would lose what was written.
         if (showUploadWindow())
             close();
         return;
     }
     changeWindowStatus(false);
-    sendTelemetryActionByID(kTelemetrySendMail);
+    record().sendTelemetryActionByID(kTelemetrySendMail);
     generateReport();
 }
 
@@ -324,13 +285,13 @@ void DGAProblemReportingWindowController::saveBtnClicked() {
     isSaveBtnClicked_ = true;
     changeWindowStatus(false);
     generateReport();
-    sendTelemetryActionByID(kTelemetrySave);
+    record().sendTelemetryActionByID(kTelemetrySave);
 }
 
 void DGAProblemReportingWindowController::cancelBtnClicked() {
     ORVN_LOG_METHOD();
     close();
-    sendTelemetryActionByID(kTelemetryCancel);
+    record().sendTelemetryActionByID(kTelemetryCancel);
 }
 
 void DGAProblemReportingWindowController::closeBtnClicked() {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QHash>
-#include <QObject>
 #include <QPointer>
 #include <QStringList>
 #include <cstdint>
@@ -97,5 +96,4 @@ private:
     bool status_ = true;  ///< false from the click that makes a report until its archive has been dealt with
     QPointer<DGASavePanel> panel_;
     std::shared_ptr<DGAReportGeneratorDelegate> awaiting_;  ///< this, as long as a report is waited for
-    QObject context_;                                       ///< ends the connections before anything else
 };
