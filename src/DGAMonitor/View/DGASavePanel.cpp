@@ -1,10 +1,15 @@
 #include "DGAMonitor/View/DGASavePanel.h"
 
 #include <QFileInfo>
+#include <QHeaderView>
+#include <QLayout>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QSplitter>
 #include <QStandardPaths>
+#include <QTreeView>
+#include <QUrl>
 #include <utility>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
@@ -12,6 +17,10 @@
 #include "platform/RunLoop.h"
 
 namespace {
+
+constexpr int kPanelWidth = 720;
+constexpr int kPanelHeight = 440;
+constexpr int kSidebarWidth = 152;
 
 QString startFolder() {
     for (const auto place : {QStandardPaths::DownloadLocation, QStandardPaths::DocumentsLocation}) {
@@ -40,6 +49,30 @@ DGASavePanel::DGASavePanel(QWidget* window) : QFileDialog(window) {
     setLabelText(QFileDialog::Accept, dgaText(lDGAProblemReportWindowSaveBtnStr));
     setLabelText(QFileDialog::Reject, dgaText(lDGACancelStr));
     setWindowTitle(dgaText(lDGAProblemReportWindowSaveBtnStr));
+    arrange();
+}
+
+// Calm and wide enough: no icons on the buttons, the places where people keep files, no column cut off.
+void DGASavePanel::arrange() {
+    for (auto* const button : findChildren<QPushButton*>())
+        button->setIcon({});
+    QList<QUrl> places;
+    for (const auto place : {QStandardPaths::HomeLocation, QStandardPaths::DesktopLocation,
+                             QStandardPaths::DocumentsLocation, QStandardPaths::DownloadLocation}) {
+        const QUrl url = QUrl::fromLocalFile(QStandardPaths::writableLocation(place));
+        if (QFileInfo(url.toLocalFile()).isDir() && !places.contains(url))
+            places << url;
+    }
+    setSidebarUrls(places);
+    if (auto* const splitter = findChild<QSplitter*>())
+        splitter->setSizes({kSidebarWidth, kPanelWidth - kSidebarWidth});
+    if (auto* const files = findChild<QTreeView*>()) {
+        files->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+        files->header()->setStretchLastSection(false);
+    }
+    if (auto* const layout = this->layout())
+        layout->setContentsMargins(16, 16, 16, 16);
+    resize(kPanelWidth, kPanelHeight);
 }
 
 DGASavePanel* DGASavePanel::dga_showSavePanelWithName(const std::string& name,

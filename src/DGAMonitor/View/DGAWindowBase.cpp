@@ -12,6 +12,7 @@
 
 #include "DGAMonitor/DGAApplicationWindows.h"
 #include "DGAMonitor/View/DGAStyle.h"
+#include "DGAMonitor/View/DGAToolkitTexts.h"
 #include "DGAMonitor/View/DGAWindowActivation.h"
 #include "platform/RunLoop.h"
 
@@ -40,6 +41,7 @@ void DGAWindowBase::setLevel(int level) {
 }
 
 void DGAWindowBase::showInFront() {
+    dgaUseToolkitTexts();
     show();
     bringToFront();
 }
