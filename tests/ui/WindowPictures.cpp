@@ -7,6 +7,7 @@
 // manager.
 
 #include <QApplication>
+#include <QDialog>
 #include <QDir>
 #include <QLabel>
 #include <QPainter>
@@ -58,15 +59,20 @@ QList<QWidget*> shownWindows() {
     std::sort(shown.begin(), shown.end(), [](const QWidget* one, const QWidget* other) {
         return !one->parentWidget() && other->parentWidget();
     });
+    // A panel hides the window that waits for it.
+    if (!shown.isEmpty() && qobject_cast<QDialog*>(shown.last()))
+        shown = {shown.last()};
     return shown;
 }
 
-// A window casts a soft shadow.
+// A window casts a soft shadow, which lies a little lower.
 void paintShadow(QPainter& painter, const QRectF& frame) {
-    painter.setPen(Qt::NoPen);
-    for (int i = 20; i > 0; --i) {
-        painter.setBrush(QColor(0x20, 0x30, 0x50, i < 6 ? 5 : 2));
-        painter.drawRoundedRect(frame.translated(0, 3).adjusted(-i, -i, i, i), i, i);
+    constexpr int kReach = 22;
+    painter.setBrush(Qt::NoBrush);
+    for (int i = 0; i < kReach; ++i) {
+        const double strength = 1 - double(i) / kReach;
+        painter.setPen(QPen(QColor(0x1c, 0x2a, 0x44, int(44 * strength * strength)), 1));
+        painter.drawRoundedRect(frame.translated(0, 4).adjusted(-i, -i, i, i), i, i);
     }
 }
 
