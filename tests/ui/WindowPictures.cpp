@@ -69,10 +69,10 @@ QList<QWidget*> shownWindows() {
 void paintShadow(QPainter& painter, const QRectF& frame) {
     constexpr int kReach = 22;
     painter.setBrush(Qt::NoBrush);
-    for (int i = 0; i < kReach; ++i) {
-        const double strength = 1 - double(i) / kReach;
+    for (int i = -6; i < kReach; ++i) {
+        const double strength = 1 - qMax(0, i) / double(kReach);
         painter.setPen(QPen(QColor(0x1c, 0x2a, 0x44, int(44 * strength * strength)), 1));
-        painter.drawRoundedRect(frame.translated(0, 4).adjusted(-i, -i, i, i), i, i);
+        painter.drawRoundedRect(frame.translated(0, 4).adjusted(-i, -i, i, i), qMax(0, i), qMax(0, i));
     }
 }
 

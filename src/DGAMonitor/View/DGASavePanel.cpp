@@ -14,6 +14,7 @@
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
 #include "DGAMonitor/View/DGAText.h"
+#include "DGAMonitor/View/DGAToolkitTexts.h"
 #include "platform/RunLoop.h"
 
 namespace {
@@ -40,6 +41,7 @@ bool canBeWritten(const QString& path) {
 }  // namespace
 
 DGASavePanel::DGASavePanel(QWidget* window) : QFileDialog(window) {
+    dgaUseToolkitTexts();  // the language may have changed since the window was made
     setOption(QFileDialog::DontUseNativeDialog);
     // The question is asked here: the toolkit's would run a loop of its own inside accept().
     setOption(QFileDialog::DontConfirmOverwrite);

@@ -1,6 +1,8 @@
 #include "DGAMonitor/View/DGAToolkitTexts.h"
 
 #include <QApplication>
+#include <QFont>
+#include <QFontInfo>
 #include <QLibraryInfo>
 #include <QLocale>
 #include <QTranslator>
@@ -42,6 +44,26 @@ QLocale localeOf(const std::string& folder) {
     return found != kLanguages.end() ? QLocale(QLatin1String(found->locale)) : QLocale(QLocale::English);
 }
 
+// The same character is drawn in different ways in Chinese, Japanese and Korean. The font system goes by the
+// desktop's language; where the client's is another one, its own font is asked before others for what the
+// desktop's font lacks.
+void preferFontOf(const QLocale& locale) {
+    const QString name = locale.name();
+    const char* const variant = name == QLatin1String("zh_CN")   ? "SC"
+                                : name == QLatin1String("zh_TW") ? "TC"
+                                : name == QLatin1String("ja_JP") ? "JP"
+                                : name == QLatin1String("ko_KR") ? "KR"
+                                                                 : nullptr;
+    QFont font = QApplication::font();
+    QStringList families{QFontInfo(font).family()};
+    if (variant && locale.language() != QLocale::system().language())
+        families << QStringLiteral("Noto Sans CJK ") + QLatin1String(variant);
+    else if (font.families().size() < 2)
+        return;
+    font.setFamilies(families);
+    QApplication::setFont(font);
+}
+
 }  // namespace
 
 void dgaUseToolkitTexts() {
@@ -53,6 +75,7 @@ void dgaUseToolkitTexts() {
     current = language;
     const QLocale locale = localeOf(language);
     QLocale::setDefault(locale);
+    preferFontOf(locale);
     QApplication::removeTranslator(translator);
     if (locale.language() != QLocale::English &&
         translator->load(locale, QStringLiteral("qtbase"), QStringLiteral("_"),

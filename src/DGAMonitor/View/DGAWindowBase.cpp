@@ -24,6 +24,7 @@ constexpr int kFloatingLevel = 3;
 
 DGAWindowBase::DGAWindowBase(QWidget* parent) : QWidget(parent, Qt::Window | Qt::FramelessWindowHint) {
     setAttribute(Qt::WA_OpaquePaintEvent);
+    dgaUseToolkitTexts();
 }
 
 DGAWindowBase::~DGAWindowBase() {
@@ -41,7 +42,6 @@ void DGAWindowBase::setLevel(int level) {
 }
 
 void DGAWindowBase::showInFront() {
-    dgaUseToolkitTexts();
     show();
     bringToFront();
 }

@@ -82,7 +82,7 @@ size_t warningRow(int32_t type) {
 
 QFont lucida(int size, bool bold) {
     QFont font = DGAStyle::systemFont(size, bold);
-    font.setFamilies({QStringLiteral("Lucida Grande"), font.family()});
+    font.setFamilies(QStringList{QStringLiteral("Lucida Grande")} + font.families());
     return font;
 }
 
