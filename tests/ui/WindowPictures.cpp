@@ -194,6 +194,7 @@ private:
             window.findChild<QAbstractButton*>("_saveBtn")->click();
             take("report-generating");
         }
+        runFor(1s);  // until the panel has read the folders
         take("report-save-panel");
         controller->close();
     }
