@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QDialog>
 #include <QDir>
+#include <QFile>
 #include <QLabel>
 #include <QPainter>
 #include <QScreen>
@@ -196,6 +197,12 @@ private:
         }
         runFor(1s);  // until the panel has read the folders
         take("report-save-panel");
+        auto* const panel = window.findChild<DGASavePanel*>();
+        QFile existing(panel->selectedFiles().value(0));
+        existing.open(QIODevice::WriteOnly);
+        panel->accept();
+        take("report-replace");
+        existing.remove();
         controller->close();
     }
 

@@ -1,5 +1,6 @@
 #include "DGAMonitor/View/DGASavePanel.h"
 
+#include <QApplication>
 #include <QFileInfo>
 #include <QHeaderView>
 #include <QLayout>
@@ -13,6 +14,7 @@
 #include <utility>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
+#include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAText.h"
 #include "DGAMonitor/View/DGAToolkitTexts.h"
 #include "platform/RunLoop.h"
@@ -22,6 +24,8 @@ namespace {
 constexpr int kPanelWidth = 720;
 constexpr int kPanelHeight = 440;
 constexpr int kSidebarWidth = 152;
+constexpr int kMargin = 2 * DGAStyle::kGrid;
+constexpr int kMessageIconSize = 48;
 
 QString startFolder() {
     for (const auto place : {QStandardPaths::DownloadLocation, QStandardPaths::DocumentsLocation}) {
@@ -30,6 +34,17 @@ QString startFolder() {
             return folder;
     }
     return QDir::homePath();
+}
+
+// A message in the looks of our windows: without the toolkit's own icons, which belong to no desktop of
+// today.
+QMessageBox* makeMessage(QWidget* panel, const QString& text, QMessageBox::StandardButtons buttons) {
+    auto* const message = new QMessageBox(QMessageBox::NoIcon, panel->windowTitle(), text, buttons, panel);
+    message->setIconPixmap(QApplication::windowIcon().pixmap(QSize(kMessageIconSize, kMessageIconSize)));
+    for (auto* const button : message->buttons())
+        button->setIcon({});
+    message->layout()->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+    return message;
 }
 
 bool canBeWritten(const QString& path) {
@@ -72,8 +87,7 @@ void DGASavePanel::arrange() {
         files->header()->setSectionResizeMode(0, QHeaderView::Stretch);
         files->header()->setStretchLastSection(false);
     }
-    if (auto* const layout = this->layout())
-        layout->setContentsMargins(16, 16, 16, 16);
+    layout()->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
     resize(kPanelWidth, kPanelHeight);
 }
 
@@ -125,10 +139,10 @@ void DGASavePanel::accept() {
 }
 
 void DGASavePanel::confirmReplacing(const QString& path) {
-    auto* const question = new QMessageBox(
-        QMessageBox::Warning, windowTitle(),
+    auto* const question = makeMessage(
+        this,
         QFileDialog::tr("%1 already exists.\nDo you want to replace it?").arg(QFileInfo(path).fileName()),
-        QMessageBox::Yes | QMessageBox::No, this);
+        QMessageBox::Yes | QMessageBox::No);
     question->setDefaultButton(QMessageBox::No);
     connect(question, &QDialog::finished, this, [this, path, question](int answer) {
         platform::performOnMain([guarded = QPointer<QObject>(question)] { delete guarded; });
@@ -149,7 +163,7 @@ void DGASavePanel::take(const QString& path) {
 }
 
 void DGASavePanel::refuse(const QString& text) {
-    auto* const message = new QMessageBox(QMessageBox::Warning, windowTitle(), text, QMessageBox::Ok, this);
+    auto* const message = makeMessage(this, text, QMessageBox::Ok);
     message->button(QMessageBox::Ok)->setText(dgaText(lDGAOKStr));
     connect(message, &QDialog::finished, this, [message] {
         platform::performOnMain([guarded = QPointer<QObject>(message)] { delete guarded; });
