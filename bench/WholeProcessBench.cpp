@@ -12,12 +12,11 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "ProcessFigures.h"
 #include "orvane_dga_client.h"
 
 namespace {
@@ -25,7 +24,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr int kStarts = 21;
-constexpr unsigned kReadyTimeout = 10000;
 
 struct Figures {
     double readyMilliseconds = 0;
@@ -33,52 +31,6 @@ struct Figures {
     double cpuPercent = 0;
     double wakeUpsPerSecond = 0;
 };
-
-long statusValue(GPid pid, const std::string& thread, const std::string& key) {
-    std::ifstream status("/proc/" + std::to_string(pid) + thread + "/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with(key + ":"))
-            return std::atol(line.c_str() + key.size() + 1);
-    }
-    return 0;
-}
-
-long wakeUps(GPid pid) {
-    long sum = 0;
-    const std::string folder = "/proc/" + std::to_string(pid) + "/task";
-    GDir* tasks = g_dir_open(folder.c_str(), 0, nullptr);
-    while (const char* task = tasks ? g_dir_read_name(tasks) : nullptr)
-        sum += statusValue(pid, std::string("/task/") + task, "voluntary_ctxt_switches");
-    if (tasks)
-        g_dir_close(tasks);
-    return sum;
-}
-
-double cpuSeconds(GPid pid) {
-    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-    std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
-    unsigned long user = 0;
-    unsigned long system = 0;
-    std::sscanf(text.c_str() + text.rfind(')') + 1, " %*c %*d %*d %*d %*d %*d %*u %*u %*u %*u %*u %lu %lu",
-                &user, &system);
-    return static_cast<double>(user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
-}
-
-OrvaneDga* startAndWait(const std::string& program) {
-    GError* error = nullptr;
-    OrvaneDga* dga = orvane_dga_start(program.c_str(), &error);
-    if (!dga || !orvane_dga_wait_ready(dga, kReadyTimeout, &error)) {
-        std::fprintf(stderr, "whole_process_bench: %s\n", error->message);
-        std::exit(1);
-    }
-    return dga;
-}
-
-void end(OrvaneDga* dga) {
-    kill(orvane_dga_pid(dga), SIGTERM);
-    orvane_dga_wait_exit(dga, kReadyTimeout, nullptr);
-    orvane_dga_free(dga);
-}
 
 Figures measure(const std::string& program, unsigned idleSeconds) {
     Figures figures;

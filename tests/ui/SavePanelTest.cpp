@@ -1,11 +1,13 @@
 #include <QApplication>
 #include <QFileInfo>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPointer>
 #include <filesystem>
 #include <fstream>
 
+#include "DGAMonitor/DGAMonitorToolManager.h"
 #include "DGAMonitor/View/DGASavePanel.h"
 #include "DGAMonitor/View/SendReport/View/DGAProblemReportingWindow.h"
 #include "ui/UiTest.h"
@@ -69,6 +71,21 @@ TEST_F(SavePanelTest, SuggestsANameInDownloadsAndAddsTheEnding) {
     EXPECT_TRUE(ui::waitUntil([this] { return !panel; }));
     EXPECT_EQ(validator.asked, std::vector{folder + "/other.txt.zip"});
     EXPECT_EQ(results, (std::vector{0, 1})) << "cancelled, then chosen";
+}
+
+TEST_F(SavePanelTest, SpeaksTheLanguageOfTheClient) {
+    auto& language = DGAMonitorToolManager::shareManager().language;
+    for (const auto& [name, label] : {std::pair{"German", "Datei&name:"},
+                                      {"pt", "&Nome do arquivo:"},
+                                      {"Japanese", "ファイル名(&N):"},
+                                      {"English", "File &name:"}}) {
+        language.set(name);
+        open("report");
+        const auto* const fileName = panel->findChild<QLabel*>("fileNameLabel");
+        EXPECT_EQ(fileName->text().toStdString(), label);
+        ui::press("Escape");
+        EXPECT_TRUE(ui::waitUntil([this] { return !panel; }));
+    }
 }
 
 TEST_F(SavePanelTest, AsksBeforeItReplaces) {

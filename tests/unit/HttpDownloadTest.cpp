@@ -394,10 +394,10 @@ TEST(HttpDownload, StoresFilesInThePrivateFolder) {
 class TlsFront {
 public:
     explicit TlsFront(int target) {
-        std::system(
-            "openssl req -x509 -newkey rsa:2048 -nodes -days 1 -subj /CN=nobody.example "
-            "-keyout /tmp/key.pem -out /tmp/cert.pem 2>/dev/null && "
-            "cat /tmp/key.pem /tmp/cert.pem >/tmp/both.pem");
+        EXPECT_EQ(std::system("openssl req -x509 -newkey rsa:2048 -nodes -days 1 -subj /CN=nobody.example "
+                              "-keyout /tmp/key.pem -out /tmp/cert.pem 2>/dev/null && "
+                              "cat /tmp/key.pem /tmp/cert.pem >/tmp/both.pem"),
+                  0);
         {
             const ScriptedServer free({{""}});
             port = free.port();

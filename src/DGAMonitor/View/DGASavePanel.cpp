@@ -1,17 +1,31 @@
 #include "DGAMonitor/View/DGASavePanel.h"
 
+#include <QApplication>
 #include <QFileInfo>
+#include <QHeaderView>
+#include <QLayout>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QSplitter>
 #include <QStandardPaths>
+#include <QTreeView>
+#include <QUrl>
 #include <utility>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
+#include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAText.h"
+#include "DGAMonitor/View/DGAToolkitTexts.h"
 #include "platform/RunLoop.h"
 
 namespace {
+
+constexpr int kPanelWidth = 720;
+constexpr int kPanelHeight = 440;
+constexpr int kSidebarWidth = 152;
+constexpr int kMargin = 2 * DGAStyle::kGrid;
+constexpr int kMessageIconSize = 48;
 
 QString startFolder() {
     for (const auto place : {QStandardPaths::DownloadLocation, QStandardPaths::DocumentsLocation}) {
@@ -20,6 +34,17 @@ QString startFolder() {
             return folder;
     }
     return QDir::homePath();
+}
+
+// A message in the looks of our windows: without the toolkit's own icons, which belong to no desktop of
+// today.
+QMessageBox* makeMessage(QWidget* panel, const QString& text, QMessageBox::StandardButtons buttons) {
+    auto* const message = new QMessageBox(QMessageBox::NoIcon, panel->windowTitle(), text, buttons, panel);
+    message->setIconPixmap(QApplication::windowIcon().pixmap(QSize(kMessageIconSize, kMessageIconSize)));
+    for (auto* const button : message->buttons())
+        button->setIcon({});
+    message->layout()->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+    return message;
 }
 
 bool canBeWritten(const QString& path) {
@@ -31,6 +56,7 @@ bool canBeWritten(const QString& path) {
 }  // namespace
 
 DGASavePanel::DGASavePanel(QWidget* window) : QFileDialog(window) {
+    dgaUseToolkitTexts();  // the language may have changed since the window was made
     setOption(QFileDialog::DontUseNativeDialog);
     // The question is asked here: the toolkit's would run a loop of its own inside accept().
     setOption(QFileDialog::DontConfirmOverwrite);
@@ -40,6 +66,29 @@ DGASavePanel::DGASavePanel(QWidget* window) : QFileDialog(window) {
     setLabelText(QFileDialog::Accept, dgaText(lDGAProblemReportWindowSaveBtnStr));
     setLabelText(QFileDialog::Reject, dgaText(lDGACancelStr));
     setWindowTitle(dgaText(lDGAProblemReportWindowSaveBtnStr));
+    arrange();
+}
+
+// Calm and wide enough: no icons on the buttons, the places where people keep files, no column cut off.
+void DGASavePanel::arrange() {
+    for (auto* const button : findChildren<QPushButton*>())
+        button->setIcon({});
+    QList<QUrl> places;
+    for (const auto place : {QStandardPaths::HomeLocation, QStandardPaths::DesktopLocation,
+                             QStandardPaths::DocumentsLocation, QStandardPaths::DownloadLocation}) {
+        const QUrl url = QUrl::fromLocalFile(QStandardPaths::writableLocation(place));
+        if (QFileInfo(url.toLocalFile()).isDir() && !places.contains(url))
+            places << url;
+    }
+    setSidebarUrls(places);
+    if (auto* const splitter = findChild<QSplitter*>())
+        splitter->setSizes({kSidebarWidth, kPanelWidth - kSidebarWidth});
+    if (auto* const files = findChild<QTreeView*>()) {
+        files->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+        files->header()->setStretchLastSection(false);
+    }
+    layout()->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+    resize(kPanelWidth, kPanelHeight);
 }
 
 DGASavePanel* DGASavePanel::dga_showSavePanelWithName(const std::string& name,
@@ -92,10 +141,10 @@ void DGASavePanel::accept() {
 }
 
 void DGASavePanel::confirmReplacing(const QString& path) {
-    auto* const question = new QMessageBox(
-        QMessageBox::Warning, windowTitle(),
+    auto* const question = makeMessage(
+        this,
         QFileDialog::tr("%1 already exists.\nDo you want to replace it?").arg(QFileInfo(path).fileName()),
-        QMessageBox::Yes | QMessageBox::No, this);
+        QMessageBox::Yes | QMessageBox::No);
     question->setDefaultButton(QMessageBox::No);
     connect(question, &QDialog::finished, this, [this, path, question](int answer) {
         platform::performOnMain([guarded = QPointer<QObject>(question)] { delete guarded; });
@@ -116,7 +165,7 @@ void DGASavePanel::take(const QString& path) {
 }
 
 void DGASavePanel::refuse(const QString& text) {
-    auto* const message = new QMessageBox(QMessageBox::Warning, windowTitle(), text, QMessageBox::Ok, this);
+    auto* const message = makeMessage(this, text, QMessageBox::Ok);
     message->button(QMessageBox::Ok)->setText(dgaText(lDGAOKStr));
     connect(message, &QDialog::finished, this, [message] {
         platform::performOnMain([guarded = QPointer<QObject>(message)] { delete guarded; });

@@ -43,6 +43,7 @@ public:
 
 private:
     explicit DGASavePanel(QWidget* window);
+    void arrange();
     QString withAllowedEnding(const QString& path) const;
     void confirmReplacing(const QString& path);
     void take(const QString& path);

@@ -12,6 +12,7 @@
 
 #include "DGAMonitor/DGAApplicationWindows.h"
 #include "DGAMonitor/View/DGAStyle.h"
+#include "DGAMonitor/View/DGAToolkitTexts.h"
 #include "DGAMonitor/View/DGAWindowActivation.h"
 #include "platform/RunLoop.h"
 
@@ -23,6 +24,7 @@ constexpr int kFloatingLevel = 3;
 
 DGAWindowBase::DGAWindowBase(QWidget* parent) : QWidget(parent, Qt::Window | Qt::FramelessWindowHint) {
     setAttribute(Qt::WA_OpaquePaintEvent);
+    dgaUseToolkitTexts();
 }
 
 DGAWindowBase::~DGAWindowBase() {

@@ -82,7 +82,7 @@ size_t warningRow(int32_t type) {
 
 QFont lucida(int size, bool bold) {
     QFont font = DGAStyle::systemFont(size, bold);
-    font.setFamilies({QStringLiteral("Lucida Grande"), font.family()});
+    font.setFamilies(QStringList{QStringLiteral("Lucida Grande")} + font.families());
     return font;
 }
 
@@ -154,10 +154,6 @@ void UploadView::initialRows() {
         {ui_->imageStep4, ui_->emailSendLabel, 181, 183, 38, 239},
         {ui_->imageStep5, ui_->reportSendedLabel, 235, 239, kLineHeight, kButtonY},
     }};
-    // The first line of a text is level with its image and with the wheel.
-    const int inset = qMax(0, (kLineHeight - QFontMetrics(m_stepLabelfont).height()) / 2);
-    for (const Row& row : rows_)
-        row.label->setContentsMargins(0, inset, 0, inset);
 }
 
 // Layout
@@ -400,6 +396,10 @@ void UploadView::stopSpinner() {
 
 void UploadView::setText(QLabel& label, const QString& text) {
     label.setFont(m_stepLabelfont);
+    // Its first line is level with its image and with the wheel; other scripts have higher lines.
+    const QRect line = QFontMetrics(m_stepLabelfont).boundingRect({0, 0, QWIDGETSIZE_MAX, 0}, 0, text);
+    const int inset = qMax(0, (kLineHeight - line.height()) / 2);
+    label.setContentsMargins(0, inset, 0, inset);
     label.setText(breakable(text, QFontMetrics(m_stepLabelfont)));
     label.setAccessibleName(text);
 }

@@ -3,6 +3,7 @@
 #include <QAbstractItemView>
 #include <QPainter>
 #include <QScreen>
+#include <QStyledItemDelegate>
 #include <QWheelEvent>
 
 namespace {
@@ -10,6 +11,36 @@ namespace {
 constexpr int kArrowWidth = 10;
 constexpr int kArrowHeight = 5;
 constexpr int kGap = 8;
+constexpr int kEntryHeight = 28;
+
+/// Paints an entry: its text begins where the box's title does.
+class MenuEntryDelegate final : public QStyledItemDelegate {
+public:
+    explicit MenuEntryDelegate(LarimoDropdownBox* box) : QStyledItemDelegate(box), box_(box) {}
+
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+        const QSize size = QStyledItemDelegate::sizeHint(option, index);
+        return {size.width() + 2 * margin(), qMax(kEntryHeight, size.height() + kGap)};
+    }
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override {
+        const bool chosen = (option.state & QStyle::State_Selected) != 0;
+        const QPalette& palette = option.palette;
+        painter->fillRect(option.rect, chosen ? palette.highlight() : palette.base());
+        painter->setPen(chosen ? palette.highlightedText().color() : palette.text().color());
+        painter->setFont(option.font);
+        const QRect room = option.rect.adjusted(margin() - 1, 0, -margin(), 0);
+        painter->drawText(
+            room, Qt::AlignVCenter | Qt::AlignLeading,
+            option.fontMetrics.elidedText(index.data().toString(), Qt::ElideRight, room.width()));
+    }
+
+private:
+    int margin() const { return qMax(kGap, -box_->popUpPoint().x()); }
+
+    LarimoDropdownBox* box_;
+};
 
 }  // namespace
 
@@ -49,11 +80,17 @@ void LarimoDropdownBox::choose(int index) {
 }
 
 void LarimoDropdownBox::showPopup() {
+    if (!menuDelegate_) {
+        menuDelegate_ = new MenuEntryDelegate(this);
+        setItemDelegate(menuDelegate_);
+    }
     QComboBox::showPopup();
     QWidget* const menu = view()->window();
-    const int needed = view()->sizeHintForColumn(0) + 2 * kGap;
-    QRect frame(mapToGlobal(popUpPoint_ + QPoint(0, height())),
-                QSize(qMax(menuWidth_, needed), menu->height()));
+    const int needed = view()->sizeHintForColumn(0) + 2;
+    int high = menu->height() - view()->height();
+    for (int i = 0; i < count(); ++i)
+        high += view()->sizeHintForRow(i);
+    QRect frame(mapToGlobal(popUpPoint_ + QPoint(0, height())), QSize(qMax(menuWidth_, needed), high));
     // Above the box where there is no room below it.
     const QRect room = screen()->availableGeometry();
     if (frame.bottom() > room.bottom())

@@ -30,6 +30,7 @@ public:
 
     /// The menu's least width, and where its top left corner lies from the box's bottom left.
     void setMenuWidth(int width) { menuWidth_ = width; }
+    const QPoint& popUpPoint() const { return popUpPoint_; }
     void setPopUpPoint(const QPoint& point) { popUpPoint_ = point; }
 
     const QString& title() const { return title_; }
@@ -57,6 +58,7 @@ private:
     bool hasBorder_ = true;
     int menuWidth_ = 0;
     QPoint popUpPoint_;
+    QAbstractItemDelegate* menuDelegate_ = nullptr;
     QString title_;
     LarimoDropdownBoxDelegate* delegate_ = nullptr;
 };

@@ -8,7 +8,7 @@ namespace {
 
 constexpr int kWarning = 1;
 constexpr int kMargin = 8;
-constexpr int kIconSize = 18;
+constexpr int kIconSize = 16;
 constexpr int kTextLeft = kMargin + kIconSize + kMargin;
 constexpr int kFontSize = 12;
 constexpr int kTextFlags = Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap;

@@ -131,14 +131,16 @@ void DGACheckboxButton::reloadTitleLabelPosition() {
     const auto place = [this](QWidget* part, const QRect& frame) {
         part->setGeometry(QStyle::visualRect(layoutDirection(), rect(), frame));
     };
+    // Level with the first line, which is higher than the image in some scripts.
+    const int top = (titleSize(QWIDGETSIZE_MAX).height() - kImageSize) / 2;
     if (imageV_)
-        place(imageV_, {0, 0, kImageSize, kImageSize});
+        place(imageV_, {0, top, kImageSize, kImageSize});
     const QRect label(QPoint(kTitleLeft, 0), size);
     place(titleLab_, label);
     titleLab_->setAlignment(Qt::AlignLeading |
                             (size.height() > 2 * kImageSize ? Qt::AlignTop : Qt::AlignVCenter));
     if (infoBtn_)
-        place(infoBtn_, {label.right() + 1 + kGap, 0, kInfoSize, kInfoSize});
+        place(infoBtn_, {label.right() + 1 + kGap, top, kInfoSize, kInfoSize});
 }
 
 QSize DGACheckboxButton::sizeHint() const {

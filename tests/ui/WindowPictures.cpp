@@ -1,0 +1,271 @@
+// Writes a picture of each window in each of its states, as the screen shows them, with stand-ins for what
+// the windows work with:
+//
+//     window_pictures FOLDER LANGUAGE...
+//
+// makes FOLDER/<language>/<state>.png. Run through scripts/make-pictures: it needs a display and a window
+// manager.
+
+#include <QApplication>
+#include <QDialog>
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QPainter>
+#include <QScreen>
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <mutex>
+
+#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/View/DGAFrozeWindowController.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAProblemReportingWindowController.h"
+#include "DGAMonitor/View/SendReport/View/DGACheckboxButton.h"
+#include "DGAMonitor/View/SendReport/View/DGAMouseTrackingButton.h"
+#include "DGAMonitor/View/SendReport/View/DGATextField.h"
+#include "DGAUpload/ui/UploadWindowController.h"
+#include "DGAWindowModule/DGAToolkit.h"
+#include "platform/RunLoop.h"
+#include "support/widgets/QuivetSpinImageView.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr char kAddress[] = "asa.oberg@example.com";
+constexpr int kMargin = 32;  // points around what is shown
+const QColor kBackground(0xe8, 0xed, 0xf4);
+
+// What the user of the pictures has written.
+std::string description(const std::string& language) {
+    static const std::map<std::string, std::string> texts{
+        {"German", "Seit etwa zehn Uhr hören mich die anderen nur noch bruchstückhaft."},
+        {"Japanese", "10時ごろから、こちらの音声が途切れて聞こえるそうです。"}};
+    const auto found = texts.find(language);
+    return found != texts.end() ? found->second : "Since about ten the others hear me only in fragments.";
+}
+
+void runFor(std::chrono::milliseconds time) {
+    platform::RunLoop::main().runFor(time);
+}
+
+QList<QWidget*> shownWindows() {
+    QList<QWidget*> shown;
+    for (QWidget* const window : QApplication::topLevelWidgets()) {
+        if (window->isVisible())
+            shown << window;
+    }
+    // What belongs to a window lies above it.
+    std::sort(shown.begin(), shown.end(), [](const QWidget* one, const QWidget* other) {
+        return !one->parentWidget() && other->parentWidget();
+    });
+    // A panel hides the window that waits for it.
+    if (!shown.isEmpty() && qobject_cast<QDialog*>(shown.last()))
+        shown = {shown.last()};
+    return shown;
+}
+
+// A window casts a soft shadow, which lies a little lower.
+void paintShadow(QPainter& painter, const QRectF& frame) {
+    constexpr int kReach = 22;
+    painter.setBrush(Qt::NoBrush);
+    for (int i = -6; i < kReach; ++i) {
+        const double strength = 1 - qMax(0, i) / double(kReach);
+        painter.setPen(QPen(QColor(0x1c, 0x2a, 0x44, int(44 * strength * strength)), 1));
+        painter.drawRoundedRect(frame.translated(0, 4).adjusted(-i, -i, i, i), qMax(0, i), qMax(0, i));
+    }
+}
+
+QImage picture() {
+    const QList<QWidget*> windows = shownWindows();
+    QRect frame;
+    for (const QWidget* const window : windows)
+        frame |= window->geometry();
+    frame.adjust(-kMargin, -kMargin, kMargin, kMargin);
+    const qreal ratio = qApp->devicePixelRatio();
+    QImage image(frame.size() * ratio, QImage::Format_RGB32);
+    image.setDevicePixelRatio(ratio);
+    image.fill(kBackground);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.translate(-frame.topLeft());
+    for (const QWidget* const window : windows) {
+        const QRect place = window->geometry();
+        paintShadow(painter, place);
+        painter.drawPixmap(
+            place, window->screen()->grabWindow(0, place.x(), place.y(), place.width(), place.height()));
+    }
+    return image;
+}
+
+// A report generator that has begun and is not ready until `ready` is free.
+std::shared_ptr<DGAReportGenerator> generatorThatWaits(std::mutex& ready) {
+    DGAReportGenerator::Tools tools;
+    tools.run = [&ready](const auto&, const auto&, const auto& handle) {
+        { const std::lock_guard<std::mutex> wait(ready); }
+        handle(1);
+    };
+    tools.systemProfile = [](const auto&, const auto&) {};
+    tools.screenshot = [](const auto&) {};
+    tools.crashRecord = [](const auto&, const auto&) {};
+    tools.saveTime = [] { return "20260102_030405"; };
+    return std::make_shared<DGAReportGenerator>(tools);
+}
+
+class Pictures {
+public:
+    Pictures(QString folder, std::string language)
+        : folder_(folder + "/" + QString::fromStdString(language)), language_(std::move(language)) {
+        QDir().mkpath(folder_);
+        record_.language.set(language_);
+        record_.serviceType = 1;
+        record_.confID.set("8834201177");
+        record_.userID.set("536871042");
+    }
+
+    bool takeAll() {
+        prompt();
+        reportWindow();
+        reportByMail();
+        uploadWindow();
+        return ok_;
+    }
+
+private:
+    void take(const char* state) {
+        runFor(250ms);
+        const QString path = folder_ + "/" + state + ".png";
+        if (!picture().save(path)) {
+            std::fprintf(stderr, "window_pictures: cannot write %s\n", qPrintable(path));
+            ok_ = false;
+        }
+    }
+
+    void prompt() {
+        DGAFrozeWindowController prompt;
+        prompt.center();
+        prompt.show();
+        take("prompt");
+    }
+
+    std::unique_ptr<DGAProblemReportingWindowController> makeReportWindow() {
+        return std::make_unique<DGAProblemReportingWindowController>(
+            DGAProblemReportingWindowController::Parts{[this] { return generatorThatWaits(ready_); },
+                                                       [](const ReportMail&) {}});
+    }
+
+    void fill(QWidget& window) {
+        auto* const field = window.findChild<DGATextField*>("_textField");
+        field->setStringValue(description(language_));
+        field->moveCursor(QTextCursor::End);
+        auto* const box = window.findChild<LarimoDropdownBox*>();
+        box->setCurrentIndex(2);
+        emit box->activated(2);
+    }
+
+    void reportWindow() {
+        record_.enableSendReport = true;
+        const auto controller = makeReportWindow();
+        QWidget& window = controller->window();
+        controller->showPRWindow();
+        take("report-empty");
+        fill(window);
+        take("report-filled");
+        auto* const box = window.findChild<LarimoDropdownBox*>();
+        box->setFocus();
+        box->showPopup();
+        take("report-categories");
+        box->hidePopup();
+        auto* const info =
+            window.findChild<DGACheckboxButton*>("_sysInfoBtn")->findChild<DGAMouseTrackingButton*>();
+        info->setFocus(Qt::TabFocusReason);
+        take("report-information");
+    }
+
+    void reportByMail() {
+        record_.enableSendReport = false;
+        const auto controller = makeReportWindow();
+        QWidget& window = controller->window();
+        controller->showPRWindow();
+        fill(window);
+        take("report-mail");
+        {
+            const std::lock_guard<std::mutex> notReady(ready_);
+            window.findChild<QAbstractButton*>("_saveBtn")->click();
+            take("report-generating");
+        }
+        runFor(1s);  // until the panel has read the folders
+        take("report-save-panel");
+        auto* const panel = window.findChild<DGASavePanel*>();
+        QFile existing(panel->selectedFiles().value(0));
+        existing.open(QIODevice::WriteOnly);
+        panel->accept();
+        take("report-replace");
+        existing.remove();
+        controller->close();
+    }
+
+    void uploadWindow() {
+        const struct {
+            const char* state;
+            std::function<void(UploadView&)> show;
+        } states[] = {
+            {"upload-preparing", [](UploadView&) {}},
+            {"upload-connecting", [](UploadView& v) { v.showReportPreparedStep(true); }},
+            {"upload-uploading", [](UploadView& v) { connected(v), v.showUploading_presentage(42); }},
+            {"upload-sent-mail", [](UploadView& v) { connected(v), v.showEmailSend_FinishStep(kAddress); }},
+            {"upload-sent", [](UploadView& v) { connected(v), v.showEmailSend_FinishStep(""); }},
+            {"upload-prepare-failed", [](UploadView& v) { v.showReportPreparedStep(false); }},
+            {"upload-too-large",
+             [](UploadView& v) { v.showReportPreparedStep(true), v.showSizeExcessiveStep(false); }},
+            {"upload-connect-failed",
+             [](UploadView& v) { v.showReportPreparedStep(true), v.showConnectServerStep(false); }},
+            {"upload-failed", [](UploadView& v) { connected(v), v.showUploadingToServerStep(false); }},
+            {"upload-limit", [](UploadView& v) { connected(v), v.showOverheadStep(false); }},
+        };
+        for (const auto& state : states) {
+            const std::lock_guard<std::mutex> notReady(ready_);
+            UploadWindowController controller({generatorThatWaits(ready_), {}});
+            controller.showUploadWindowIfScreenShot(true, true, "", 2);
+            UploadView& view = controller.uploadVC()->view();
+            state.show(view);
+            // The wheel stands still, in the same place every time.
+            if (auto* const wheel = view.findChild<QuivetSpinImageView*>())
+                wheel->stopSpin();
+            runFor(50ms);
+            controller.center();
+            take(state.state);
+        }
+    }
+
+    static void connected(UploadView& view) {
+        view.showReportPreparedStep(true);
+        view.showConnectServerStep(true);
+    }
+
+    DGAMonitorToolManager& record_ = DGAMonitorToolManager::shareManager();
+    std::mutex ready_;
+    QString folder_;
+    std::string language_;
+    bool ok_ = true;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 3) {
+        std::fprintf(stderr, "usage: window_pictures FOLDER LANGUAGE...\n");
+        return 2;
+    }
+    if (const std::string why = DGAToolkit::start(); !why.empty()) {
+        std::fprintf(stderr, "window_pictures: %s\n", why.c_str());
+        return 1;
+    }
+    QApplication::setCursorFlashTime(0);
+    bool ok = true;
+    for (int i = 2; i < argc; ++i)
+        ok = Pictures(QString::fromLocal8Bit(argv[1]), argv[i]).takeAll() && ok;
+    std::fflush(nullptr);
+    std::_Exit(ok ? 0 : 1);
+}
