@@ -1,5 +1,6 @@
 #include "DGAMonitor/View/DGAWindowBase.h"
 
+#include <QAccessibleWidget>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QCursor>
@@ -19,10 +20,17 @@ namespace {
 
 constexpr int kFloatingLevel = 3;
 
+// A plain widget counts as a mere group of others, whose name and text no screen reader tells.
+QAccessibleInterface* makeAccessible(const QString& /*className*/, QObject* object) {
+    auto* const window = qobject_cast<DGAWindowBase*>(object);
+    return window ? new QAccessibleWidget(window, QAccessible::Dialog) : nullptr;
+}
+
 }  // namespace
 
 DGAWindowBase::DGAWindowBase(QWidget* parent) : QWidget(parent, Qt::Window | Qt::FramelessWindowHint) {
     setAttribute(Qt::WA_OpaquePaintEvent);
+    QAccessible::installFactory(makeAccessible);  // once, however often
 }
 
 DGAWindowBase::~DGAWindowBase() {

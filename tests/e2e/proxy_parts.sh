@@ -1,0 +1,148 @@
+# For proxies.sh: the real parts around an upload, each on a port of its own, and what is expected of one.
+export GSETTINGS_BACKEND=keyfile
+mkdir -p "$HOME/.config" scripts arrived
+proxy_log=$PWD/squid/access.log
+
+free_port() {
+    local port
+    while port=$((20000 + RANDOM % 12000)) && [[ -n $(ss -Hltn "sport = :$port") ]]; do :; done
+    echo "$port"
+}
+
+listens() { [[ -n $(ss -Hltn "sport = :$1") ]]; }
+
+# One port for everybody, one for who knows the password. As root squid changes to a user of its own.
+start_squid() {
+    open_port=$(free_port)
+    while locked_port=$(free_port) && [[ $locked_port == "$open_port" ]]; do :; done
+    open_proxy=127.0.0.1:$open_port locked_proxy=127.0.0.1:$locked_port
+    chmod 711 .
+    mkdir -m 777 squid
+    printf 'me:%s\n' "$(openssl passwd -apr1 secret)" > squid/users
+    chmod 644 squid/users
+    cat > squid/squid.conf << CONFIGURATION
+http_port 127.0.0.1:$open_port name=open
+http_port 127.0.0.1:$locked_port name=locked
+auth_param basic program $(ls /usr/{lib,lib64,libexec}/squid/basic_ncsa_auth 2> /dev/null | head -n 1) $PWD/squid/users
+auth_param basic realm test
+acl open myportname open
+acl known proxy_auth REQUIRED
+http_access allow open
+http_access allow known
+http_access deny all
+logformat way %rm %>Hs %un %ru
+access_log stdio:$proxy_log way
+buffered_logs off
+cache_log $PWD/squid/cache.log
+cache deny all
+coredump_dir $PWD/squid
+pid_filename none
+max_filedescriptors 1024
+shutdown_lifetime 0 seconds
+visible_hostname localhost
+CONFIGURATION
+    chmod 644 squid/squid.conf
+    "$(PATH=$PATH:/usr/sbin type -P squid)" -N -f "$PWD/squid/squid.conf" > squid/output 2>&1 &
+    eventually listens "$locked_port" || fail "squid: $(cat squid/output squid/cache.log)"
+}
+
+# upload_server NAME OPTION...: starts one; its address, with a query, is in the variable of that name.
+upload_server() {
+    local name=$1
+    shift
+    orvane-upload-server --quiet --store "$PWD/arrived" "$@" > "$name.txt" &
+    eventually grep -q listening "$name.txt" || fail "the upload server does not start"
+    printf -v "$name" '%supload?siteid=1' "$(sed 's/listening on //' "$name.txt")"
+}
+
+start_upload_servers() {
+    openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -keyout key.pem -out certificate.pem \
+        -days 1 -subj /CN=nobody.example 2> /dev/null
+    upload_server plain
+    upload_server secure --tls certificate.pem key.pem
+}
+
+# Auto-configuration scripts over HTTP, from the folder that is also read as files.
+start_script_server() {
+    local port
+    port=$(free_port)
+    scripts_url=http://127.0.0.1:$port
+    cat > script_server.sh << 'SERVER'
+read -r _ path _
+while read -r line && [[ $line != $'\r' ]]; do :; done
+reply() { printf 'HTTP/1.1 %s\r\nConnection: close\r\nContent-Length: %d\r\n\r\n' "$1" "${2:-0}"; }
+case $path in
+    /moved) reply $'302 Found\r\nLocation: /proxy' ;;
+    /challenge) reply $'401 Unauthorized\r\nWWW-Authenticate: Basic realm="test"' ;;
+    *) if [[ -f scripts$path ]]; then
+        reply '200 OK' "$(stat -c %s "scripts$path")"
+        cat "scripts$path"
+    else
+        reply '404 Not Found'
+    fi ;;
+esac
+SERVER
+    socat "TCP-LISTEN:$port,bind=127.0.0.1,fork" "SYSTEM:bash script_server.sh" &
+    eventually listens "$port" || fail "the server of scripts does not start"
+}
+
+script() { printf '%s' "$2" > "scripts/$1"; }
+
+start_keyring() {
+    printf password | gnome-keyring-daemon --unlock --components=secrets > /dev/null 2>&1
+}
+
+store_password() { # PORT PASSWORD
+    printf %s "$2" | secret-tool store --label="Proxy" xdg:schema org.gnome.keyring.NetworkPassword \
+        server 127.0.0.1 port "$1" protocol http user me || fail "the keyring takes no password"
+}
+
+manual() { # HOST:PORT
+    local protocol
+    for protocol in http https; do
+        gsettings set "org.gnome.system.proxy.$protocol" host "${1%:*}"
+        gsettings set "org.gnome.system.proxy.$protocol" port "${1#*:}"
+    done
+    gsettings set org.gnome.system.proxy ignore-hosts '[]' # by default this machine is reached directly
+    gsettings set org.gnome.system.proxy mode manual
+}
+
+automatic() { # URL
+    gsettings set org.gnome.system.proxy autoconfig-url "$1"
+    gsettings set org.gnome.system.proxy mode auto
+}
+
+# What the proxy has logged since line $1, as "COUNT METHOD USER". A challenge that was answered counts as well.
+way_taken() {
+    tail -n +$(($1 + 1)) "$proxy_log" | sed 's/^\(GET\|POST\) /GET\/POST /' | awk '{ print $1, $3 }' |
+        sort | uniq -c | sed 's/^ *//' | paste -sd,
+}
+
+# expect CASE STATUS WAY URL: an upload ends with that status (19: it is there, unharmed) by that way. A line each.
+expect() {
+    local seen way status=19 started=$EPOCHREALTIME
+    seen=$(wc -l < "$proxy_log")
+    rm -f arrived/*
+    orvane-upload --quiet --log dga --file-name case "$4" report.bin 2> errors.txt ||
+        status=$(sed -n 's/.*failed with status \([0-9]*\).*/\1/p' errors.txt)
+    way=$(way_taken "$seen")
+    awk -v case="$1" -v status="$status" -v way="${way:-none}" -v seconds="$EPOCHREALTIME $started" \
+        'BEGIN { split(seconds, s); printf "%-28s status %-2s by %-16s %.2f s\n", case, status, way, s[1] - s[2] }'
+    [[ ${status:-none} == "$2" ]] || fail "$1: status ${status:-none}: $(cat errors.txt)"
+    [[ ${way:-none} == "$3" ]] || fail "$1: by $way, not by $3"
+    [[ $status != 19 ]] || cmp report.bin arrived/case.zip || fail "$1: something else arrived"
+}
+
+# expect_patience CASE METHOD URL: a proxy that refuses for ever is asked again, at a pace, and no more once the
+# upload is given up. In nine seconds: at once twice, then after 0.5, 1, 2 and 4 s.
+expect_patience() {
+    local seen asked status=0
+    seen=$(wc -l < "$proxy_log")
+    orvane-upload --quiet --log dga --patience 9 "$3" report.bin 2> errors.txt || status=$?
+    asked=$(tail -n +$((seen + 1)) "$proxy_log" | grep -c "^$2 407") || true
+    printf '%-28s asked %d times in 9 s\n' "$1" "$asked"
+    [[ $status == 1 ]] && grep -q 'nothing moved for 9 s, status 10' errors.txt || fail "$1: $status, $(cat errors.txt)"
+    ((asked >= 5 && asked <= 7)) || fail "$1: asked $asked times"
+    sleep 1
+    (($(wc -l < "$proxy_log") == seen + asked)) || fail "$1: goes on asking"
+}
