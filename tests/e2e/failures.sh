@@ -13,7 +13,8 @@ failure() {
     number=$((number + 1))
     parameters "$1" $((number + 1))
     send_report "Failure $number"
-    says "$2" "$3"
+    says "$2"
+    see alert "$3"
     see 'push button' 'Save Report' focused
     for_everybody
     [[ $(cat /tmp/orvdga/orvanedga_meeting_*/*.csv | grep -c '^39,1,1,client upload failed,') == "$number" ]] ||

@@ -54,7 +54,7 @@ saved "$(newest_archive)"
 begin 'To a file'
 click 'push button' Save
 save_as "$PWD/missing/report"
-see dialog '*' active
+see 'push button' OK focused
 key Return # the message
 see text 'File name:'
 key Escape

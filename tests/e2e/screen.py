@@ -125,7 +125,7 @@ def main(command, *words):
         elif command == "write":
             with open(words[2], encoding="utf-8", newline="") as file:
                 text = file.read()
-            Atspi.EditableText.insert_text(part, 0, text, len(text.encode()))
+            Atspi.EditableText.insert_text(part, 0, text, len(text.encode("utf-16-le")) // 2)
 
 
 main(*sys.argv[1:])

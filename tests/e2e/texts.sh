@@ -28,15 +28,12 @@ send_written long
 ask_for_report
 frames() {
     local i
-    for i in $(seq 10000); do
-        # 34 to 37 bytes, as the number goes
-        json="{\"network\":{\"networkStatus\":$((i + 1))}}"
-        # shellcheck disable=SC2059
-        printf "\0\0\0\0\\x$(printf %02x ${#json})\0\0\0%s" "$json"
+    for i in $(seq 5000); do
+        printf '\0\0\0\0\x1f\0\0\0{"network":{"networkStatus":2}}\0\0\0\0\x1f\0\0\0{"network":{"networkStatus":1}}'
     done
 }
 frames > frames
-all_recorded() { (($(cat /tmp/orvdga/orvanedga_meeting_*/*.csv | grep -c ',network') >= 10000)); }
+all_recorded() { (($(cat /tmp/orvdga/orvanedga_meeting_*/*.csv | grep -c '^31,1,6,') >= 10000)); }
 socat -u - "UNIX-CONNECT:$XDG_RUNTIME_DIR/com.tellan.orvane.orvanedga.$dga" < frames &
 feeder=$!
 key a shift+Return b

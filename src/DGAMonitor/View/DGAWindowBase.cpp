@@ -58,6 +58,14 @@ void DGAWindowBase::bringToFront() {
     if (isMinimized())
         showNormal();
     dgaActivateWindow(*this);
+    // A window that comes back within the toolkit's patience with a lost keyboard (400 ms) still has the
+    // keyboard for it, but is active no more, and would stay so: it hears of no change.
+    if (windowHandle() && QGuiApplication::focusWindow() == windowHandle() && !isActiveWindow()) {
+        QT_WARNING_PUSH
+        QT_WARNING_DISABLE_DEPRECATED
+        QApplication::setActiveWindow(this);
+        QT_WARNING_POP
+    }
 }
 
 void DGAWindowBase::center() {
