@@ -3,8 +3,6 @@ if [[ -z ${DISPLAY:-} ]]; then
     exec "$(dirname "$0")/../../scripts/with-display" --no-window-manager bash "$0"
 fi
 . "$(dirname "$0")/windows.sh"
-in_front() { eventually has_keyboard || fail "the keyboard is elsewhere: $(xdotool getwindowfocus 2>&1)"; }
-has_keyboard() { [[ $(xdotool getwindowfocus getwindowpid 2> /dev/null) == "$dga" ]]; }
 
 upload_server
 start_meeting

@@ -36,8 +36,8 @@ click() {
     xdotool mousemove $place click 1
 }
 key() { xdotool key --clearmodifiers "$@"; }
-is_in_front() { [[ $(xdotool getactivewindow getwindowpid 2> /dev/null) == "$dga" ]]; }
-in_front() { eventually is_in_front || fail "not in front: $(xdotool getactivewindow getwindowname 2>&1)"; }
+has_keyboard() { [[ $(xdotool getwindowfocus getwindowpid 2> /dev/null) == "$dga" ]]; }
+in_front() { eventually has_keyboard || fail "the keyboard is elsewhere: $(xdotool getwindowfocus getwindowname 2>&1)"; }
 
 # await_log TEXT [COUNT]: of this assistant, at least so often.
 log_count() { cat /tmp/orvtrace/dga/*.ovt | grep -F "[$dga:" | grep -cF -- "$1" || true; }
