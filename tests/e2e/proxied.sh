@@ -3,6 +3,7 @@
 . "$tests/proxy_parts.sh"
 start_squid
 start_keyring
+gdbus wait --session --timeout "$PATIENCE" org.freedesktop.secrets || fail "no keyring"
 store_password "$locked_port" secret
 manual "$locked_proxy"
 upload_server server
