@@ -35,8 +35,8 @@ public:
     /// Whether any window is visible. Any thread.
     bool anyVisible() const { return visibleCount_ > 0; }
 
-    /// There is nothing any more to show windows on, for the reason given: none counts as visible, and none is
-    /// made from now on. Those that are there stay alive, whoever lets go of them: what they do may go on.
+    /// There is nothing any more to show windows on, for the reason given: none counts as visible, and none
+    /// is made from now on. Those that are there stay alive, whoever lets go of them: what they do may go on.
     void giveUp(std::string why);
 
     /// Brings those windows to the front that were made here and are visible.

@@ -40,7 +40,8 @@ private:
 // The toolkit would end the process next, with the case that the windows stood for: the watch, an upload, the
 // report of a client that has died with the same display. So it is left where it is, and the loop goes on.
 [[noreturn]] void goOnWithoutDisplay() {
-    ORVNLogger::sharedLogger().writeLine(kORVNLogModule, 8, "the display is gone: no window is shown any more");
+    ORVNLogger::sharedLogger().writeLine(kORVNLogModule, 8,
+                                         "the display is gone: no window is shown any more");
     // Nobody can answer the prompt, and the watch waits for the answer.
     for (QWidget* const window : QApplication::topLevelWidgets()) {
         if (qobject_cast<DGAFrozeWindow*>(window) && window->isVisible())

@@ -4,7 +4,7 @@ again='We could not send your Problem Report. You can save the report and try to
 large="We can't upload your problem report because it exceeds 25 MB. You can still save your report *"
 head -c 400000 /dev/urandom > client.log
 head -c 25000000 /dev/urandom > large.log
-server=http://127.0.0.1:9/upload.do?siteid=1
+server='http://127.0.0.1:9/upload.do?siteid=1'
 start_meeting
 number=0
 

@@ -5,6 +5,7 @@ trap 'rm -r "$elsewhere"' EXIT
 
 mail_program() { # writes down its argument
     mkdir -p ~/.local/share/applications ~/.config
+    # shellcheck disable=SC2016
     printf '#!/bin/sh\nprintf %%s "$1" > /tmp/link.new && mv /tmp/link.new /tmp/link\n' > ~/mail
     chmod +x ~/mail
     printf '[Desktop Entry]\nType=Application\nName=Mail\nExec=%s %%u\nMimeType=x-scheme-handler/mailto;\n' ~/mail \
@@ -12,6 +13,7 @@ mail_program() { # writes down its argument
     printf '[Default Applications]\nx-scheme-handler/mailto=mail.desktop\n' > ~/.config/mimeapps.list
 }
 value() { sed -n "s/.*[?&]$1=\([^&]*\).*/\1/p" /tmp/link | sed 's/%/\\x/g' | xargs -0 printf '%b' | tr -d '\r'; }
+# shellcheck disable=SC2012 # their names are plain
 newest_archive() { ls -t /tmp/orvdga/*.zip | head -n 1; }
 
 # save_as PATH: in the save panel, by keys.

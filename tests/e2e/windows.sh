@@ -55,7 +55,10 @@ upload_server() {
     eventually grep -qs listening server.txt || fail "the upload server does not start: $(cat server.txt)"
     server="$(sed -n '1s/listening on //p' server.txt)upload.do?siteid=1"
 }
-stop_server() { kill "$server_pid" && wait "$server_pid" || true; }
+stop_server() {
+    kill "$server_pid"
+    wait "$server_pid" || true
+}
 
 # A meeting's parameters; more of them, as JSON members, replace these.
 parameters() {
