@@ -10,7 +10,7 @@ public:
     /// the process with status 0. Main thread.
     [[noreturn]] static void applicationWillTerminate();
 
-    /// For std::atexit: the window toolkit calls exit() where the display goes away. Does the same, but ends
-    /// the process with status 1, so that nothing is destroyed under threads that still work.
+    /// For std::atexit: the window toolkit calls exit() where a Wayland compositor goes away. Does the same,
+    /// but ends the process with status 1, so that nothing is destroyed under threads that still work.
     [[noreturn]] static void applicationWasEnded();
 };

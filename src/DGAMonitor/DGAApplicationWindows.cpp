@@ -17,8 +17,8 @@ void DGAApplicationWindows::installFactory(std::shared_ptr<DGAWindowFactory> fac
 
 // Returns why there is still no factory.
 std::string DGAApplicationWindows::openModule() {
-    if (moduleName_.empty())
-        return {};
+    if (!givenUp_.empty() || moduleName_.empty())
+        return givenUp_;
     const auto library = platform::LoadableModule::open(moduleName_);
     auto* const entry =
         library ? library->function<DGAWindowModuleEntryFunction>(kDGAWindowModuleEntry) : nullptr;
@@ -65,11 +65,23 @@ std::shared_ptr<DGAUploadWindowInterface> DGAApplicationWindows::makeUploadWindo
 }
 
 void DGAApplicationWindows::setVisible(const void* window, bool visible) {
-    if (visible)
+    if (visible && givenUp_.empty())
         visible_.insert(window);
     else
         visible_.erase(window);
     visibleCount_ = visible_.size();
+}
+
+void DGAApplicationWindows::giveUp(std::string why) {
+    givenUp_ = std::move(why);
+    factory_.reset();
+    static std::vector<std::shared_ptr<DGAWindowInterface>> kept;
+    for (const auto& made : std::exchange(made_, {})) {
+        if (auto window = made.lock())
+            kept.push_back(std::move(window));
+    }
+    visible_.clear();
+    visibleCount_ = 0;
 }
 
 void DGAApplicationWindows::bringAllVisibleToFront() {

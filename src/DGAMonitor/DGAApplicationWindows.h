@@ -35,6 +35,10 @@ public:
     /// Whether any window is visible. Any thread.
     bool anyVisible() const { return visibleCount_ > 0; }
 
+    /// There is nothing any more to show windows on, for the reason given: none counts as visible, and none
+    /// is made from now on. Those that are there stay alive, whoever lets go of them: what they do may go on.
+    void giveUp(std::string why);
+
     /// Brings those windows to the front that were made here and are visible.
     void bringAllVisibleToFront();
 
@@ -48,6 +52,7 @@ private:
     std::string openModule();
 
     std::string moduleName_;
+    std::string givenUp_;
     std::shared_ptr<DGAWindowFactory> factory_;
     std::vector<std::weak_ptr<DGAWindowInterface>> made_;
     std::set<const void*> visible_;

@@ -6,8 +6,12 @@
 #include <array>
 #include <clocale>
 
+#include "DGAMonitor/DGAApplicationWindows.h"
+#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/View/DGAFrozeWindow.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAWindowModule/DGADisplay.h"
+#include "platform/RunLoop.h"
 #include "support/ORVNLogger.h"
 
 namespace {
@@ -33,11 +37,30 @@ private:
     std::array<std::string, kCategories.size()> names_;
 };
 
+// The toolkit would end the process next, with the case that the windows stood for: the watch, an upload, the
+// report of a client that has died with the same display. So it is left where it is, and the loop goes on.
+[[noreturn]] void goOnWithoutDisplay() {
+    ORVNLogger::sharedLogger().writeLine(kORVNLogModule, 8,
+                                         "the display is gone: no window is shown any more");
+    // Nobody can answer the prompt, and the watch waits for the answer.
+    for (QWidget* const window : QApplication::topLevelWidgets()) {
+        if (qobject_cast<DGAFrozeWindow*>(window) && window->isVisible())
+            window->close();
+    }
+    DGAApplicationWindows::sharedWindows().giveUp("the display is gone");
+    auto& record = DGAMonitorToolManager::shareManager();
+    record.rpWindowCtrl.reset();
+    record.uploadWindowCtrl.reset();
+    platform::RunLoop::main().runForGood();
+}
+
 void logMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text) {
     if (type == QtDebugMsg)
         return;
     const int level = type == QtCriticalMsg || type == QtFatalMsg ? 8 : 4;
     ORVNLogger::sharedLogger().writeLine(kORVNLogModule, level, "toolkit: " + text.toStdString());
+    if (text.startsWith(QLatin1String("The X11 connection broke")))
+        goOnWithoutDisplay();
 }
 
 // Never destroyed, as windows may be up until the process ends.

@@ -1,13 +1,51 @@
-# A client that falls silent is noticed at the tick that reaches 182 seconds, and not before.
-. "$(dirname "$0")/common.sh"
-start_assistant
-post ORVANE_DGA_PASSING_JSON_DATA "{'DgaJsonData': <'{\"processID\": $$}'>}" > /dev/null
+# Clients that fall silent are noticed at the tick that reaches 182 seconds, and not before. The user of one waits, that
+# of the other quits it and sends a report.
+. "$(dirname "$0")/windows.sh"
+raise() { xdotool search --onlyvisible --all --pid "$dga" --name "$title" windowactivate --sync; }
+upload_server
+start_meeting
+patient=$dga patients_client=$client
+start_meeting
+hasty=$dga hastys_client=$client
 sleep 1
-post ORVANE_DGA_KEEP_ALIVE > /dev/null
+for dga in $patient $hasty; do post ORVANE_DGA_KEEP_ALIVE > /dev/null; done
 SECONDS=0
 sleep 178
-! log_says 'DGAHeartBeatCheckTool::frozeAlert' || fail "asked after only $SECONDS s"
-eventually log_says 'DGAHeartBeatCheckTool::frozeAlert' || fail "not asked after $SECONDS s"
+for dga in $patient $hasty; do
+    ! has_logged 'DGAHeartBeatCheckTool::frozeAlert' || fail "asked after only $SECONDS s"
+done
+for dga in $patient $hasty; do await_log 'DGAHeartBeatCheckTool::frozeAlert'; done
 ((SECONDS >= 179 && SECONDS <= 186)) || fail "asked after $SECONDS s"
-kill "$dga"
-wait "$dga" || fail "ended with $?"
+
+dga=$patient
+says 'Tellan Orvane Meetings is not responding.'
+for_everybody
+raise
+see 'push button' Wait focused
+key Return
+gone dialog "$title"
+has_logged 'which frozenWindow btn is clicked: 1' || fail "not the answer to wait"
+
+dga=$hasty client=$hastys_client
+click 'push button' 'Quit and Send Problem Report'
+see 'combo box' 'Tellan Orvane is not responding'
+[[ ! -e /proc/$hastys_client || $(cut -d ' ' -f 3 "/proc/$hastys_client/stat") == Z ]] || fail "the client still runs"
+kill -0 "$patients_client" || fail "another process was ended"
+in_front
+see text 'Enter problem description*' focused
+xdotool type Frozen
+see 'push button' 'Send Report' sensitive
+key Return
+says 'Uploading sent'
+grep -q '"ct":"6"' arrived/*.jsonl || fail "sent as another category: $(cat arrived/*.jsonl)"
+click 'push button' OK
+ends
+
+# The other one is watched on.
+dga=$patient client=$patients_client
+kill -KILL "$client"
+await_log 'no orvane client process (crash)'
+see text 'Enter problem description*'
+raise
+key Escape
+ends

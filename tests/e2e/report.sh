@@ -1,13 +1,50 @@
-# The main job from end to end, through the windows and by the keyboard: a report arrives at a server as it was made; one
-# that cannot be sent is not taken for sent.
-. "$(dirname "$0")/common.sh"
-command -v Xvfb openbox xdotool import > /dev/null || exit 77
+# A problem report from the client's request to the server, by the keyboard, while another program has the screen.
+. "$(dirname "$0")/windows.sh"
+base64_lines() { printf %s "$1" | base64 -w 64 | sed 's/$/\\r\\n/' | tr -d '\n' | sed 's/\\r\\n$//'; }
 
-"$1" "$ORVANEDGA_BIN" pictures > output.txt 2>&1 || fail "the report was not sent: $(cat output.txt)"
-grep -q '^Arrived: .* bytes, equal to the report$' output.txt || fail "it did not arrive: $(cat output.txt)"
-grep -q 'description "Since about ten' output.txt || fail "another description arrived: $(cat output.txt)"
-grep -q 'ended with status 0$' output.txt || fail "the assistant did not end well: $(cat output.txt)"
-[ "$(find pictures -name '*.png' -size +2k | wc -l)" -ge 3 ] || fail "pictures are missing: $(ls pictures)"
+upload_server
+start_meeting
+xev > /dev/null &
+eventually xdotool search --name 'Event Tester' > /dev/null || fail "no other window"
+SECONDS=0
+ask_for_report
+for_everybody
+see 'push button' 'Send Report' -sensitive
+fill_in 'No sound, 100% of the time' 1 Joining
+key Down
+see 'combo box' Audio
+see 'push button' 'Send Report' sensitive
+key Return
+says 'Report prepared' 'Connected to server' 'Uploading sent' 'Your problem report has been sent.' \
+    'Problem tracking email confirmation sent to asa@example.com.'
+for_everybody
+in_front
+see 'push button' OK focused
+await_trace 'client upload success'
 
-! "$1" "$ORVANEDGA_BIN" pictures --set uploadURL=http://127.0.0.1:1/x?a=1 > output.txt 2>&1 || fail "no failure was told"
-grep -q '^No report has arrived' output.txt || fail "the failure is not named: $(cat output.txt)"
+archive=$(only_archive) || fail "not one archive: $(ls /tmp/orvdga)"
+name=$(basename "$archive" .zip)
+cmp "$archive" "arrived/$name.zip" || fail "another archive arrived"
+unzip -tq "arrived/$name.zip" > /dev/null || fail "the archive is damaged"
+unzip -p "arrived/$name.zip" 'orvdga_trace_meeting_*.csv' | grep -q '^39,1,1,confid,0,8834201177,' ||
+    fail "no trace in the archive: $(unzip -l "$archive")"
+for file in orvdga_topic.txt orvdga_system_profile.spx '*.png' 'orvtra_dga_*.ovt'; do
+    unzip -l "$archive" "$file" > /dev/null || fail "$file is missing in the archive"
+done
+size=$(stat -c %s "$archive")
+pieces=$(((size + 122879) / 122880))
+fields=$(tail -n 1 "arrived/$name.pieces.jsonl")
+began=$(sed 's/.*"ut":"\([^"]*\)".*/\1/' <<< "$fields")
+expected="{\"SMAC\":\"b1946ac92492d234\",\"cb\":\"43.6.0.118\",\"ci\":\"8834201177\",\"cn\":\"$(base64_lines 'Weekly plänning')\""
+expected+=",\"ct\":\"2\",\"fn\":\"$name\",\"fs\":\"$size\",\"li\":\"1\",\"mk\":\"920114835\",\"pc\":\"$pieces\""
+expected+=",\"pd\":\"$(base64_lines 'No sound, 100% of the time')\",\"pl\":\"$((size - (pieces - 1) * 122880))\",\"pn\":\"$pieces\""
+expected+=",\"pt\":\"2\",\"si\":\"70155\",\"sn\":\"$(base64_lines 'Åsa Öberg')\",\"su\":\"${server/upload.do/spr.do}\""
+expected+=",\"ti\":\"5B0C2F0E-6A0D-4D5E-9B55-2F6A1C3D7E90\",\"ts\":\"1763690400\",\"ue\":\"asa@example.com\""
+expected+=",\"ui\":\"536871042\",\"ut\":\"$began\"}"
+[[ $fields == "$expected" ]] || fail "the fields are $fields, not $expected"
+[[ $began == "$(date +%m_%d_%Y)"_??:??:?? ]] || fail "it began at $began"
+
+key Return # OK
+gone dialog "$title"
+leave
+echo "from the request to the end of the upload: $SECONDS s"

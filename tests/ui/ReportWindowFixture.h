@@ -81,9 +81,6 @@ protected:
     void open() {
         if (!controller)
             make();
-        // The toolkit takes a window that comes back at once for an inactive one.
-        if (!controller->isVisible())
-            runFor(std::chrono::milliseconds(250));
         controller->showPRWindow();
         ASSERT_TRUE(waitUntilActive(controller->window()));
     }

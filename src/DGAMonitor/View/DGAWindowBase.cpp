@@ -1,5 +1,6 @@
 #include "DGAMonitor/View/DGAWindowBase.h"
 
+#include <QAccessibleWidget>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QCursor>
@@ -20,11 +21,18 @@ namespace {
 
 constexpr int kFloatingLevel = 3;
 
+// A plain widget counts as a mere group of others, whose name and text no screen reader tells.
+QAccessibleInterface* makeAccessible(const QString& /*className*/, QObject* object) {
+    auto* const window = qobject_cast<DGAWindowBase*>(object);
+    return window ? new QAccessibleWidget(window, QAccessible::Dialog) : nullptr;
+}
+
 }  // namespace
 
 DGAWindowBase::DGAWindowBase(QWidget* parent) : QWidget(parent, Qt::Window | Qt::FramelessWindowHint) {
     setAttribute(Qt::WA_OpaquePaintEvent);
     dgaUseToolkitTexts();
+    QAccessible::installFactory(makeAccessible);  // once, however often
 }
 
 DGAWindowBase::~DGAWindowBase() {
@@ -52,6 +60,14 @@ void DGAWindowBase::bringToFront() {
     if (isMinimized())
         showNormal();
     dgaActivateWindow(*this);
+    // A window that comes back within the toolkit's patience with a lost keyboard (400 ms) still has the
+    // keyboard for it, but is active no more, and would stay so: it hears of no change.
+    if (windowHandle() && QGuiApplication::focusWindow() == windowHandle() && !isActiveWindow()) {
+        QT_WARNING_PUSH
+        QT_WARNING_DISABLE_DEPRECATED
+        QApplication::setActiveWindow(this);
+        QT_WARNING_POP
+    }
 }
 
 void DGAWindowBase::center() {

@@ -1,10 +1,17 @@
 #include "support/widgets/LarimoNotificationView.h"
 
+#include <QAccessibleWidget>
 #include <QPainter>
 
 #include "support/widgets/WidgetIcon.h"
 
 namespace {
+
+// A message that comes up by itself: a plain widget would count as a group of others.
+QAccessibleInterface* makeAccessible(const QString& /*className*/, QObject* object) {
+    auto* const view = qobject_cast<LarimoNotificationView*>(object);
+    return view ? new QAccessibleWidget(view, QAccessible::AlertMessage) : nullptr;
+}
 
 constexpr int kWarning = 1;
 constexpr int kMargin = 8;
@@ -22,6 +29,7 @@ LarimoNotificationView::LarimoNotificationView(const QRect& frame, int style, co
     QFont font = this->font();
     font.setPixelSize(kFontSize);
     setFont(font);
+    QAccessible::installFactory(makeAccessible);  // once, however often
     setAccessibleName(message);
     setGeometry(frame.x(), frame.y(), frame.width(), heightForWidth(frame.width()));
 }

@@ -65,6 +65,8 @@ void DGADropDownListView::addComboBox() {
         combo->setDelegate(this);
         combo->setHasBorder(false);
         combo->setAccessibleName(accessibleName());
+        // Where the toolkit tells the choice as the name, the question is still to be heard.
+        combo->setAccessibleDescription(accessibleName());
         combo->setFont(font());
         combo->installEventFilter(this);
         setFocusProxy(combo);

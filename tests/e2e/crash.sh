@@ -1,0 +1,25 @@
+# The client dies: a report is made, and the window for what the user has to say comes up in front.
+. "$(dirname "$0")/windows.sh"
+start_meeting
+xev > /dev/null &
+eventually xdotool search --name 'Event Tester' > /dev/null || fail "no other window"
+kill -KILL "$client"
+in_front
+see text 'Enter problem description*' focused
+for_everybody
+eventually only_archive > /dev/null || fail "not one archive: $(ls /tmp/orvdga)"
+xdotool type 'It was gone'
+see 'combo box' '-- Choose a problem type --'
+# Ready to quit, but not as long as the window is up.
+await_log 'noVisibleWindow = 0,readyToQuit = 1' 2
+key Escape
+ends
+only_archive > /dev/null || fail "the archive is gone"
+
+# A display that does not answer is like none.
+rm -r /tmp/orvdga
+DISPLAY=:77 start_meeting
+kill -KILL "$client"
+await_log 'there is no problem reporting window to show'
+ends
+only_archive > /dev/null || fail "no archive without a display"

@@ -1,0 +1,17 @@
+# Windows can be used where nobody manages them.
+if [[ -z ${DISPLAY:-} ]]; then
+    exec "$(dirname "$0")/../../scripts/with-display" --no-window-manager bash "$0"
+fi
+. "$(dirname "$0")/windows.sh"
+
+upload_server
+start_meeting
+send_report 'Bare'
+says 'Uploading sent'
+click 'push button' OK
+gone dialog "$title"
+ask_for_report
+xdotool type again
+click 'push button' Cancel
+gone dialog "$title"
+leave

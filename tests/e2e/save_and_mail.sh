@@ -1,0 +1,86 @@
+# Where sending is disabled the report goes to a file or to the mail program.
+. "$(dirname "$0")/windows.sh"
+elsewhere=$(mktemp -d /dev/shm/journey.XXXXXX)
+trap 'rm -r "$elsewhere"' EXIT
+
+mail_program() { # writes down its argument
+    mkdir -p ~/.local/share/applications ~/.config
+    # shellcheck disable=SC2016
+    printf '#!/bin/sh\nprintf %%s "$1" > /tmp/link.new && mv /tmp/link.new /tmp/link\n' > ~/mail
+    chmod +x ~/mail
+    printf '[Desktop Entry]\nType=Application\nName=Mail\nExec=%s %%u\nMimeType=x-scheme-handler/mailto;\n' ~/mail \
+        > ~/.local/share/applications/mail.desktop
+    printf '[Default Applications]\nx-scheme-handler/mailto=mail.desktop\n' > ~/.config/mimeapps.list
+}
+value() { sed -n "s/.*[?&]$1=\([^&]*\).*/\1/p" /tmp/link | sed 's/%/\\x/g' | xargs -0 printf '%b' | tr -d '\r'; }
+# shellcheck disable=SC2012 # their names are plain
+newest_archive() { ls -t /tmp/orvdga/*.zip | head -n 1; }
+
+# save_as PATH: in the save panel, by keys.
+save_as() {
+    see 'text' 'File name:' focused
+    key ctrl+a
+    xdotool type --delay 2 -- "$1"
+    key Return
+}
+begin() { # TEXT
+    ask_for_report
+    fill_in "$1" 3 Video
+}
+saved() { unzip -tq "$1" > /dev/null || fail "no archive at $1"; }
+
+start_meeting '"enableSendProblemReport": false'
+begin 'It flickers & stutters: 50%'
+for_everybody
+says 'Help us resolve your problem. Create a report that contains a Tellan Orvane log file. The report is confidential and anonymous.'
+mail_program
+click 'push button' 'Send Mail'
+eventually test -e /tmp/link || fail "the mail program is not started"
+gone dialog "$title"
+archive=$(only_archive)
+[[ $(value subject) == 'Problem report: Tellan Orvane Meetings for Mac (version 43.6.0.118)' ]] ||
+    fail "the subject is $(value subject)"
+[[ $(value body) == 'If a support representative asks you to send a log file, '*$'\n\nWhat does the problem occur?\nVideo\nIt flickers & stutters: 50%' ]] ||
+    fail "the body is $(value body)"
+[[ $(value attach) == "$archive" ]] || fail "attached is $(value attach), not $archive"
+saved "$archive"
+
+# Without a mail program nothing happens, and nothing breaks.
+rm -r ~/.config/mimeapps.list ~/.local/share/applications /tmp/link
+begin 'No mail'
+click 'push button' 'Send Mail'
+gone dialog "$title"
+saved "$(newest_archive)"
+
+# A file, in another file system. A folder that is not there is refused, a cancelled panel leaves the window.
+begin 'To a file'
+click 'push button' Save
+save_as "$PWD/missing/report"
+see 'push button' OK focused
+key Return # the message
+see text 'File name:'
+key Escape
+see 'push button' Save sensitive
+see 'push button' 'Send Mail' sensitive
+archive=$(newest_archive)
+click 'push button' Save
+save_as "$elsewhere/report"
+gone dialog "$title"
+saved "$elsewhere/report.zip"
+[[ -e $archive ]] || fail "the archive of the cancelled save is gone"
+
+# A file that is there is replaced only when the user says so.
+echo precious > "$PWD/old.zip"
+begin 'In place of a file'
+click 'push button' Save
+save_as "$PWD/old.zip"
+see 'push button' No focused
+key Return
+gone 'push button' No
+[[ $(cat old.zip) == precious ]] || fail "replaced though the user said no"
+click 'push button' Save
+see 'push button' Yes sensitive
+click 'push button' Yes
+gone dialog "$title"
+saved "$PWD/old.zip"
+leave

@@ -1,0 +1,50 @@
+# What happens around an upload that takes its time.
+. "$(dirname "$0")/windows.sh"
+upload_server --delay 3000
+head -c 400000 /dev/urandom > client.log
+threads() { ls "/proc/$dga/task" | wc -l; }
+fewer_threads() { (($(threads) < uploading)); }
+
+start_meeting "\"logFileName\": \"$PWD/client.log\""
+send_report 'Slow'
+says 'Connecting to server...'
+for_everybody
+xev > /dev/null &
+eventually xdotool search --name 'Event Tester' > /dev/null || fail "no other window"
+xdotool search --name 'Event Tester' windowactivate --sync
+# Another request brings the upload window to the front; there is no second window.
+post ORVANE_DGA_GENERATE_REPORT > /dev/null
+in_front
+see label 'Connecting to server...'
+gone text 'Enter problem description*'
+says 'Connected to server' 'Uploading report... (*%)'
+uploading=$(threads)
+click 'push button' Cancel
+gone dialog "$title"
+eventually fewer_threads || fail "the thread of the upload is still there"
+only_archive > /dev/null || fail "the archive is gone"
+grep -q complete server.txt && fail "sent after all"
+
+# The next one is a new report, and goes through.
+stop_server
+upload_server
+parameters '"userEmail": ""' 2
+send_report 'Faster'
+says 'Uploading sent' 'Your problem report has been sent.'
+click 'push button' OK
+gone dialog "$title"
+leave
+
+# A report and the end: the client lives on.
+sleep 1000 &
+client=$!
+start_assistant
+base_name=ORVANE_DGA_GENERATE_REPORT_AND_EXIT parameters
+in_front
+see text 'Enter problem description*' focused
+await_log 'noVisibleWindow = 0,readyToQuit = 1'
+key Escape
+kill -0 "$client" || fail "the client was ended"
+(sleep 0.1; eventually [ ! -e "/proc/$dga" ]) || fail "it does not end"
+kill "$client"
+ends
