@@ -371,8 +371,8 @@ TEST_F(ProblemReportingWindowTest, EveryButtonTellsItsTelemetryAction) {
         };
         EXPECT_TRUE(ui::waitUntil(arrived));
         const std::lock_guard<std::mutex> hold(mutex);
-        for (const char* other : {"2601", "2602", "2603", "2607"})
-            EXPECT_TRUE(action == other || bodies.find(other) == std::string::npos) << other;
+        for (const std::string other : {"2601", "2602", "2603", "2607"})
+            EXPECT_TRUE(action == other || bodies.find("\"" + other + "\"") == std::string::npos) << bodies;
         bodies.clear();
     };
     expectAction("_saveBtn", false, "2601");
