@@ -11,7 +11,6 @@
 // - the share of a core that the turning wheel takes
 //
 // Run through scripts/isolated and scripts/with-display: it needs a session bus, a display and xdotool.
-#include <fcntl.h>
 #include <netinet/in.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -27,7 +26,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <optional>
