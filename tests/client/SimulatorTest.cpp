@@ -84,8 +84,8 @@ TEST_F(Simulator, KeepLeavesTheAssistantRunning) {
 
 TEST_F(Simulator, SetReplacesParametersByJsonOrText) {
     const std::string seen = folder_.path() + "/seen";
-    simulate("timeout 20 dbus-monitor --session > " + seen + " 2>&1 & monitor=$!\n" +
-                 "until [ -s " + seen + " ]; do sleep 0.05; done\n" + postReady() + "until grep -q confId " + seen +
+    simulate("timeout 20 dbus-monitor --session > " + seen + " 2>&1 & monitor=$!\n" + "until [ -s " + seen +
+                 " ]; do sleep 0.05; done\n" + postReady() + "until grep -q confId " + seen +
                  "; do sleep 0.05; done; sleep 0.5; kill $monitor",
              R"({"at": 0, "do": "parameters", "with": {"confId": "1"}}, {"at": 0.2, "do": "quit"})",
              "--set confId=http://a/?b=c --set serviceType=10");
