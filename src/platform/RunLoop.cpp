@@ -176,14 +176,17 @@ void performOnMainAndWait(const std::function<void()>& call) {
     wait.changed.wait(hold, [&] { return wait.done; });
 }
 
+// The timer is made on the thread it fires on: race detectors do not see GLib hand it over.
 void performOnMainAfter(std::chrono::milliseconds delay, std::function<void()> call) {
-    auto timer = std::make_shared<std::unique_ptr<Timer>>();
-    *timer =
-        std::make_unique<Timer>(RunLoop::main(), delay, false, [timer, call = std::move(call)]() mutable {
-            const auto last = std::move(timer);
-            call();
-            last->reset();
-        });
+    performOnMain([delay, call = std::move(call)]() mutable {
+        auto timer = std::make_shared<std::unique_ptr<Timer>>();
+        *timer =
+            std::make_unique<Timer>(RunLoop::main(), delay, false, [timer, call = std::move(call)]() mutable {
+                const auto last = std::move(timer);
+                call();
+                last->reset();
+            });
+    });
 }
 
 struct Timer::State {
