@@ -96,7 +96,7 @@ void saveEvent(int32_t eventType) {
     if (eventType <= 0)
         return;
     if (static_cast<size_t>(eventType) >= kEventNames.size()) {
-        ORVNLogger::sharedLogger().log(kORVNLogModule, 8, "parseJson: no event has the number {}", eventType);
+        logWarning("parseJson: no event has the number {}", eventType);
         return;
     }
     DGAMeetingData::saveMeetingData({static_cast<int64_t>(DGAMeetingData::Module::event), 1,
@@ -107,11 +107,10 @@ void saveEvent(int32_t eventType) {
 }  // namespace
 
 void DGAMeetingDataManager::parseJson(const std::string& jsonStr) {
-    ORVNLogger::sharedLogger().log(kORVNLogModule, 2, "parseJson: {}", jsonStr);
+    logInfo("parseJson: {}", jsonStr);
     const Json message = support::parseJson(jsonStr).value_or(Json::object());
     if (!message.is_object()) {
-        ORVNLogger::sharedLogger().log(
-            kORVNLogModule, 8, "parseJson: the message is not an object but of type {}", message.type_name());
+        logWarning("parseJson: the message is not an object but of type {}", message.type_name());
         return;
     }
     const auto section = [&message](const char* key) { return support::jsonMember(message, key); };

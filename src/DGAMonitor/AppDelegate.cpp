@@ -36,7 +36,7 @@ void AppDelegate::applicationWillTerminate() {
 }
 
 void AppDelegate::applicationWasEnded() {
-    ORVNLogger::sharedLogger().writeLine(kORVNLogModule, 8, "the display or something else ends the program");
+    logWarning("the display or something else ends the program");
     writeWhatIsQueued();
     std::_Exit(EXIT_FAILURE);
 }

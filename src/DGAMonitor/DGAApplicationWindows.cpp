@@ -37,8 +37,7 @@ std::shared_ptr<Window> DGAApplicationWindows::make(const char* what, Make make)
     const std::string why = factory_ ? std::string() : openModule();
     std::shared_ptr<Window> window = factory_ ? make(*factory_) : nullptr;
     if (!window) {
-        ORVNLogger::sharedLogger().log(kORVNLogModule, 8, "there is no {} to show{}{}", what,
-                                       why.empty() ? "" : ": ", why);
+        logWarning("there is no {} to show{}{}", what, why.empty() ? "" : ": ", why);
         return nullptr;
     }
     std::erase_if(made_, [](const auto& other) { return other.expired(); });

@@ -24,10 +24,6 @@ DGAMonitorToolManager& record() {
     return DGAMonitorToolManager::shareManager();
 }
 
-void logLine(int level, std::string_view text) {
-    ORVNLogger::sharedLogger().writeLine(kORVNLogModule, level, text);
-}
-
 }  // namespace
 
 // A call that the watch thread waits for on the main thread. stopCheck(), on the main thread, ends the
@@ -174,12 +170,12 @@ bool DGAHeartBeatCheckTool::checkProcessWithArr(const platform::RunningApplicati
 void DGAHeartBeatCheckTool::findProcess(DGAWatchVerdict verdict) {
     switch (verdict) {
         case DGAWatchVerdict::crashed:
-            logLine(2, "checkProcessWithArr,no orvane client process (crash)");
+            logInfo("checkProcessWithArr,no orvane client process (crash)");
             if (!std::exchange(crashSeen_, true))
                 dealCrash();
             break;
         case DGAWatchVerdict::leftNormally:
-            logLine(2, "checkProcessWithArr,no orvane client process (quit)");
+            logInfo("checkProcessWithArr,no orvane client process (quit)");
             // Where there is a report to wait for, its end makes the assistant ready.
             if (!DGAReportGenerator::hasReports(record().serviceType))
                 record().readyToQuit = true;
@@ -215,12 +211,12 @@ void DGAHeartBeatCheckTool::dealCrash() {
 
 void DGAHeartBeatCheckTool::judgeIfReadyToQuit(DGAWatchVerdict verdict) {
     if (verdict == DGAWatchVerdict::awaitClient) {
-        logLine(2, "DGAHeartBeatCheckTool::check,monitoredPID == nil");
+        logInfo("DGAHeartBeatCheckTool::check,monitoredPID == nil");
         return;
     }
-    logLine(2,
-            "DGAHeartBeatCheckTool::check,monitoredPID == nil , _timeInterval timeout "
-            "(kDGANoClientPIDTimeout).");
+    logInfo(
+        "DGAHeartBeatCheckTool::check,monitoredPID == nil , _timeInterval timeout "
+        "(kDGANoClientPIDTimeout).");
     record().readyToQuit = true;
 }
 
@@ -289,10 +285,8 @@ void DGAHeartBeatCheckTool::frozeAlert() {
 }
 
 void DGAHeartBeatCheckTool::frozeWindowButtonDidClickWithIndex(int index) {
-    ORVNLogger::sharedLogger().log(
-        kORVNLogModule, 2,
-        "DGAHeartBeatCheckTool::frozeWindowButtonDidClickWithIndex,which frozenWindow btn is clicked: {}",
-        index);
+    logInfo("DGAHeartBeatCheckTool::frozeWindowButtonDidClickWithIndex,which frozenWindow btn is clicked: {}",
+            index);
     if (index == -1) {
         showUploadWindowWhileExistAlready();
     } else if (index == 0) {
@@ -337,12 +331,12 @@ void DGAHeartBeatCheckTool::killWatchedProcess() {
         isWatched = watched_.text == *text && watched_.process.startTime == found->startTime;
     }
     if (!isWatched) {
-        logLine(8, "the client is not ended: its process id does not name the watched process");
+        logWarning("the client is not ended: its process id does not name the watched process");
         return;
     }
     const auto said = DGATaskTool::runTaskWithCMD("/bin/kill -9 " + std::to_string(found->processIdentifier));
     if (!said || !said->empty())
-        logLine(8, "the client could not be ended: " + said.value_or("(null)"));
+        logWarning("the client could not be ended: {}", support::orNull(said));
 }
 
 void DGAHeartBeatCheckTool::reportFileGeneratedAt(const std::string& /*path*/) {

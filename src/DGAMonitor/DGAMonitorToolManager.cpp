@@ -34,8 +34,7 @@ void saveEncodedParameter(const char* name, const std::optional<std::string>& va
 void logWithoutPersonalData(nlohmann::json parameters) {
     for (const char* key : {dDGAUserEmailKey, dDGAMeetingKeyKey, dDGAConfNameKey})
         parameters.erase(key);
-    ORVNLogger::sharedLogger().log(kORVNLogModule, 2, "dealMessageFromClient，jsonStr={}",
-                                   support::prettyJson(parameters));
+    logInfo("dealMessageFromClient，jsonStr={}", support::prettyJson(parameters));
 }
 
 }  // namespace
@@ -77,8 +76,7 @@ void DGAMonitorToolManager::addProcessObserver() {
     addObserverByName(notificationName(kDGANotificationAppExit),
                       &DGADealNotifTargetTool::dealNormalQuitFromClient);
     const std::string ready = notificationName(kDGANotificationAppReady);
-    ORVNLogger::sharedLogger().log(kORVNLogModule, 2,
-                                   "addProcessObserver, notify client DGA app ready, send: {}", ready);
+    logInfo("addProcessObserver, notify client DGA app ready, send: {}", ready);
     DGAUtilities::dga_postDistributedNotificationWithName(ready, std::nullopt, {}, true);
 }
 
@@ -150,9 +148,8 @@ void DGAMonitorToolManager::setupTelemetry() {
     telemetryMrg->telemetryHttpHeaders = telemetryHttpHeaders.get();
     telemetryMrg->enableAccompnyDGA = enableAccompnyDGA;
     const auto& headers = telemetryMrg->telemetryHttpHeaders;
-    ORVNLogger::sharedLogger().log(
-        kORVNLogModule, 2, "{},_telemetryHttpHeaders:{},_telemetryMetricsURL:{}", ORVN_METHOD_NAME,
-        support::orNull(headers ? support::jsonAsSent(*headers) : std::nullopt), *metricsURL);
+    logInfo("{},_telemetryHttpHeaders:{},_telemetryMetricsURL:{}", ORVN_METHOD_NAME,
+            support::orNull(headers ? support::jsonAsSent(*headers) : std::nullopt), *metricsURL);
     telemetryMrg->startTelemetry();
 }
 

@@ -200,12 +200,11 @@ void DGAReportGenerator::generateScreenshot() {
 
 void DGAReportGenerator::fetchHVLogsReportFile() {
     Paths files = allLatestLogs();
-    auto& log = ORVNLogger::sharedLogger();
     if (request_.crashLog) {
-        log.log(kORVNLogModule, 2, "fetchFileDestinationPathWithOriginalArr crash");
+        logInfo("fetchFileDestinationPathWithOriginalArr crash");
         append(files, allCrashLogs().value_or(Paths()));
     } else {
-        log.log(kORVNLogModule, 2, "fetchFileDestinationPathWithOriginalArr normal");
+        logInfo("fetchFileDestinationPathWithOriginalArr normal");
     }
     zipReportFiles(fetchFileDestinationPathWithOriginalArr(files));
 }

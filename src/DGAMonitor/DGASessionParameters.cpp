@@ -81,8 +81,7 @@ void readTelemetry(const Reader& reader, DGAMonitorToolManager& record) {
     MaybeText trackingID = reader.asSent(dDGATelemetrySessionIDKey);
     if (!trackingID || trackingID->empty() || !DGAUtilities::isValidTrackID(trackingID)) {
         trackingID = DGAUtilities::createUUID();
-        ORVNLogger::sharedLogger().log(kORVNLogModule, 2,
-                                       "dealMessageFromClient, create _telemetrySessionID={}", *trackingID);
+        logInfo("dealMessageFromClient, create _telemetrySessionID={}", *trackingID);
     }
     record.telemetrySessionID.set(std::move(trackingID));
     record.telemetryMetricsURL.set(reader.asSent(dDGATelemetryMetricsURLKey));

@@ -19,8 +19,7 @@ void DGASystemProfileExtractor::generateSystemProfiler(const std::string& path,
     ORVN_LOG_METHOD();
     const int file = platform::openEmptyFileAtPath(path);
     if (file < 0) {
-        ORVNLogger::sharedLogger().log(kORVNLogModule, 8, "there is no system profile: cannot write {}",
-                                       path);
+        logWarning("there is no system profile: cannot write {}", path);
         return;
     }
     platform::Task task;

@@ -6,11 +6,9 @@
 
 bool DGATelemetryManager::judgeAvailable() const {
     if (!telemetryEnable)
-        ORVNLogger::sharedLogger().log(kORVNLogModule, 8, "{},telemetryEnable == false", ORVN_METHOD_NAME);
+        logWarning("{},telemetryEnable == false", ORVN_METHOD_NAME);
     if (!telemetryMetricsURL || telemetryMetricsURL->empty()) {
-        ORVNLogger::sharedLogger().log(kORVNLogModule, 8,
-                                       "{},telemetryMetricsURL == nil || telemetryMetricsURL == nil",
-                                       ORVN_METHOD_NAME);
+        logWarning("{},telemetryMetricsURL == nil || telemetryMetricsURL == nil", ORVN_METHOD_NAME);
         return false;
     }
     return telemetryEnable;
@@ -21,8 +19,7 @@ void DGATelemetryManager::startTelemetry() const {
     if (!judgeAvailable())
         return;
     if (!telemetryHttpHeaders || !telemetryHttpHeaders->is_object()) {
-        ORVNLogger::sharedLogger().log(kORVNLogModule, 2, "{},httpHeaders is not NSDictionary",
-                                       ORVN_METHOD_NAME);
+        logInfo("{},httpHeaders is not NSDictionary", ORVN_METHOD_NAME);
         return;
     }
     for (const auto& [name, value] : telemetryHttpHeaders->items()) {

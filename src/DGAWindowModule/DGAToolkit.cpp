@@ -40,8 +40,7 @@ private:
 // The toolkit would end the process next, with the case that the windows stood for: the watch, an upload, the
 // report of a client that has died with the same display. So it is left where it is, and the loop goes on.
 [[noreturn]] void goOnWithoutDisplay() {
-    ORVNLogger::sharedLogger().writeLine(kORVNLogModule, 8,
-                                         "the display is gone: no window is shown any more");
+    logWarning("the display is gone: no window is shown any more");
     // Nobody can answer the prompt, and the watch waits for the answer.
     for (QWidget* const window : QApplication::topLevelWidgets()) {
         if (qobject_cast<DGAFrozeWindow*>(window) && window->isVisible())
@@ -57,8 +56,10 @@ private:
 void logMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text) {
     if (type == QtDebugMsg)
         return;
-    const int level = type == QtCriticalMsg || type == QtFatalMsg ? 8 : 4;
-    ORVNLogger::sharedLogger().writeLine(kORVNLogModule, level, "toolkit: " + text.toStdString());
+    if (type == QtCriticalMsg || type == QtFatalMsg)
+        logWarning("toolkit: {}", text.toStdString());
+    else
+        logNotice("toolkit: {}", text.toStdString());
     if (text.startsWith(QLatin1String("The X11 connection broke")))
         goOnWithoutDisplay();
 }

@@ -42,11 +42,10 @@ std::string DgaIpcMessageListener::getMessagePortName() {
 void DgaIpcMessageListener::createListenerPort() {
     portRef_ = platform::MessagePort::createLocal(getMessagePortName(), &messagePortCallBack);
     if (!portRef_) {
-        ORVNLogger::sharedLogger().log(kORVNLogModule, 8, "createListenerPort failed !!!");
+        logWarning("createListenerPort failed !!!");
         return;
     }
-    ORVNLogger::sharedLogger().log(kORVNLogModule, 2, "createListenerPort  with port name {}",
-                                   getMessagePortName());
+    logInfo("createListenerPort  with port name {}", getMessagePortName());
     portRef_->schedule(platform::RunLoop::current());
 }
 
@@ -57,8 +56,7 @@ void DgaIpcMessageListener::messagePortCallBack(platform::MessagePort& /*port*/,
     if (platform::isUtf8(*data)) {
         theListener->handlePortMessage(std::string(*data));
     } else {
-        ORVNLogger::sharedLogger().log(kORVNLogModule, 8,
-                                       "a message of {} bytes that is not UTF-8 is ignored", data->size());
+        logWarning("a message of {} bytes that is not UTF-8 is ignored", data->size());
         theListener->handlePortMessage(std::nullopt);
     }
 }

@@ -126,18 +126,18 @@ void writeCoredumpRecord(const std::string& processId, const std::string& folder
         return;
     if (access(kService, X_OK) != 0) {
         done->insert(processId);
-        report(2, "this system has no core dump service to ask about the client's crash");
+        reportInfo("this system has no core dump service to ask about the client's crash");
         return;
     }
     const auto record = CoredumpRecord::parse(listingOf(processId));
     if (!record || record->processId != processId) {
-        report(2, "the core dump service knows no crash of the process " + processId);
+        reportInfo("the core dump service knows no crash of the process " + processId);
         return;
     }
     done->insert(processId);
     const auto target = makeFolders(folder) ? PrivateFolder::openLast(folder) : std::nullopt;
     if (!target || !target->replaceFile(record->fileName(prefix, g_get_host_name()), record->text()))
-        report(8, "the crash of the process " + processId + " cannot be written to " + folder);
+        reportWarning("the crash of the process " + processId + " cannot be written to " + folder);
 }
 
 }  // namespace platform

@@ -48,7 +48,7 @@ void signalArrived(GDBusConnection* /*bus*/, const char* /*sender*/, const char*
     if (g_variant_is_of_type(parameters, G_VARIANT_TYPE(kSignature)))
         (*static_cast<DistributedNotificationCenter::Handler*>(data))(notificationFrom(parameters));
     else
-        report(8, "a notification of an unknown form was ignored");
+        reportWarning("a notification of an unknown form was ignored");
 }
 
 }  // namespace
@@ -59,7 +59,7 @@ struct DistributedNotificationCenter::State {
 
     static void busClosed(GDBusConnection* /*bus*/, gboolean /*byPeer*/, GError* error, gpointer data) {
         static_cast<State*>(data)->connected = false;
-        report(8, std::string("the session bus has gone away, no notifications from now on") +
+        reportWarning(std::string("the session bus has gone away, no notifications from now on") +
                       (error ? std::string(": ") + error->message : std::string()));
     }
 };
@@ -68,8 +68,8 @@ DistributedNotificationCenter::DistributedNotificationCenter() : state_(std::mak
     GError* error = nullptr;
     state_->bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, &error);
     if (!state_->bus) {
-        report(8,
-               std::string("no session bus, so the client's notifications cannot arrive: ") + error->message);
+        reportWarning(std::string("no session bus, so the client's notifications cannot arrive: ") +
+                      error->message);
         g_error_free(error);
         return;
     }
@@ -116,7 +116,7 @@ void DistributedNotificationCenter::postNotification(const Notification& notific
     if (!error && deliverImmediately)
         g_dbus_connection_flush_sync(state_->bus, nullptr, &error);
     if (error) {
-        report(8, "posting " + notification.name + " failed: " + error->message);
+        reportWarning("posting " + notification.name + " failed: " + error->message);
         g_error_free(error);
     }
 }

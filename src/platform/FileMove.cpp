@@ -109,7 +109,7 @@ void removeSource(const std::string& path, const struct stat& copied) {
     if (lstat(path.c_str(), &now) == 0 && now.st_dev == copied.st_dev && now.st_ino == copied.st_ino &&
         unlink(path.c_str()) == 0)
         return;
-    report(4, "moved, but not removed: " + path);
+    reportNotice("moved, but not removed: " + path);
 }
 
 bool tryMove(const std::string& from, const std::string& to) {
@@ -139,7 +139,7 @@ bool tryMove(const std::string& from, const std::string& to) {
 bool moveFile(const std::string& from, const std::string& to) {
     if (tryMove(from, to))
         return true;
-    report(8, "not moved from " + from + " to " + to + ": " + std::strerror(errno));
+    reportWarning("not moved from " + from + " to " + to + ": " + std::strerror(errno));
     return false;
 }
 

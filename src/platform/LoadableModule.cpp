@@ -20,12 +20,12 @@ std::optional<LoadableModule> LoadableModule::open(const std::string& name) {
     // Anything but a file of that folder would be looked for elsewhere.
     if (folder.empty() || folder.front() != '/' || name.empty() || name.find('/') != std::string::npos ||
         name.find('\0') != std::string::npos) {
-        report(8, "cannot load the module \"" + name + "\": it has no place in the private folder");
+        reportWarning("cannot load the module \"" + name + "\": it has no place in the private folder");
         return std::nullopt;
     }
     void* const handle = dlopen((folder + "/" + name + ".so").c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     if (!handle) {
-        report(8, "cannot load the module " + name + ": " + reason());
+        reportWarning("cannot load the module " + name + ": " + reason());
         return std::nullopt;
     }
     return LoadableModule(name, handle);
@@ -34,7 +34,7 @@ std::optional<LoadableModule> LoadableModule::open(const std::string& name) {
 void* LoadableModule::address(const char* symbol) const {
     void* const found = dlsym(handle_, symbol);
     if (!found)
-        report(8, "the module " + name_ + " has no " + symbol + ": " + reason());
+        reportWarning("the module " + name_ + " has no " + symbol + ": " + reason());
     return found;
 }
 

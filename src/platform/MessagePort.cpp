@@ -172,7 +172,7 @@ struct MessagePort::State {
                 return;
             }
             if (!isPeerOfUser(handle)) {
-                report(8, "a peer of another user was refused at " + path);
+                reportWarning("a peer of another user was refused at " + path);
                 close(handle);
                 continue;
             }
@@ -185,7 +185,7 @@ struct MessagePort::State {
 
     // The waiting connection keeps the listener readable: without a pause the loop would spin.
     void pauseAccepting() {
-        report(8, "a connection at " + path + " has to wait: " + std::strerror(errno));
+        reportWarning("a connection at " + path + " has to wait: " + std::strerror(errno));
         drop(acceptable);
         acceptable =
             attach(g_timeout_source_new(kAcceptPauseMilliseconds), &State::onAcceptAgain, this, context);
@@ -222,7 +222,7 @@ struct MessagePort::State {
         for (auto front = peer.received.front(); front != FrameReader::Front::part;
              front = peer.received.front()) {
             if (front == FrameReader::Front::tooLong) {
-                report(8, "a message of " + std::to_string(peer.received.frontLength()) +
+                reportWarning("a message of " + std::to_string(peer.received.frontLength()) +
                               " bytes is too long, its peer at " + path + " is disconnected");
                 disconnect(peer);
                 return;
@@ -238,7 +238,7 @@ struct MessagePort::State {
         }
         if (peer.ended) {
             if (!peer.received.isEmpty())
-                report(8, "a peer at " + path + " left in the middle of a message");
+                reportWarning("a peer at " + path + " left in the middle of a message");
             disconnect(peer);
         } else if (!peer.readable) {
             drop(peer.more);
@@ -291,7 +291,8 @@ std::unique_ptr<MessagePort> MessagePort::createLocal(const std::string& name, C
         return nullptr;
     const int listener = listenIn(runtime->folder, name);
     if (listener < 0) {
-        report(8, "the port " + runtime->path + "/" + name + " cannot be opened: " + std::strerror(errno));
+        reportWarning("the port " + runtime->path + "/" + name +
+                      " cannot be opened: " + std::strerror(errno));
         return nullptr;
     }
     auto state = std::make_unique<State>(std::move(*runtime));

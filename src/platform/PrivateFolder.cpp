@@ -58,7 +58,7 @@ void reportOnce(const std::string& path, bool usable, const char* why) {
     if (usable)
         unusable->erase(path);
     else if (unusable->insert(path).second)
-        report(8, "the folder " + path + " is not used: " + why);
+        reportWarning("the folder " + path + " is not used: " + why);
 }
 
 bool writeAll(int file, std::string_view bytes) {
@@ -224,7 +224,7 @@ bool PrivateFolder::appendToFile(const std::string& name, std::string_view bytes
         done = false;
         // Part of a record would spoil the next one.
         if (ftruncate(file, before.st_size) != 0)
-            report(8, "part of a record stays in " + name);
+            reportWarning("part of a record stays in " + name);
     }
     close(file);
     return done;

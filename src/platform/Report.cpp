@@ -6,8 +6,8 @@
 namespace platform {
 namespace {
 
-void reportToStandardError(int level, std::string_view text) {
-    if (level >= 8)
+void reportToStandardError(LogLevel level, std::string_view text) {
+    if (level >= LogLevel::warning)
         std::fprintf(stderr, "orvanedga: %.*s\n", static_cast<int>(text.size()), text.data());
 }
 
@@ -19,8 +19,16 @@ void setReporter(Reporter reporter) {
     currentReporter = reporter ? reporter : &reportToStandardError;
 }
 
-void report(int level, std::string_view text) {
-    currentReporter.load()(level, text);
+void reportInfo(std::string_view text) {
+    currentReporter.load()(LogLevel::info, text);
+}
+
+void reportNotice(std::string_view text) {
+    currentReporter.load()(LogLevel::notice, text);
+}
+
+void reportWarning(std::string_view text) {
+    currentReporter.load()(LogLevel::warning, text);
 }
 
 }  // namespace platform

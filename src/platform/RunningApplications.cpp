@@ -77,7 +77,7 @@ std::optional<RunningApplication> RunningApplications::withProcessIdentifier(con
         // It went while it was looked at, or this process is out of handles: that says nothing about it.
         if (isGone(errno))
             return std::nullopt;
-        report(8, "the state of process " + text + " cannot be read: " + std::strerror(errno));
+        reportWarning("the state of process " + text + " cannot be read: " + std::strerror(errno));
         return RunningApplication{*processIdentifier, 0};
     }
     if (stat->state == 'Z' || stat->state == 'X')

@@ -19,7 +19,7 @@ std::optional<RuntimeFolder> openRuntimeFolder() {
     if ((given && *given == '/') || stat(path.c_str(), &info) == 0) {
         folder = PrivateFolder::openLast(path);
         if (!folder)
-            report(8, "the runtime folder " + path + " is missing or not the user's alone");
+            reportWarning("the runtime folder " + path + " is missing or not the user's alone");
     } else {
         path = "/tmp/com.tellan.orvane." + uid;
         folder = PrivateFolder::open(path, PrivateFolder::Create::yes);

@@ -145,10 +145,10 @@ std::optional<Child> start(const Task& task) {
     if (error == 0) {
         const rlimit size{task.largestFile, task.largestFile};
         if (task.largestFile > 0 && prlimit(child.pid, RLIMIT_FSIZE, &size, nullptr) != 0)
-            report(4, "the size of what " + task.program + " writes is not limited");
+            reportNotice("the size of what " + task.program + " writes is not limited");
         return child;
     }
-    report(8, "cannot start " + task.program + ": " + std::generic_category().message(error));
+    reportWarning("cannot start " + task.program + ": " + std::generic_category().message(error));
     return std::nullopt;
 }
 
@@ -195,7 +195,7 @@ void waitForEnd(Child& child, TaskResult& result) {
         const bool late = child.end && Clock::now() >= *child.end;
         if (!killed && (late || stopped)) {
             if (late)
-                report(8, "a tool took too long and is killed");
+                reportWarning("a tool took too long and is killed");
             // Not yet reaped, so that its process id still names its group.
             kill(-child.pid, SIGKILL);
             killed = true;

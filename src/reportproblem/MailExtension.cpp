@@ -18,8 +18,7 @@ constexpr size_t kLongestText = 36'000;
 std::string fitting(const std::string& text) {
     if (text.size() <= kLongestText)
         return text;
-    ORVNLogger::sharedLogger().log(kORVNLogModule, 8, "MailExtension::mailTo,a body of {} bytes is cut",
-                                   text.size());
+    logWarning("MailExtension::mailTo,a body of {} bytes is cut", text.size());
     size_t end = kLongestText;
     while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U)
         --end;

@@ -15,10 +15,10 @@ constexpr char kLogRoot[] = "/tmp/orvtrace/";
 constexpr size_t kLongestText = 65536;  // of a server's reply, say
 constexpr char kLinePattern[] = "%Y-%m-%d %H:%M:%S.%e [%P:%t] %v";
 
-spdlog::level::level_enum severityOf(int level) {
-    if (level >= 8)
+spdlog::level::level_enum severityOf(platform::LogLevel level) {
+    if (level >= platform::LogLevel::warning)
         return spdlog::level::err;
-    return level >= 4 ? spdlog::level::warn : spdlog::level::info;
+    return level >= platform::LogLevel::notice ? spdlog::level::warn : spdlog::level::info;
 }
 
 void writeToStandardError(std::string_view module, std::string_view text) {
@@ -54,17 +54,19 @@ void ORVNLogger::initParams(const Params& params) {
     state_->logger = std::make_shared<spdlog::logger>("orvdga", state_->file);
     state_->logger->set_pattern(kLinePattern);
     state_->current = state_->logger.get();
-    platform::setReporter(
-        [](int level, std::string_view text) { sharedLogger().writeLine(kORVNLogModule, level, text); });
+    platform::setReporter([](platform::LogLevel level, std::string_view text) {
+        sharedLogger().writeLine(kORVNLogModule, level, text);
+    });
 }
 
-void ORVNLogger::writeLine(std::string_view module, int level, std::string_view text) {
+void ORVNLogger::writeLine(std::string_view module, LogLevel level, std::string_view text) {
     spdlog::logger* const logger = state_->current;
     if (logger && !isWriting) {
         isWriting = true;
-        logger->log(severityOf(level), "{} {} {}", module, level, text.substr(0, kLongestText));
+        logger->log(severityOf(level), "{} {} {}", module, static_cast<int>(level),
+                    text.substr(0, kLongestText));
         isWriting = false;
-    } else if (level >= 8) {
+    } else if (level >= platform::LogLevel::warning) {
         writeToStandardError(module, text);
     }
 }

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/Report.h"
+
 /// The program's log: files <prefix><MMddyyyyHHmmss><two digits>.ovt (local time of their beginning)
 /// in /tmp/orvtrace/<sub path>, each of at most 10 MB; when a new one begins, the oldest beyond the
 /// given number are removed. Every line is on disk when log() returns. Lines are dropped, and their
@@ -15,6 +17,8 @@
 /// Any thread.
 class ORVNLogger {
 public:
+    using LogLevel = platform::LogLevel;
+
     /// The keys of the three settings have these fields' names: kORVNLogKeySubPath,
     /// kORVNLogKeyFileNamePrefix, kORVNLogKeyMaxFileNum.
     struct Params {
@@ -30,9 +34,9 @@ public:
     /// Also takes over what the platform's services report, under the module "orvdga".
     void initParams(const Params& params);
 
-    /// Writes one line. Levels: 2 information, 4 notice, 8 warning or failure.
+    /// Writes one line. The calls below the class say it shorter.
     template <typename... Args>
-    void log(std::string_view module, int level, fmt::format_string<Args...> format, Args&&... args) {
+    void log(std::string_view module, LogLevel level, fmt::format_string<Args...> format, Args&&... args) {
         writeLine(module, level, fmt::vformat(format, fmt::make_format_args(args...)));
     }
 
@@ -40,7 +44,7 @@ public:
     std::optional<std::string> logFileName() const;
 
     /// Writes a text as it is, without taking it for a format; at most its first 64 KiB.
-    void writeLine(std::string_view module, int level, std::string_view text);
+    void writeLine(std::string_view module, LogLevel level, std::string_view text);
 
     ORVNLogger(const ORVNLogger&) = delete;
     ORVNLogger& operator=(const ORVNLogger&) = delete;
@@ -66,8 +70,26 @@ inline std::string_view orNull(const std::optional<std::string>& text) {
 /// The log module of the assistant.
 inline constexpr char kORVNLogModule[] = "orvdga";
 
+/// One line of the assistant's own, at level 2, 4 or 8. Any thread.
+template <typename... Args>
+void logInfo(fmt::format_string<Args...> format, Args&&... args) {
+    ORVNLogger::sharedLogger().log(kORVNLogModule, platform::LogLevel::info, format,
+                                   std::forward<Args>(args)...);
+}
+template <typename... Args>
+void logNotice(fmt::format_string<Args...> format, Args&&... args) {
+    ORVNLogger::sharedLogger().log(kORVNLogModule, platform::LogLevel::notice, format,
+                                   std::forward<Args>(args)...);
+}
+template <typename... Args>
+void logWarning(fmt::format_string<Args...> format, Args&&... args) {
+    ORVNLogger::sharedLogger().log(kORVNLogModule, platform::LogLevel::warning, format,
+                                   std::forward<Args>(args)...);
+}
+
 /// The enclosing method's full name, "Class::method".
 #define ORVN_METHOD_NAME ::support::methodName(static_cast<const char*>(__PRETTY_FUNCTION__))
 
 /// Logs that the enclosing method was entered: its full name, at level 2.
-#define ORVN_LOG_METHOD() ORVNLogger::sharedLogger().writeLine(kORVNLogModule, 2, ORVN_METHOD_NAME)
+#define ORVN_LOG_METHOD() \
+    ORVNLogger::sharedLogger().writeLine(kORVNLogModule, platform::LogLevel::info, ORVN_METHOD_NAME)

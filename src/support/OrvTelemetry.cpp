@@ -32,11 +32,6 @@ constexpr std::chrono::seconds kRetryPause{1};
 constexpr std::chrono::seconds kLongestRetryPause{30};
 constexpr std::chrono::seconds kCloseTime{2};
 
-template <typename... Args>
-void logLine(int level, fmt::format_string<Args...> format, Args&&... args) {
-    ORVNLogger::sharedLogger().log(kORVNLogModule, level, format, std::forward<Args>(args)...);
-}
-
 // Null if the module is missing or of another version.
 const OrvTelemetrySender* loadSender() {
     const auto module = platform::LoadableModule::open(kOrvTelemetrySenderModule);
@@ -89,7 +84,7 @@ public:
             return;
         waiting_.pop_front();
         if (!std::exchange(dropping_, true))
-            logLine(8, "OrvTelemetry, too many actions wait, the oldest are dropped");
+            logWarning("OrvTelemetry, too many actions wait, the oldest are dropped");
     }
 
     void flush() {
@@ -104,7 +99,7 @@ public:
         changed_.notify_all();
         changed_.wait_until(hold, *end_, [this] { return !sending_; });
         if (sending_)
-            logLine(4, "OrvTelemetry, the end does not wait for the service any longer");
+            logNotice("OrvTelemetry, the end does not wait for the service any longer");
     }
 
 private:
@@ -116,7 +111,7 @@ private:
             std::thread([self = shared_from_this()] { self->send(); }).detach();
             sending_ = true;
         } catch (const std::system_error& error) {
-            logLine(8, "OrvTelemetry, no thread to send with: {}", error.what());
+            logWarning("OrvTelemetry, no thread to send with: {}", error.what());
         }
     }
 
@@ -150,7 +145,7 @@ private:
         if (!isAccepted(answer) && mayBeSentAgain(answer) && waitToRetry(answer.retryAfter))
             answer = post(sender, body);
         if (!isAccepted(answer))
-            logLine(8, "OrvTelemetry, {} action(s) not sent: {}", actions.size(), outcomeOf(answer));
+            logWarning("OrvTelemetry, {} action(s) not sent: {}", actions.size(), outcomeOf(answer));
     }
 
     OrvTelemetryAnswer post(const OrvTelemetrySender& sender, const std::string& body) {
@@ -238,7 +233,7 @@ void SetTelemetryHttpHeader(const char* name, const char* value) {
     const std::lock_guard<std::mutex> hold(library().mutex);
     auto& headers = library().headers;
     if (!line || headers.size() >= kMostHeaders) {
-        logLine(8, "OrvTelemetry, a request header is left out");
+        logWarning("OrvTelemetry, a request header is left out");
         return;
     }
     std::erase_if(headers, [name = support::telemetryHeaderName(*line)](const std::string& other) {

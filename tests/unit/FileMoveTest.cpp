@@ -29,7 +29,7 @@ std::string content(const std::string& path) {
 class FileMoveTest : public testing::Test {
 protected:
     void SetUp() override {
-        platform::setReporter([](int, std::string_view) {});
+        platform::setReporter([](platform::LogLevel, std::string_view) {});
         fs::create_directories("/tmp/from");
         fs::create_directories("/tmp/to");
         fs::create_directories("/tmp/small");

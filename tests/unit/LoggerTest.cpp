@@ -117,7 +117,7 @@ TEST(Logger, WritesLinesOfAllThreadsAndSurvivesABadFolder) {
     fs::create_directory("/tmp/elsewhere");
     fs::create_directory_symlink("/tmp/elsewhere", "/tmp/orvtrace");
     logger.initParams({.subPath = "dga", .fileNamePrefix = "orvtra_dga_", .maxFileNum = 30});
-    logger.log("orvdga", 2, "nowhere to go");
+    logInfo("nowhere to go");
     EXPECT_TRUE(fs::is_empty("/tmp/elsewhere")) << "a planted link is not followed";
     EXPECT_FALSE(logger.logFileName());
     fs::remove("/tmp/orvtrace");
@@ -127,7 +127,7 @@ TEST(Logger, WritesLinesOfAllThreadsAndSurvivesABadFolder) {
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&logger, t] {
             for (int i = 0; i < 250; ++i)
-                logger.log("orvdga", 8, "thread {} line {} {}", t, i, "{not a format %s}");
+                logWarning("thread {} line {} {}", t, i, "{not a format %s}");
         });
     }
     for (auto& thread : threads)

@@ -23,8 +23,8 @@ class PrivateFolderTest : public testing::Test {
 protected:
     void SetUp() override {
         reports = &seen_;
-        platform::setReporter([](int level, std::string_view text) {
-            if (level >= 8)
+        platform::setReporter([](platform::LogLevel level, std::string_view text) {
+            if (level >= platform::LogLevel::warning)
                 reports->emplace_back(text);
         });
         fs::remove_all(kRoot);

@@ -37,17 +37,15 @@ public:
 
 private:
     static support::StringTable load(const std::string& language) {
-        auto& logger = ORVNLogger::sharedLogger();
         if (!isPlainName(language)) {
-            logger.writeLine(kORVNLogModule, 8, "DGAUtilities::dga_localize,no language has such a name");
+            logWarning("DGAUtilities::dga_localize,no language has such a name");
             return {};
         }
         const std::string path =
             platform::BundleInfo::resourceFolder() + "/" + language + ".lproj/Localizable.strings";
         auto table = support::StringTable::read(path);
         if (const auto& fault = table.fault())
-            logger.log(kORVNLogModule, 8, "DGAUtilities::dga_localize,{}:{}: {}", path, fault->line,
-                       fault->what);
+            logWarning("DGAUtilities::dga_localize,{}:{}: {}", path, fault->line, fault->what);
         return table;
     }
 

@@ -28,8 +28,7 @@ void DGAUtilities::dga_judgeIfNeedQuit() {
     const bool noVisibleWindow = !DGAApplicationWindows::sharedWindows().anyVisible();
     // Read again: the user may have chosen to wait meanwhile.
     const bool readyToQuit = record.readyToQuit;
-    ORVNLogger::sharedLogger().log(kORVNLogModule, 2, "{} noVisibleWindow = {:d},readyToQuit = {:d}",
-                                   ORVN_METHOD_NAME, noVisibleWindow, readyToQuit);
+    logInfo("{} noVisibleWindow = {:d},readyToQuit = {:d}", ORVN_METHOD_NAME, noVisibleWindow, readyToQuit);
     if (noVisibleWindow && readyToQuit && !record.isUT)
         dga_quit();
 }
@@ -49,7 +48,7 @@ void DGAUtilities::dga_quit() {
     // the folder anew.
     DGACSVFileTool::traceQueue().sync([name] {
         DGACSVFileTool::shareFileTool().removeFile();
-        ORVNLogger::sharedLogger().log(kORVNLogModule, 2, "Finally {}", name);
+        logInfo("Finally {}", name);
         if (DGAMonitorToolManager::shareManager().isUT)
             return;
         platform::MessagePort::removeSockets();

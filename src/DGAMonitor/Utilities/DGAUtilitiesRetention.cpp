@@ -16,8 +16,7 @@ using platform::PrivateFolder;
 // As dga_removeFileAtPath, in a folder that is open already.
 void removeReport(const PrivateFolder& folder, const std::string& name) {
     if (!folder.remove(name))
-        ORVNLogger::sharedLogger().log(kORVNLogModule, 8, "{} stays in {}: it cannot be removed", name,
-                                       kDGATempStorePath);
+        logWarning("{} stays in {}: it cannot be removed", name, kDGATempStorePath);
 }
 
 bool isMoreThan(const std::vector<std::string>& names, double count) {

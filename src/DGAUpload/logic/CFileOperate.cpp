@@ -11,10 +11,6 @@
 
 namespace {
 
-ORVNLogger& logger() {
-    return ORVNLogger::sharedLogger();
-}
-
 // A named pipe in the file's place must not hold us up, and a folder has no size that means anything.
 FILE* openRegularFile(const std::string& path) {
     const int handle = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
@@ -30,13 +26,13 @@ FILE* openRegularFile(const std::string& path) {
 }  // namespace
 
 CFileOperate::CFileOperate() {
-    logger().log(kORVNLogModule, 2, "CFileOperate::CFileOperate Begin");
+    logInfo("CFileOperate::CFileOperate Begin");
 }
 
 CFileOperate::~CFileOperate() {
     if (m_pFile != nullptr)
         std::fclose(m_pFile);
-    logger().log(kORVNLogModule, 2, "~CFileOperate::~~CFileOperate");
+    logInfo("~CFileOperate::~~CFileOperate");
 }
 
 bool CFileOperate::initialize(const std::string& path) {
@@ -45,12 +41,12 @@ bool CFileOperate::initialize(const std::string& path) {
     m_nFileSize = 0;
     m_pFile = path.empty() ? nullptr : openRegularFile(path);
     if (m_pFile == nullptr || fseeko(m_pFile, 0, SEEK_END) != 0) {
-        logger().log(kORVNLogModule, 8, "CFileOperate::CFileOperate filepath is empty");
+        logWarning("CFileOperate::CFileOperate filepath is empty");
         return false;
     }
     m_nFileSize = std::max<int64_t>(ftello(m_pFile), 0);
     std::rewind(m_pFile);
-    logger().log(kORVNLogModule, 2, "CFileOperate::initialize fileSize={}", m_nFileSize);
+    logInfo("CFileOperate::initialize fileSize={}", m_nFileSize);
     return true;
 }
 
@@ -59,7 +55,7 @@ int32_t CFileOperate::getTotalPiece() {
     const int64_t pieces = m_nFileSize / kPieceLength + (m_nFileSize % kPieceLength != 0 ? 1 : 0);
     const auto totalPiece =
         static_cast<int32_t>(std::min<int64_t>(pieces, std::numeric_limits<int32_t>::max()));
-    logger().log(kORVNLogModule, 2, "CFileOperate::getTotalPiece totalPiece={}", totalPiece);
+    logInfo("CFileOperate::getTotalPiece totalPiece={}", totalPiece);
     return totalPiece;
 }
 
@@ -68,8 +64,8 @@ uint64_t CFileOperate::getBlockFromFile(uint32_t length, unsigned char** buffer)
         return 0;
     const off_t position = ftello(m_pFile);
     const size_t count = std::fread(*buffer, 1, length, m_pFile);
-    logger().log(kORVNLogModule, 2, "CFileOperate::getBlockFromFile nBufLen:{}, offset:{}, totalSize:{} \n",
-                 count, static_cast<int64_t>(position), m_nFileSize);
+    logInfo("CFileOperate::getBlockFromFile nBufLen:{}, offset:{}, totalSize:{} \n", count,
+            static_cast<int64_t>(position), m_nFileSize);
     fseeko(m_pFile, position + static_cast<off_t>(length), SEEK_SET);
     return count;
 }

@@ -15,11 +15,6 @@ namespace {
 
 constexpr int kPieceLength = CFileOperate::kPieceLength;
 
-template <typename... Args>
-void log(int level, fmt::format_string<Args...> format, Args&&... args) {
-    ORVNLogger::sharedLogger().log(kORVNLogModule, level, format, std::forward<Args>(args)...);
-}
-
 std::string valueOf(const DGAXMLParser::Dictionary& values, const char* name) {
     const auto found = values.find(name);
     return found == values.end() ? std::string() : found->second;
@@ -37,7 +32,7 @@ struct CTraceUpload::Reply {
 };
 
 CTraceUpload::CTraceUpload() : m_request(std::make_shared<CUploadRequest>(*this)) {
-    log(2, "CTraceUpload::CTraceUpload Begin");
+    logInfo("CTraceUpload::CTraceUpload Begin");
 }
 
 CTraceUpload::~CTraceUpload() {
@@ -48,22 +43,22 @@ bool CTraceUpload::preparingReport(std::string url, std::string filePath) {
     m_siteURL = std::move(url);
     if (filePath.empty()) {
         m_status = kStatusNoFile;
-        log(8, "CTraceUpload::preparingReport filePath is empty");
+        logWarning("CTraceUpload::preparingReport filePath is empty");
         return true;
     }
     m_filePath = std::move(filePath);
-    log(2, "CTraceUpload::preparingReport file:{}, file_without_extension:{}", m_filePath, m_fileName);
+    logInfo("CTraceUpload::preparingReport file:{}, file_without_extension:{}", m_filePath, m_fileName);
     m_pFileOperate = std::make_unique<CFileOperate>();
     if (!m_pFileOperate->initialize(m_filePath)) {
         m_status = kStatusNoFile;
-        log(8, "CTraceUpload::start_uploadToServer file inital failed");
+        logWarning("CTraceUpload::start_uploadToServer file inital failed");
         return false;
     }
     return true;
 }
 
 bool CTraceUpload::queryAndUploadToSever() {
-    log(2, "CTraceUpload::queryAndUploadToSever");
+    logInfo("CTraceUpload::queryAndUploadToSever");
     m_request->query(getURLAndEnodeByType("QW"));
     return true;  // we may be gone here
 }
@@ -71,17 +66,17 @@ bool CTraceUpload::queryAndUploadToSever() {
 std::string CTraceUpload::getURLAndEnodeByType(const std::string& type) const {
     if (type == "QW" || type == "UL")
         return m_siteURL + "&AT=" + type;
-    log(8, "CTraceUpload::getURLAndEnodeByType type not support");
+    logWarning("CTraceUpload::getURLAndEnodeByType type not support");
     return m_siteURL;
 }
 
 void CTraceUpload::start_uploadToServer() {
-    log(2, "CTraceUpload::start_uploadToServer");
+    logInfo("CTraceUpload::start_uploadToServer");
     m_fileSizeText = std::to_string(m_pFileOperate ? m_pFileOperate->fileSize() : 0);
     m_total_pieceCount = m_pFileOperate ? static_cast<uint32_t>(m_pFileOperate->getTotalPiece()) : 0;
     if (m_total_pieceCount == 0) {
         m_status = kStatusFileEmpty;
-        log(8, "CTraceUpload::start_uploadToServer filesize is 0, no file to upload");
+        logWarning("CTraceUpload::start_uploadToServer filesize is 0, no file to upload");
         return;
     }
     ++m_current_pieceNum;
@@ -92,7 +87,7 @@ void CTraceUpload::start_uploadToServer() {
 }
 
 bool CTraceUpload::uploading_tracefile() {
-    log(2, "CTraceUpload::uploading_tracefile");
+    logInfo("CTraceUpload::uploading_tracefile");
     if (m_current_pieceNum > m_total_pieceCount)
         uploadFinish();
     else
@@ -110,10 +105,10 @@ void CTraceUpload::postPiece() {
     std::fill(m_base64Buffer.begin() + std::max(encoded, 0), m_base64Buffer.end(), '\0');
     if (encoded < 1) {
         m_status = kStatusSendFailed;
-        log(8, "CTraceUpload::start_uploadToServer Base64Encode failed");
+        logWarning("CTraceUpload::start_uploadToServer Base64Encode failed");
     }
-    log(2, "CTraceUpload::start_uploadToServer base64EncodeReturnSize {}, Inital Size: {} \n", encoded,
-        m_base64Buffer.size());
+    logInfo("CTraceUpload::start_uploadToServer base64EncodeReturnSize {}, Inital Size: {} \n", encoded,
+            m_base64Buffer.size());
 
     std::string body = DGAUtilities::dga_stringToBase64Str(pieceDescription());
     body.reserve(body.size() + 1 + m_base64Buffer.size());
@@ -152,21 +147,21 @@ std::string CTraceUpload::pieceDescription() const {
 }
 
 void CTraceUpload::uploadFinish() {
-    log(2, "CTraceUpload::uploadFinish");
+    logInfo("CTraceUpload::uploadFinish");
     std::vector<unsigned char>().swap(m_pieceBuffer);
     std::vector<char>().swap(m_base64Buffer);
     m_status = kStatusSent;
 }
 
 void CTraceUpload::OnUrlReturn(intptr_t downloadType, int result, const char* data) {
-    log(2, "CTraceUpload::OnUrlReturn,result={}", result);
+    logInfo("CTraceUpload::OnUrlReturn,result={}", result);
     if (data == nullptr) {
         m_status = downloadType == CUploadRequest::kQuery ? kStatusQueryFailed : kStatusSendFailed;
-        log(8, "CTraceUpload::OnUrlReturn, failed, downloadType {}", downloadType);
+        logWarning("CTraceUpload::OnUrlReturn, failed, downloadType {}", downloadType);
         return;
     }
     const std::string text(data, static_cast<size_t>(std::max(result, 0)));
-    log(2, "str_return_XML.c_str()={}", text.c_str());
+    logInfo("str_return_XML.c_str()={}", text.c_str());
     const Reply reply{result, text};
     DGAXMLParser::parserValueWith(
         text,
@@ -187,8 +182,8 @@ void CTraceUpload::pieceAnswered(const Reply& reply, const DGAXMLParser::Diction
         m_status = kStatusExceedFileNumber;
     } else {
         m_status = kStatusSendFailed;
-        log(4, "CTraceUpload::OnUrlReturn,Upload Filed failed! result: {}, content: {}", reply.result,
-            reply.text.c_str());
+        logNotice("CTraceUpload::OnUrlReturn,Upload Filed failed! result: {}, content: {}", reply.result,
+                  reply.text.c_str());
     }
 }
 
@@ -196,7 +191,7 @@ void CTraceUpload::pieceTaken() {
     int32_t progress = static_cast<int32_t>(static_cast<float>(m_current_pieceNum) /
                                             static_cast<float>(m_total_pieceCount) * 100);
     if (progress >= 101) {
-        log(4,
+        logNotice(
             "CTraceUpload::OnUrlReturn,m_upload_progress is wrong: {}, m_current_pieceNum {}, "
             "m_total_pieceCount {}",
             progress, m_current_pieceNum, m_total_pieceCount);
@@ -214,7 +209,8 @@ void CTraceUpload::queryAnswered(const Reply& reply, const DGAXMLParser::Diction
         start_uploadToServer();
     } else {
         m_status = kStatusSendFailed;
-        log(4, "CTraceUpload::OnUrlReturn,QueryWorkload Connection to Server failed! result: {}, content: {}",
+        logNotice(
+            "CTraceUpload::OnUrlReturn,QueryWorkload Connection to Server failed! result: {}, content: {}",
             reply.result, reply.text.c_str());
     }
 }
@@ -222,10 +218,10 @@ void CTraceUpload::queryAnswered(const Reply& reply, const DGAXMLParser::Diction
 void CTraceUpload::replyUnreadable(intptr_t downloadType) {
     if (downloadType == CUploadRequest::kPiece) {
         m_status = kStatusSendFailed;
-        log(4, "CTraceUpload::OnUrlReturn,Upload Filed failed!");
+        logNotice("CTraceUpload::OnUrlReturn,Upload Filed failed!");
     } else if (downloadType == CUploadRequest::kQuery) {
         m_status = kStatusQueryFailed;
-        log(8, "CTraceUpload::OnUrlReturn,QueryWorkload parse failed!");
+        logWarning("CTraceUpload::OnUrlReturn,QueryWorkload parse failed!");
     }
 }
 

@@ -80,14 +80,13 @@ void UploadViewController::reportFileGeneratedAt(const std::string& path) {
 
 void UploadViewController::setupParameters() {
     ORVN_LOG_METHOD();
-    auto& logger = ORVNLogger::sharedLogger();
     passParameters();
-    logger.log(kORVNLogModule, 2, "{},parameters set success", ORVN_METHOD_NAME);
+    logInfo("{},parameters set success", ORVN_METHOD_NAME);
     m_traceUpload->preparingReport(record().uploadURL.get().value_or(""), fileFullPath_);
     // With nothing to send the server is not asked: its answer would replace the status that says so.
     if (m_traceUpload->m_status != CTraceUpload::kStatusNoFile)
         m_traceUpload->queryAndUploadToSever();
-    logger.log(kORVNLogModule, 2, "{},queryAndUpload finish", ORVN_METHOD_NAME);
+    logInfo("{},queryAndUpload finish", ORVN_METHOD_NAME);
     startPolling();
 }
 
@@ -125,7 +124,7 @@ void UploadViewController::startPolling() {
         std::thread(&threadEntry, ThreadArguments{polling_, m_traceUpload, weak_from_this()}).detach();
     } catch (const std::system_error& error) {
         polling_->myHttpThread = false;
-        ORVNLogger::sharedLogger().log(kORVNLogModule, 8, "the upload is not watched: {}", error.what());
+        logWarning("the upload is not watched: {}", error.what());
     }
 }
 

@@ -101,7 +101,7 @@ std::optional<InternetPassword> search(const Query& query, GCancellable* stop) {
     GList* items = secret_service_search_sync(service.get(), SECRET_SCHEMA_COMPAT_NETWORK, attributes.get(),
                                               flags, stop, &error);
     if (error && !g_cancellable_is_cancelled(stop))
-        report(4, std::string("the keyring could not be searched: ") + error->message);
+        reportNotice(std::string("the keyring could not be searched: ") + error->message);
     g_clear_error(&error);
     Found best;
     for (const GList* at = items; at; at = at->next)
@@ -133,7 +133,7 @@ std::optional<InternetPassword> findInternetPassword(const std::string& server, 
             state->changed.notify_one();
         }).detach();
     } catch (const std::system_error&) {
-        report(8, "the keyring cannot be searched: there is no thread for it");
+        reportWarning("the keyring cannot be searched: there is no thread for it");
         return std::nullopt;
     }
     std::unique_lock<std::mutex> hold(state->mutex);
@@ -141,7 +141,7 @@ std::optional<InternetPassword> findInternetPassword(const std::string& server, 
         return std::move(state->result);
     hold.unlock();
     g_cancellable_cancel(state->stop.get());
-    report(4, "the keyring did not answer in time");
+    reportNotice("the keyring did not answer in time");
     return std::nullopt;
 }
 

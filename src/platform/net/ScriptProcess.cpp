@@ -58,7 +58,7 @@ bool askOnThread(std::function<void()> question) {
             }).detach();
             return true;
         } catch (const std::system_error&) {
-            report(4, "there is no thread for a script's question");
+            reportNotice("there is no thread for a script's question");
         }
     }
     questionThreads.fetch_sub(1);
@@ -154,7 +154,7 @@ struct ScriptProcess::Impl : std::enable_shared_from_this<Impl> {
             const auto answered = std::exchange(requests.front().answered, nullptr);
             const Answer answer{message.id == kFailed, false, std::string(message.data)};
             if (answer.failed)
-                report(4, "a script failed: " + answer.text);
+                reportNotice("a script failed: " + answer.text);
             requests.pop_front();
             busy = false;
             // What it defines is there for the next request.
@@ -205,7 +205,7 @@ struct ScriptProcess::Impl : std::enable_shared_from_this<Impl> {
         requests.front().lookedUp += std::chrono::duration_cast<milliseconds>(Clock::now() - askedAt);
         requests.front().known[std::exchange(asked, {})] = answer;
         if (requests.front().known.size() == kMostQuestions)
-            report(4, "a script looks up too much; the rest is not answered");
+            reportNotice("a script looks up too much; the rest is not answered");
         sendReply(answer);
     }
 
@@ -227,7 +227,7 @@ struct ScriptProcess::Impl : std::enable_shared_from_this<Impl> {
     }
 
     void failAll(const std::string& reason) {
-        report(8, "the script process " + reason);
+        reportWarning("the script process " + reason);
         end(reason);
     }
 
@@ -267,7 +267,7 @@ void ScriptProcess::define(const std::string& object, const std::string& name, Q
 
 void ScriptProcess::evaluate(std::string source, std::function<void(const Answer&)> evaluated) {
     if (source.size() > kLongestScript + kRoomForLibrary) {
-        report(8, "a script of more than 1 MiB is not evaluated");
+        reportWarning("a script of more than 1 MiB is not evaluated");
         if (evaluated)
             evaluated({true, true, "the script is too long"});
         return;

@@ -33,8 +33,7 @@ std::optional<platform::Task> taskInResourceFolder(const std::string& path,
     task.workingFolder = platform::BundleInfo::resourceFolder();
     std::error_code failed;
     if (!std::filesystem::is_directory(task.workingFolder, failed)) {
-        ORVNLogger::sharedLogger().log(kORVNLogModule, 8, "{} is not run: there is no folder {}", path,
-                                       task.workingFolder);
+        logWarning("{} is not run: there is no folder {}", path, task.workingFolder);
         return std::nullopt;
     }
     task.program = platform::programForCommand(path);

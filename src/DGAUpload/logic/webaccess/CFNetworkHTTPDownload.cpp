@@ -23,13 +23,8 @@ constexpr size_t kTooShortUrl = 11;
 constexpr int kFirstReleaseWithStreamProxies = 14;
 constexpr uint64_t kLongestTimeout = 1'000'000'000'000;  // 31 years, in milliseconds
 
-ORVNLogger& logger() {
-    return ORVNLogger::sharedLogger();
-}
-
 void logViolation(const char* message, void* /*where*/, errno_t error) {
-    logger().log(kORVNLogModule, 8, "CNetworkDownload::logViolation,{},error={}", message ? message : "",
-                 error);
+    logWarning("CNetworkDownload::logViolation,{},error={}", message ? message : "", error);
 }
 
 void reportViolations() {
@@ -65,10 +60,10 @@ CNetworkDownload::~CNetworkDownload() {
 int CNetworkDownload::DownloadURL(const char* url, IUrlDownloadSink* sink, unsigned long timeout, bool block,
                                   bool saveToFile) {
     if (!url) {
-        logger().log(kORVNLogModule, 4, "CNetworkDownload::DownloadURL,url is nil,don't download it!");
+        logNotice("CNetworkDownload::DownloadURL,url is nil,don't download it!");
         return -1;
     }
-    logger().log(kORVNLogModule, 2, "CNetworkDownload::DownloadURL，url = {}", url);
+    logInfo("CNetworkDownload::DownloadURL，url = {}", url);
     const std::string text = trimmed(url);
     FindProxyAndScheme(text, "CNetworkDownload::DownloadURL,skip check proxy!");
     m_bPostMode = false;
@@ -91,12 +86,12 @@ int CNetworkDownload::PostData(const char* url, const void* data, unsigned long 
                                IUrlDownloadSink* sink, bool block, bool saveToFile, unsigned long timeout,
                                const Headers* headers) {
     if (!url) {
-        logger().log(kORVNLogModule, 4, "CNetworkDownload::PostData,url is nil,don't post it!");
+        logNotice("CNetworkDownload::PostData,url is nil,don't post it!");
         return -1;
     }
-    logger().log(kORVNLogModule, 2, "CNetworkDownload::PostData,before trim, url={}", url);
+    logInfo("CNetworkDownload::PostData,before trim, url={}", url);
     const std::string text = trimmed(url);
-    logger().log(kORVNLogModule, 2, "CNetworkDownload::PostData,url={}", text);
+    logInfo("CNetworkDownload::PostData,url={}", text);
     FindProxyAndScheme(text, "CNetworkDownload::PostData,skip check proxy!");
     restartTimer_.reset();
     m_bPostMode = true;
@@ -132,7 +127,7 @@ int CNetworkDownload::FailPost() {
 
 void CNetworkDownload::FindProxyAndScheme(const std::string& url, const char* skipMessage) {
     if (m_bSkipCheckProxy)
-        logger().writeLine(kORVNLogModule, 4, skipMessage);
+        logNotice("{}", skipMessage);
     else
         GetIEProxySetting(url.c_str());
     if (strncasecmp(url.c_str(), kHttpsPrefix, kHttpsPrefixLength) == 0)
@@ -147,18 +142,18 @@ bool CNetworkDownload::MakeUrl(bool isPost) {
     if (m_bNeedEscape) {
         text = addPercentEscapes(removePercentEscapes(text), PercentSign::escape);
     } else if (!isPost && !isUrlText(text)) {
-        logger().log(kORVNLogModule, 4,
-                     "CNetworkDownload::DownloadURL,CFURLCreateWithString failed,need use Escape try "
-                     "again!url is {}",
-                     m_strUrl);
+        logNotice(
+            "CNetworkDownload::DownloadURL,CFURLCreateWithString failed,need use Escape try "
+            "again!url is {}",
+            m_strUrl);
         text = addPercentEscapes(text, PercentSign::keep);
     }
     if (isUrlText(text)) {
         m_url = std::move(text);
         return true;
     }
-    logger().log(kORVNLogModule, 8, "CNetworkDownload::{},Call CFURLCreateWithString failed!url is {}",
-                 isPost ? "PostData" : "DownloadURL", m_strUrl);
+    logWarning("CNetworkDownload::{},Call CFURLCreateWithString failed!url is {}",
+               isPost ? "PostData" : "DownloadURL", m_strUrl);
     return false;
 }
 
@@ -180,8 +175,8 @@ bool CNetworkDownload::Send(platform::HttpRequest request) {
     const auto logFailure = [&](const char* call) {
         const auto error = m_readStream->error();
         if (isPost)
-            logger().log(kORVNLogModule, 4, "CNetworkDownload::PostData,{} failed! domain:{},error:{}", call,
-                         error.domain, error.code);
+            logNotice("CNetworkDownload::PostData,{} failed! domain:{},error:{}", call, error.domain,
+                      error.code);
     };
     auto* const stream = m_readStream.get();
     if (!stream->setClient([this, stream](platform::HttpReadStream::Event event) {
@@ -206,10 +201,9 @@ void CNetworkDownload::SetStreamProxy(bool isPost) {
             m_readStream->setProxy(std::move(*settings));
         return;
     }
-    logger().log(kORVNLogModule, 4, "CNetworkDownload::DownloadURL,PAC and over 10.9[{}]!", m_nOSMajor);
+    logNotice("CNetworkDownload::DownloadURL,PAC and over 10.9[{}]!", m_nOSMajor);
     if (m_pacProxyHost.empty()) {
-        logger().log(kORVNLogModule, 4, "CNetworkDownload::{},it is DIRECT!",
-                     isPost ? "PostData" : "DownloadURL");
+        logNotice("CNetworkDownload::{},it is DIRECT!", isPost ? "PostData" : "DownloadURL");
         return;
     }
     platform::ProxySettings settings;
@@ -262,21 +256,21 @@ void CNetworkDownload::SetFileName(const char* name) {
 }
 
 void CNetworkDownload::SetHttpProxy(std::string user, std::string password) {
-    logger().log(kORVNLogModule, 2, "CNetworkDownload::SetHttpProxy,m_bPostMode={:d},Begin", m_bPostMode);
+    logInfo("CNetworkDownload::SetHttpProxy,m_bPostMode={:d},Begin", m_bPostMode);
     m_httpProxyUser = std::move(user);
     m_httpProxyPassword = std::move(password);
     TerminateDownload();
     RestartRequest();
-    logger().log(kORVNLogModule, 2, "CNetworkDownload::SetHttpProxy,End");
+    logInfo("CNetworkDownload::SetHttpProxy,End");
 }
 
 void CNetworkDownload::SetHttpsProxy(std::string user, std::string password) {
-    logger().log(kORVNLogModule, 2, "CNetworkDownload::SetHttpsProxy,m_bPostMode={:d},Begin", m_bPostMode);
+    logInfo("CNetworkDownload::SetHttpsProxy,m_bPostMode={:d},Begin", m_bPostMode);
     m_httpsProxyUser = std::move(user);
     m_httpsProxyPassword = std::move(password);
     TerminateDownload();
     RestartRequest();
-    logger().log(kORVNLogModule, 2, "CNetworkDownload::SetHttpsProxy,End");
+    logInfo("CNetworkDownload::SetHttpsProxy,End");
 }
 
 // The engine may be gone after this.

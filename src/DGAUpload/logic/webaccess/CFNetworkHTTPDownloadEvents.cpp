@@ -18,10 +18,6 @@ constexpr size_t kLongestUrl = 2047;
 constexpr auto kFirstPause = 500ms;
 constexpr std::chrono::milliseconds kLongestPause = 5s;
 
-ORVNLogger& logger() {
-    return ORVNLogger::sharedLogger();
-}
-
 }  // namespace
 
 void CNetworkDownload::ReadStreamClientCallBack(platform::HttpReadStream* /*stream*/, Event event,
@@ -68,23 +64,21 @@ void CNetworkDownload::Report(int result, const char* data) {
 }
 
 void CNetworkDownload::OnEnd() {
-    logger().log(kORVNLogModule, 2,
-                 "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventEndEncountered");
+    logInfo("CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventEndEncountered");
     m_bSuccess = true;
     TerminateDownload();
     Report(static_cast<int>(m_nDataSize), m_pData);
 }
 
 void CNetworkDownload::OnError() {
-    logger().log(kORVNLogModule, 4, "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventErrorOccurred");
+    logNotice("CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventErrorOccurred");
     m_bSuccess = false;
     TerminateDownload();
     Report(-1, nullptr);
 }
 
 void CNetworkDownload::OnNotFound() {
-    logger().log(kORVNLogModule, 4,
-                 "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 2,Error=404");
+    logNotice("CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 2,Error=404");
     m_bSuccess = false;
     TerminateDownload();
     Report(0, nullptr);
@@ -102,9 +96,9 @@ void CNetworkDownload::OnBytes() {
     uint32_t total = 0;
     for (;;) {
         if (!m_readStream->hasBytesAvailable()) {
-            logger().log(kORVNLogModule, 4,
-                         "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 3,"
-                         "call CFReadStreamHasBytesAvailable return false!");
+            logNotice(
+                "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 3,"
+                "call CFReadStreamHasBytesAvailable return false!");
             break;
         }
         memset_s(buffer.data(), buffer.size(), 0, buffer.size());
@@ -119,9 +113,8 @@ void CNetworkDownload::OnBytes() {
 }
 
 void CNetworkDownload::OnChallenge(const platform::HttpResponse& response) {
-    logger().log(kORVNLogModule, 4,
-                 "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 1,Error={}",
-                 response.status);
+    logNotice("CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 1,Error={}",
+              response.status);
     StopBlocking();
     NoteMovedUrl(response.url);
     if (!m_pSink)
@@ -146,20 +139,20 @@ void CNetworkDownload::OnChallenge(const platform::HttpResponse& response) {
 
 void CNetworkDownload::NoteMovedUrl(const std::string& url) {
     if (url.empty()) {
-        logger().log(kORVNLogModule, 4,
-                     "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 2,"
-                     "urlNew == NULL");
+        logNotice(
+            "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 2,"
+            "urlNew == NULL");
     } else if (url.size() > kLongestUrl) {
-        logger().log(kORVNLogModule, 4,
-                     "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 2,"
-                     "get buffer from CFString failed");
+        logNotice(
+            "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 2,"
+            "get buffer from CFString failed");
     } else if (url != m_strUrl) {
         m_bNeedEscape = false;
         m_strUrl = url;
-        logger().log(kORVNLogModule, 2,
-                     "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 2, "
-                     "jump to another url = {}",
-                     url);
+        logInfo(
+            "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 2, "
+            "jump to another url = {}",
+            url);
     }
 }
 

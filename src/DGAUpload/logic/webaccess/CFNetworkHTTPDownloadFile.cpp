@@ -23,10 +23,6 @@ constexpr char kFolder[] = "/tmp/orvane";
 constexpr unsigned kSeed = 100000;
 constexpr mode_t kFileMode = 0777;
 
-ORVNLogger& logger() {
-    return ORVNLogger::sharedLogger();
-}
-
 std::string joined(const std::string& folder, const std::string& name) {
     char text[kPathSize] = {};
     strncpy_s(text, sizeof text, folder.c_str(), sizeof text - 1);
@@ -111,7 +107,7 @@ void CNetworkDownload::BeginFile(const unsigned char* bytes, unsigned long count
     if (!m_pFile) {
         if (handle >= 0)
             close(handle);
-        logger().log(kORVNLogModule, 4, "CNetworkDownload::OnNewStream ,1 fopen file = {} failed!", path);
+        logNotice("CNetworkDownload::OnNewStream ,1 fopen file = {} failed!", path);
         return;
     }
     if (!m_pData)
@@ -124,7 +120,7 @@ void CNetworkDownload::BeginFile(const unsigned char* bytes, unsigned long count
     if (written)
         m_nDataSize += count;
     else
-        logger().log(kORVNLogModule, 8, "CNetworkDownload::BeginFile,write to {} failed!", path);
+        logWarning("CNetworkDownload::BeginFile,write to {} failed!", path);
 }
 
 void CNetworkDownload::AppendToFile(const unsigned char* bytes, unsigned long count) {
@@ -133,5 +129,5 @@ void CNetworkDownload::AppendToFile(const unsigned char* bytes, unsigned long co
     if (place.folder && place.folder->appendToFile(place.name, chunk))
         m_nDataSize += count;
     else
-        logger().log(kORVNLogModule, 4, "CNetworkDownload::OnNewStream,2 fopen file = {} failed!", m_pData);
+        logNotice("CNetworkDownload::OnNewStream,2 fopen file = {} failed!", m_pData);
 }

@@ -16,10 +16,6 @@ constexpr size_t kLongestHost = 255;
 constexpr size_t kLongestPacHost = 63;
 constexpr char kHttpProxyProtocol[] = "http";
 
-ORVNLogger& logger() {
-    return ORVNLogger::sharedLogger();
-}
-
 // As much of a host as can be one: ASCII, not too long.
 std::string usableHost(const std::string& host) {
     const bool isAscii =
@@ -39,7 +35,7 @@ void findCredentials(const std::string& host, int32_t port, std::string& user, s
 
 void CNetworkDownload::GetIEProxySetting(const char* url) {
     if (m_bProxyChecked) {
-        logger().log(kORVNLogModule, 4, "CNetworkDownload::GetIEProxySetting,don't re-check proxy!");
+        logNotice("CNetworkDownload::GetIEProxySetting,don't re-check proxy!");
         return;
     }
     m_bProxyChecked = true;
@@ -50,13 +46,13 @@ void CNetworkDownload::GetIEProxySetting(const char* url) {
 }
 
 void CNetworkDownload::ReadPacProxy(const char* url) {
-    logger().log(kORVNLogModule, 4, "CNetworkDownload::GetIEProxySetting,it is pac proxy!");
+    logNotice("CNetworkDownload::GetIEProxySetting,it is pac proxy!");
     m_bUsePac = true;
     const auto proxies = CPacParser::sharedInstance()->FindProxy(url);
     if (proxies.empty()) {
-        logger().log(kORVNLogModule, 4,
-                     "CNetworkDownload::GetIEProxySetting,it is pac proxy,but proxyaddr is nil,maybe it is "
-                     "DIRECT!");
+        logNotice(
+            "CNetworkDownload::GetIEProxySetting,it is pac proxy,but proxyaddr is nil,maybe it is "
+            "DIRECT!");
     } else {
         const PacProxy& first = proxies.front();
         strncpy_s(m_szPacProxyHost, sizeof m_szPacProxyHost, first.host.c_str(), kLongestPacHost);
@@ -68,28 +64,27 @@ void CNetworkDownload::ReadPacProxy(const char* url) {
     m_bHttpsAuthTried = true;
     const auto release = platform::kernelRelease();
     if (!release) {
-        logger().log(kORVNLogModule, 4, "CNetworkDownload::GetIEProxySetting,Get kern.osrelease failed!");
+        logNotice("CNetworkDownload::GetIEProxySetting,Get kern.osrelease failed!");
         return;
     }
     m_nOSMajor =
         static_cast<int32_t>(std::strtol(release->substr(0, release->find('.')).c_str(), nullptr, 10));
-    logger().log(kORVNLogModule, 4, "CNetworkDownload::GetIEProxySetting,kern.osrelease={}", *release);
+    logNotice("CNetworkDownload::GetIEProxySetting,kern.osrelease={}", *release);
 }
 
 void CNetworkDownload::ReadSystemProxy() {
     const auto settings = platform::copySystemProxySettings();
     if (!settings)
         return;
-    logger().log(kORVNLogModule, 4, "CNetworkDownload::GetIEProxySetting,httpenable={:d},httpsenable={:d}",
-                 settings->http.enabled, settings->https.enabled);
+    logNotice("CNetworkDownload::GetIEProxySetting,httpenable={:d},httpsenable={:d}", settings->http.enabled,
+              settings->https.enabled);
     if (settings->http.enabled) {
         m_bHttpAuthTried = true;
         if (const std::string host = usableHost(settings->http.host); !host.empty()) {
             m_proxyHost = host;
             m_nProxyPort = settings->http.port;
-            logger().log(kORVNLogModule, 4,
-                         "CNetworkDownload::GetIEProxySetting,HTTP ,proxyaddr = {},proxyport={}", m_proxyHost,
-                         m_nProxyPort);
+            logNotice("CNetworkDownload::GetIEProxySetting,HTTP ,proxyaddr = {},proxyport={}", m_proxyHost,
+                      m_nProxyPort);
             findCredentials(host, m_nProxyPort, m_httpProxyUser, m_httpProxyPassword);
         }
     }
@@ -98,9 +93,8 @@ void CNetworkDownload::ReadSystemProxy() {
         if (const std::string host = usableHost(settings->https.host); !host.empty()) {
             m_proxyHost = host;
             m_nProxyPort = settings->https.port;
-            logger().log(kORVNLogModule, 4,
-                         "CNetworkDownload::GetIEProxySetting,HTTPS,proxyaddr = {},proxyport={}", m_proxyHost,
-                         m_nProxyPort);
+            logNotice("CNetworkDownload::GetIEProxySetting,HTTPS,proxyaddr = {},proxyport={}", m_proxyHost,
+                      m_nProxyPort);
             // The keyring has one protocol for proxies of either kind.
             findCredentials(host, m_nProxyPort, m_httpsProxyUser, m_httpsProxyPassword);
         }

@@ -51,13 +51,12 @@ int downloadPacScript(const std::string& url, IUrlDownloadSink* sink, CNetworkDo
     engine->m_bSkipCheckProxy = true;
     const int returned = engine->DownloadURL(url.c_str(), sink, kDownloadTimeout, false, false);
     if (returned == 0) {
-        ORVNLogger::sharedLogger().log(kORVNLogModule, 2, "CPacParser::sharedInstance,wait for url return!");
+        logInfo("CPacParser::sharedInstance,wait for url return!");
         const auto end = std::chrono::steady_clock::now() + kLongestWait;
         while (!finished() && std::chrono::steady_clock::now() < end)
             platform::RunLoop::current().runFor(kLoopStep);
     } else {
-        ORVNLogger::sharedLogger().log(
-            kORVNLogModule, 8, "CPacParser::sharedInstance,call downloadurl failed return[{}]!", returned);
+        logWarning("CPacParser::sharedInstance,call downloadurl failed return[{}]!", returned);
     }
     // One that could not begin does not delete itself, nor does one whose question for a password was
     // declined.

@@ -23,10 +23,6 @@ constexpr size_t kLongestScript = platform::ScriptProcess::kLongestScript;
 constexpr int kPageSteps = 20;
 constexpr std::chrono::milliseconds kPageStep{5};
 
-ORVNLogger& logger() {
-    return ORVNLogger::sharedLogger();
-}
-
 bool hasScript(const std::optional<platform::ProxySettings>& settings) {
     return settings && settings->autoConfigEnabled && !settings->autoConfigURL.empty();
 }
@@ -40,18 +36,18 @@ std::optional<std::string> preparedURL(const char* text, const std::string& meth
         url = "https://" + url;
     if (isURLText(url))
         return url;
-    logger().log(kORVNLogModule, 8, "{},generate NSURL failed,we try use base url do it!", method);
+    logWarning("{},generate NSURL failed,we try use base url do it!", method);
     const size_t slash = url.find('/', std::max(schemeLength(url), size_t{1}));
     if (slash == std::string::npos) {
-        logger().log(kORVNLogModule, 8, "{},can not find slash mark in url string!", method);
+        logWarning("{},can not find slash mark in url string!", method);
         return std::nullopt;
     }
     url.resize(slash);
     if (logsBase)
-        logger().log(kORVNLogModule, 2, "{},base url = {}", method, url);
+        logInfo("{},base url = {}", method, url);
     if (isURLText(url))
         return url;
-    logger().log(kORVNLogModule, 8, "{},can not use base url string to generate NSURL.", method);
+    logWarning("{},can not use base url string to generate NSURL.", method);
     return std::nullopt;
 }
 
@@ -144,17 +140,17 @@ void CPacParser::load() {
     if (!isURLText(url))
         return;
     if (const std::string path = pathOfFileURL(url); !path.empty()) {
-        logger().log(kORVNLogModule, 2, "CPacParser::sharedInstance, Pac file is a local file");
+        logInfo("CPacParser::sharedInstance, Pac file is a local file");
         m_strPacContent = filterAscII(platform::readSmallFile(path, kLongestScript).value_or(""));
     } else {
-        logger().log(kORVNLogModule, 2, "CPacParser::sharedInstance, Pac file is a remote file");
+        logInfo("CPacParser::sharedInstance, Pac file is a remote file");
         m_bAnswered = false;
         downloadPacScript(url, this, m_pDownload, [this] { return m_bAnswered || m_bCleanedUp; });
     }
     if (m_bCleanedUp)
         return;
     if (m_strPacContent.empty()) {
-        logger().log(kORVNLogModule, 8, "CPacParser::sharedInstance cant get remote/local pac content");
+        logWarning("CPacParser::sharedInstance cant get remote/local pac content");
         return;
     }
     m_pWebView = std::make_unique<PacPage>();
@@ -175,7 +171,7 @@ void CPacParser::OnUrlReturn(intptr_t /*context*/, int result, const char* data)
         if (text.size() <= kLongestScript)
             m_strPacContent = text;
         else
-            logger().log(kORVNLogModule, 8, "CPacParser::OnUrlReturn,the pac content is too long!");
+            logWarning("CPacParser::OnUrlReturn,the pac content is too long!");
     }
     m_bAnswered = true;
 }
@@ -188,22 +184,22 @@ bool CPacParser::OnAskProxy(std::string& /*user*/, std::string& /*password*/) {
 
 std::vector<PacProxy> CPacParser::FindProxy(const char* url) {
     const InUse use(this);
-    logger().log(kORVNLogModule, 2, "CPacParser::CocoaFindProxy Begin");
+    logInfo("CPacParser::CocoaFindProxy Begin");
     auto proxies = CocoaFindProxy(url);
-    logger().log(kORVNLogModule, 2, "CPacParser::CocoaFindProxy End");
+    logInfo("CPacParser::CocoaFindProxy End");
     return proxies;
 }
 
 // False when the evaluator was not asked; its error is in the result.
 bool CPacParser::evaluate(const char* url, const std::string& method, PacEvaluator::Result& result) {
-    logger().log(kORVNLogModule, 2, "{}", method);
+    logInfo("{}", method);
     if (!url) {
-        logger().log(kORVNLogModule, 4, "{},URL null when try to find proxy", method);
+        logNotice("{},URL null when try to find proxy", method);
         return false;
     }
     const std::string script = CocoaGetPACScript(url);
     if (script.empty()) {
-        logger().log(kORVNLogModule, 4, "{},PAC script blank when try to find proxy", method);
+        logNotice("{},PAC script blank when try to find proxy", method);
         return false;
     }
     const auto prepared = preparedURL(url, method, false);
@@ -219,13 +215,12 @@ std::vector<PacProxy> CPacParser::CocoaFindProxy(const char* url) {
     if (!evaluate(url, "CPacParser::CocoaFindProxy", result))
         return {};
     if (result.error) {
-        logger().log(kORVNLogModule, 8, "CPacParser::CocoaFindProxy,Error when getting proxies with script.");
-        logger().log(kORVNLogModule, 8, "CPacParser::CocoaFindProxy - Error: {}", *result.error);
+        logWarning("CPacParser::CocoaFindProxy,Error when getting proxies with script.");
+        logWarning("CPacParser::CocoaFindProxy - Error: {}", *result.error);
         return {};
     }
     if (result.proxies.empty()) {
-        logger().log(kORVNLogModule, 8,
-                     "CPacParser::CocoaFindProxy, proxy not direct, but not supported, try ScriptFindProxy");
+        logWarning("CPacParser::CocoaFindProxy, proxy not direct, but not supported, try ScriptFindProxy");
         return ScriptFindProxy(url);
     }
     std::vector<PacProxy> proxies;
@@ -234,12 +229,10 @@ std::vector<PacProxy> CPacParser::CocoaFindProxy(const char* url) {
             continue;
         const PacProxy found = asPacProxy(proxy);
         if (!platform::isUtf8(found.host)) {
-            logger().log(kORVNLogModule, 8,
-                         "CPacParser::CocoaFindProxy - Server Address can not get UTF8String!");
+            logWarning("CPacParser::CocoaFindProxy - Server Address can not get UTF8String!");
             continue;
         }
-        logger().log(kORVNLogModule, 2, "CPacParser::CocoaFindProxy,proxyAddress is {},porxyPort is {}!",
-                     found.host, found.port);
+        logInfo("CPacParser::CocoaFindProxy,proxyAddress is {},porxyPort is {}!", found.host, found.port);
         proxies.push_back(found);
     }
     return proxies;
@@ -251,29 +244,29 @@ std::string CPacParser::CocoaFindProxyString(const char* url) {
     if (!evaluate(url, "CPacParser::CocoaFindProxyString", result))
         return {};
     if (result.error) {
-        logger().log(kORVNLogModule, 8,
-                     "CPacParser::CocoaFindProxyString,CFNetworkCopyProxiesForAutoConfigurationScript: Error "
-                     "when getting proxies with script.");
+        logWarning(
+            "CPacParser::CocoaFindProxyString,CFNetworkCopyProxiesForAutoConfigurationScript: Error "
+            "when getting proxies with script.");
         return {};
     }
     std::string text;
     for (const auto& proxy : result.proxies)
         text += (text.empty() ? "" : "; ") + asPacText(proxy);
-    logger().log(kORVNLogModule, 2, "CPacParser::CocoaFindProxyString,{}", text);
+    logInfo("CPacParser::CocoaFindProxyString,{}", text);
     return text;
 }
 
 std::string CPacParser::CocoaGetPACScript(const char* url) {
     const InUse use(this);
     const std::string method = "CPacParser::CocoaGetPACScript";
-    logger().log(kORVNLogModule, 2, "{}", method);
+    logInfo("{}", method);
     if (!m_strPacContent.empty()) {
-        logger().log(kORVNLogModule, 2, "{},already have GlobalPacContent.Don't get it again.", method);
+        logInfo("{},already have GlobalPacContent.Don't get it again.", method);
         return m_strPacContent;
     }
-    logger().log(kORVNLogModule, 2, "{},GlobalPacContent is nil", method);
+    logInfo("{},GlobalPacContent is nil", method);
     if (!url) {
-        logger().log(kORVNLogModule, 4, "{},URL null when try to get PAC script", method);
+        logNotice("{},URL null when try to get PAC script", method);
         return {};
     }
     const auto prepared = preparedURL(url, method, true);
@@ -281,26 +274,25 @@ std::string CPacParser::CocoaGetPACScript(const char* url) {
         return {};
     const auto settings = platform::copySystemProxySettings();
     if (!settings) {
-        logger().log(kORVNLogModule, 8, "{},call SCDynamicStoreCopyProxies failed.", method);
+        logWarning("{},call SCDynamicStoreCopyProxies failed.", method);
         return {};
     }
     const std::string address = autoConfigurationURL(*settings, *prepared);
     if (address.empty()) {
-        logger().log(kORVNLogModule, 4, "{},PAC script URL null.", method);
+        logNotice("{},PAC script URL null.", method);
         return {};
     }
     // The encoding is detected; 0 is what a detection that failed leaves.
     constexpr int usedEncoding = 0;
     auto script = readPacText(address);
     if (!script.error.empty()) {
-        logger().log(kORVNLogModule, 4, "{},use the usedEncoding has error,encoding:{}, error:{}.", method,
-                     usedEncoding, script.error);
+        logNotice("{},use the usedEncoding has error,encoding:{}, error:{}.", method, usedEncoding,
+                  script.error);
         script = readPacText(address);
     }
     if (!script.error.empty()) {
-        logger().log(kORVNLogModule, 8, "{},use the encoding:{} error:{}", method, usedEncoding,
-                     script.error);
-        logger().log(kORVNLogModule, 4, "{},Script null when getting PAC script with url.", method);
+        logWarning("{},use the encoding:{} error:{}", method, usedEncoding, script.error);
+        logNotice("{},Script null when getting PAC script with url.", method);
     }
     return script.text;
 }

@@ -12,10 +12,6 @@
 
 namespace {
 
-ORVNLogger& logger() {
-    return ORVNLogger::sharedLogger();
-}
-
 constexpr char kFindProxyForURL[] = "FindProxyForURL";
 
 std::string afterLastBlank(const std::string& text) {
@@ -38,7 +34,7 @@ std::optional<PacProxy> proxyOfEntry(const std::string& entry) {
     } else if (const auto pieces = divideStr(entry, ":"); pieces.size() == 2) {
         return PacProxy{afterLastBlank(pieces[0]), decimalValue(pieces[1])};
     }
-    logger().log(kORVNLogModule, 4, "CPacParser::ParseProxy,error format!");
+    logNotice("CPacParser::ParseProxy,error format!");
     return std::nullopt;
 }
 
@@ -46,69 +42,66 @@ std::optional<PacProxy> proxyOfEntry(const std::string& entry) {
 
 std::vector<PacProxy> CPacParser::ScriptFindProxy(const char* url) {
     const InUse use(this);
-    logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxy Begin");
+    logInfo("CPacParser::ScriptFindProxy Begin");
     const std::string text = ScriptFindProxyString(url);
     if (text.empty()) {
-        logger().log(kORVNLogModule, 2,
-                     "CPacParser::ScriptFindProxy End,call ScriptFindProxyString return value is nil!");
+        logInfo("CPacParser::ScriptFindProxy End,call ScriptFindProxyString return value is nil!");
         return {};
     }
-    logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxy,proxy is {}", text);
+    logInfo("CPacParser::ScriptFindProxy,proxy is {}", text);
     auto proxies = ParseProxy(text.c_str());
-    logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxy End");
+    logInfo("CPacParser::ScriptFindProxy End");
     return proxies;
 }
 
 std::string CPacParser::ScriptFindProxyString(const char* url) {
     const InUse use(this);
-    logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxyString Begin");
+    logInfo("CPacParser::ScriptFindProxyString Begin");
     if (!m_pWebView || !url) {
-        logger().log(kORVNLogModule, 4, "CPacParser::ScriptFindProxyString, m_pWebView or param url is NULL");
+        logNotice("CPacParser::ScriptFindProxyString, m_pWebView or param url is NULL");
         return {};
     }
     const std::string address = url;
     const size_t begin = schemeLength(address);
     const std::string host = address.substr(begin, address.find('/', begin) - begin);
     if (host.empty()) {
-        logger().log(kORVNLogModule, 4, "CPacParser::ScriptFindProxyString, host is nil!");
+        logNotice("CPacParser::ScriptFindProxyString, host is nil!");
         return {};
     }
     if (!IsPacURLValid()) {
-        logger().log(kORVNLogModule, 4,
-                     "CPacParser::ScriptFindProxyString, pac content is nil or no FindProxyForURL api!");
+        logNotice("CPacParser::ScriptFindProxyString, pac content is nil or no FindProxyForURL api!");
         return {};
     }
     const char* const way = &platform::RunLoop::current() == &platform::RunLoop::main()
                                 ? "MainThread callWebScriptMethod"
                                 : "performSelectorOnMainThread";
-    logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxyString {} Begin", way);
+    logInfo("CPacParser::ScriptFindProxyString {} Begin", way);
     std::string result;
     platform::performOnMainAndWait([&] {
         result = m_pWebView->callWebScriptMethod(kFindProxyForURL, {address, host});
     });
-    logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxyString {} End", way);
-    logger().log(kORVNLogModule, 2, "CPacParser::ScriptFindProxyString End");
+    logInfo("CPacParser::ScriptFindProxyString {} End", way);
+    logInfo("CPacParser::ScriptFindProxyString End");
     return result;
 }
 
 std::string CPacParser::FindProxyString(const char* url) {
     const InUse use(this);
-    logger().log(kORVNLogModule, 2, "CPacParser::CocoaFindProxyString Begin");
+    logInfo("CPacParser::CocoaFindProxyString Begin");
     std::string text = CocoaFindProxyString(url);
     if (text.empty()) {
-        logger().log(
-            kORVNLogModule, 2,
+        logInfo(
             "CPacParser::CocoaFindProxyString - call CocoaFindProxyString return string size is 0,it "
             "maybe failed or proxy is nil, try ScriptFindProxyString.");
         text = ScriptFindProxyString(url);
     }
-    logger().log(kORVNLogModule, 2, "CPacParser::CocoaFindProxyString End");
+    logInfo("CPacParser::CocoaFindProxyString End");
     return text;
 }
 
 std::vector<PacProxy> CPacParser::ParseProxy(const char* text) {
     if (!text || lowerCaseText(text) == "direct") {
-        logger().log(kORVNLogModule, 4, "CPacParser::ParseProxy,proxy is nil or proxy direct!");
+        logNotice("CPacParser::ParseProxy,proxy is nil or proxy direct!");
         return {};
     }
     std::vector<PacProxy> proxies;
@@ -118,8 +111,7 @@ std::vector<PacProxy> CPacParser::ParseProxy(const char* text) {
         const auto proxy = proxyOfEntry(entry);
         if (!proxy)
             continue;
-        logger().log(kORVNLogModule, 2, "CPacParser::ParseProxy,proxyAddress is {},porxyPort is {}!",
-                     proxy->host, proxy->port);
+        logInfo("CPacParser::ParseProxy,proxyAddress is {},porxyPort is {}!", proxy->host, proxy->port);
         proxies.push_back(*proxy);
     }
     return proxies;

@@ -24,17 +24,16 @@ bool isAllowed(char c) {
 }  // namespace
 
 std::vector<std::string> divideStr(const std::string& source, const std::string& tok) {
-    auto& log = ORVNLogger::sharedLogger();
     std::vector<std::string> pieces;
     if (source.empty() || tok.empty()) {
-        log.log(kORVNLogModule, 4, "pacparser divideStr,source or tok is empty!");
+        logNotice("pacparser divideStr,source or tok is empty!");
         return pieces;
     }
     for (size_t begin = 0; begin < source.size();) {
         const size_t end = std::min(source.find_first_of(tok, begin), source.size());
         if (end > begin) {
             pieces.push_back(source.substr(begin, end - begin));
-            log.log(kORVNLogModule, 4, "pacparser divideStr,string is {}!", pieces.back());
+            logNotice("pacparser divideStr,string is {}!", pieces.back());
         }
         begin = end + 1;
     }
