@@ -12,8 +12,8 @@
 #include <string>
 
 #include "DGAMeetingData/DGACSVFileTool.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
-#include "DGAMonitor/DGAReportGenerator.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
+#include "DGAMonitor/Report/DGAReportGenerator.h"
 #include "platform/BundleInfo.h"
 #include "reportproblem/LogCollector.h"
 
@@ -48,7 +48,7 @@ public:
         setenv("HOME", kHome.c_str(), 1);
         writeLog(kHome / "meeting.log", static_cast<size_t>(megabytes) * 1'000'000);
         fs::create_directories(platform::BundleInfo::resourceFolder());
-        DGAMonitorToolManager::shareManager().logFileName.set(kHome / "meeting.log");
+        DGASessionRecord::sharedRecord().logFileName.set(kHome / "meeting.log");
     }
     ~Home() { fs::remove_all(kHome); }
     Home(const Home&) = delete;

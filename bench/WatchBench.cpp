@@ -8,8 +8,8 @@
 #include <fstream>
 #include <string>
 
-#include "DGAMonitor/DGAHeartBeatCheckTool.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Watch/DGAHeartBeatCheckTool.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "platform/RunningApplications.h"
 
 namespace {
@@ -37,7 +37,7 @@ void tick(benchmark::State& state, DGAHeartBeatCheckTool& tool) {
 
 void tickAmongProcesses(benchmark::State& state) {
     const std::string root = makeTree(state.range(0));
-    DGAMonitorToolManager::shareManager().pID.set(
+    DGASessionRecord::sharedRecord().pID.set(
         std::to_string(kFirst + static_cast<int>(state.range(0)) - 1));
     {
         DGAHeartBeatCheckTool tool({.generator = nullptr,
@@ -50,7 +50,7 @@ void tickAmongProcesses(benchmark::State& state) {
 BENCHMARK(tickAmongProcesses)->Arg(10)->Arg(1000)->Unit(benchmark::kMicrosecond);
 
 void tickOnThisSystem(benchmark::State& state) {
-    DGAMonitorToolManager::shareManager().pID.set(std::to_string(getpid()));
+    DGASessionRecord::sharedRecord().pID.set(std::to_string(getpid()));
     DGAHeartBeatCheckTool tool({.generator = nullptr, .applications = {}, .startThread = false});
     tick(state, tool);
 }

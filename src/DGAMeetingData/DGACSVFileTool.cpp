@@ -7,9 +7,9 @@
 #include <utility>
 
 #include "DGAMonitor/Const/DGAConst.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Utilities/DGAUtilitiesFiles.h"
 #include "platform/PrivateFolder.h"
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
@@ -18,44 +18,29 @@ namespace {
 
 using platform::PrivateFolder;
 
-constexpr char kMeetingFolderPrefix[] = "orvanedga_meeting_";
-constexpr char kToolsFolderPrefix[] = "orvanedga_orvaneapp_";
 constexpr char kTraceFilePrefix[] = "orvdga_trace_meeting_";
 
 // Made when the program loads and never destroyed: records may come until the last moment.
 platform::SerialQueue* const theTraceQueue = new platform::SerialQueue("com.tellan.orvane.orvanedga");
 
 bool isToolsService() {
-    return DGAMonitorToolManager::shareManager().serviceType == kDGAServiceTypeKT;
+    return DGASessionRecord::sharedRecord().serviceType == kDGAServiceTypeKT;
 }
 
 std::string lastComponent(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
 
-struct Record {
-    int64_t moduleType;
-    int64_t levelType;
-    int64_t interactionType;
-    DGACSVFileTool::Text basicInfo;
-    float dwID;
-    DGACSVFileTool::Text desc;
-    int64_t dwValue;
-    DGACSVFileTool::Text lpszReserved;
-    int64_t dwReserved;
-    DGACSVFileTool::Text timestamp;
-    int64_t threadID;
-
-    std::string line() const {
-        const std::string time =
-            timestamp.value_or("").empty() ? DGACSVFileTool::fetchCurrentTime() : *timestamp;
-        const int64_t thread = threadID != 0 ? threadID : DGACSVFileTool::getThreadID();
-        const std::string id = fmt::format("{:.{}f}", static_cast<double>(dwID), dwID > 0.0F ? 1 : 0);
-        return fmt::format("{},{},{},{},{},{},{},{},{},{},{}", moduleType, levelType, interactionType,
-                           basicInfo.value_or(""), id, desc.value_or(""), dwValue, lpszReserved.value_or(""),
-                           dwReserved, time, thread);
-    }
-};
+std::string lineOf(const DGATraceRecord& record) {
+    const std::string time =
+        record.timestamp.value_or("").empty() ? DGACSVFileTool::fetchCurrentTime() : *record.timestamp;
+    const int64_t thread = record.threadID != 0 ? record.threadID : DGACSVFileTool::getThreadID();
+    const std::string id = fmt::format("{:.{}f}", static_cast<double>(record.dwID), record.dwID > 0.0F ? 1 : 0);
+    return fmt::format("{},{},{},{},{},{},{},{},{},{},{}", static_cast<int64_t>(record.moduleType),
+                       record.levelType, record.interactionType, record.basicInfo.value_or(""), id,
+                       record.desc.value_or(""), record.dwValue, record.lpszReserved.value_or(""),
+                       record.dwReserved, time, thread);
+}
 
 }  // namespace
 
@@ -70,8 +55,8 @@ DGACSVFileTool& DGACSVFileTool::shareFileTool() {
 
 DGACSVFileTool::DGACSVFileTool() : dateStr_(dga_transformToCurrentDateString("yyyMMdd_HHmmss")) {
     dirFilePath_ = fmt::format("{}/{}{}_{}", kDGATempStorePath,
-                               isToolsService() ? kToolsFolderPrefix : kMeetingFolderPrefix, dateStr_,
-                               support::orNull(DGAMonitorToolManager::shareManager().dga_pID.get()));
+                               isToolsService() ? kDGAKTRunPrefix : kDGATraceFolderPrefix, dateStr_,
+                               support::orNull(DGASessionRecord::sharedRecord().dga_pID.get()));
     checkFilePathIfExist();
 }
 
@@ -79,13 +64,14 @@ void DGACSVFileTool::saveDGATraceWithModuleType(int64_t moduleType, int64_t leve
                                                 int64_t interactionType, Text basicInfo, float dwID,
                                                 Text desc, int64_t dwValue, Text lpszReserved,
                                                 int64_t dwReserved, Text timestamp, int64_t threadID) {
-    if (isToolsService())
-        return;
-    Record record{
-        moduleType,      levelType, interactionType,         std::move(basicInfo), dwID,
-        std::move(desc), dwValue,   std::move(lpszReserved), dwReserved,           std::move(timestamp),
-        threadID};
-    traceQueue().async([record = std::move(record)] { writeToCSVWWithContent(record.line()); });
+    saveTraceRecord({static_cast<DGATraceModule>(moduleType), levelType, interactionType,
+                     std::move(basicInfo), dwID, std::move(desc), dwValue, std::move(lpszReserved), dwReserved,
+                     std::move(timestamp), threadID});
+}
+
+void DGACSVFileTool::saveTraceRecord(DGATraceRecord record) {
+    if (!isToolsService())
+        traceQueue().async([record = std::move(record)] { writeToCSVWWithContent(lineOf(record)); });
 }
 
 void DGACSVFileTool::writeToCSVWWithContent(const std::string& content) {
@@ -100,7 +86,8 @@ void DGACSVFileTool::checkFilePathIfExist() {
     if (!store || store->contains(name) || !store->subfolder(name, PrivateFolder::Create::yes))
         return;
     if (!isToolsService())
-        DGAUtilities::dga_createOrvdgaTopicFileAtPath(orvdgaTopicFilePath());
+        DGAUtilities::dga_createOrvdgaTopicFileAtPath(orvdgaTopicFilePath(),
+ DGASessionRecord::sharedRecord().confName.get());
     createCSVFile();
 }
 

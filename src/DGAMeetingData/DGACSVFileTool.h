@@ -1,8 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
+
+#include "DGAMonitor/Const/DGATraceRecord.h"
 
 namespace platform {
 class SerialQueue;
@@ -13,7 +14,7 @@ class SerialQueue;
 /// again. The layout of folder, files and record is described in docs/report-format.md.
 class DGACSVFileTool {
 public:
-    using Text = std::optional<std::string>;
+    using Text = DGATraceRecord::Text;
 
     /// The one instance; making it makes the run's folder.
     static DGACSVFileTool& shareFileTool();
@@ -22,6 +23,9 @@ public:
     /// calls. A missing text is an empty field; a missing or empty timestamp becomes the time of writing, and
     /// a thread id of 0 the number of the writing thread. Nothing is written for the desktop tools service
     /// (service type 10). Any thread.
+    static void saveTraceRecord(DGATraceRecord record);
+
+    /// The same with the record's eleven values in their order.
     static void saveDGATraceWithModuleType(int64_t moduleType, int64_t levelType, int64_t interactionType,
                                            Text basicInfo, float dwID, Text desc, int64_t dwValue,
                                            Text lpszReserved, int64_t dwReserved, Text timestamp,

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "DGAMeetingData/DGAResourceTrace.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "platform/DGALoopThread.h"
 #include "platform/ProcessListing.h"
 #include "platform/RunLoop.h"
@@ -57,11 +57,11 @@ DGASystemResourceCheckingManager::getTopUtilizationProcesses() const {
 }
 
 bool DGASystemResourceCheckingManager::containOrvaneProcessInfo(const DGAProcessRecord& record) {
-    return record.processID == DGAMonitorToolManager::shareManager().pID.get();
+    return record.processID == DGASessionRecord::sharedRecord().pID.get();
 }
 
 bool DGASystemResourceCheckingManager::containDGAProcessInfo(const DGAProcessRecord& record) {
-    return record.processID == DGAMonitorToolManager::shareManager().dga_pID.get();
+    return record.processID == DGASessionRecord::sharedRecord().dga_pID.get();
 }
 
 std::optional<DGAProcessRecord> DGASystemResourceCheckingManager::getOrvaneCPUMemoryInfoByPID(
@@ -81,7 +81,7 @@ std::string DGASystemResourceCheckingManager::dealWithFilePathWithPid(int32_t pr
 void DGASystemResourceCheckingManager::writeIntoCSV() {
     ORVN_LOG_METHOD();
     auto processes = getTopUtilizationProcesses();
-    const auto ownID = DGAMonitorToolManager::shareManager().dga_pID.get();
+    const auto ownID = DGASessionRecord::sharedRecord().dga_pID.get();
     const DGAResourceTrace trace{kSampleLevel, static_cast<int64_t>(counter_.load())};
     trace.saveOverall(integerIn(ownID.value_or("")));
     if (!processes)

@@ -4,10 +4,10 @@
 
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMeetingData/DGAMeetingDataRecordTool.h"
-#include "DGAMonitor/DGAApplicationWindows.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
-#include "DGAMonitor/DGATelemetryManager.h"
-#include "DGAMonitor/DGAWindowModuleEntry.h"
+#include "DGAMonitor/Session/DGATelemetryManager.h"
+#include "DGAMonitor/Windows/DGAWindowModuleEntry.h"
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
 

@@ -1,35 +1,22 @@
 #include "DGAMonitor/DGAMonitorToolManager.h"
 
-#include <unistd.h>
-
 #include <cstdio>
 
-#include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMeetingData/DGAMeetingDataRecordTool.h"
+#include "DGAMeetingData/DGASessionTrace.h"
 #include "DGAMeetingData/DGASystemResourceCheckingManager.h"
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Const/DGADicKeyStrings.h"
-#include "DGAMonitor/DGADealNotifTargetTool.h"
-#include "DGAMonitor/DGASessionParameters.h"
-#include "DGAMonitor/DGATelemetryManager.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Watch/DGADealNotifTargetTool.h"
+#include "DGAMonitor/Session/DGASessionParameters.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
+#include "DGAMonitor/Session/DGASessionTelemetry.h"
+#include "DGAMonitor/Utilities/DGAUtilitiesProgram.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "support/JsonValue.h"
 #include "support/ORVNLogger.h"
 
 namespace {
-
-constexpr int kParameterModule = 39;
-
-void saveParameter(const char* name, std::optional<std::string> value, float dwID = 0.0F) {
-    DGACSVFileTool::saveDGATraceWithModuleType(kParameterModule, 1, 1, name, dwID, std::move(value), 0,
-                                               std::nullopt, 0, std::nullopt, 0);
-}
-
-// The two parameters that may hold anything the user typed travel as base64, marked by their id.
-void saveEncodedParameter(const char* name, const std::optional<std::string>& value) {
-    saveParameter(name, DGAUtilities::dga_stringToBase64Str(value), 1.0F);
-}
 
 void logWithoutPersonalData(nlohmann::json parameters) {
     for (const char* key : {dDGAUserEmailKey, dDGAMeetingKeyKey, dDGAConfNameKey})
@@ -44,9 +31,7 @@ DGAMonitorToolManager& DGAMonitorToolManager::shareManager() {
     return *manager;
 }
 
-DGAMonitorToolManager::DGAMonitorToolManager() {
-    dga_pID.set(std::to_string(getpid()));
-}
+DGAMonitorToolManager::DGAMonitorToolManager() : record_(DGASessionRecord::sharedRecord()) {}
 
 void DGAMonitorToolManager::startMonitoring() {
     ORVN_LOG_METHOD();
@@ -58,7 +43,7 @@ void DGAMonitorToolManager::startMonitoring() {
 }
 
 std::string DGAMonitorToolManager::notificationName(std::string_view baseName) const {
-    return fmt::format("{}_{}", baseName, support::orNull(dga_pID.get()));
+    return fmt::format("{}_{}", baseName, support::orNull(record_.dga_pID.get()));
 }
 
 void DGAMonitorToolManager::addProcessObserver() {
@@ -103,7 +88,7 @@ void DGAMonitorToolManager::dealStartAndQuit(const platform::Notification& notif
     ORVN_LOG_METHOD();
     dealMessageFromClient(notification);
     targetTool_->showReportWindow();
-    readyToQuit = true;
+    record_.readyToQuit = true;
 }
 
 void DGAMonitorToolManager::dealMessageFromClient(const platform::Notification& notification) {
@@ -114,48 +99,15 @@ void DGAMonitorToolManager::dealMessageFromClient(const platform::Notification& 
     const auto parameters = support::parseJson(text->second);
     if (!parameters || !parameters->is_object())
         return;
-    readSessionParameters(*parameters, *this);
+    readSessionParameters(*parameters, record_);
     logWithoutPersonalData(*parameters);
     setupTelemetry();
-    saveMeetingData();
-}
-
-void DGAMonitorToolManager::saveMeetingData() {
-    ORVN_LOG_METHOD();
-    const DGAMonitorToolManager& record = shareManager();
-    saveParameter("platform", "Mac");
-    saveParameter("service", record.serviceType == kDGAServiceTypeHV ? "HV" : "KT");
-    saveParameter("confid", record.confID.get());
-    saveEncodedParameter("confname", record.confName.get());
-    saveParameter("userid", record.userID.get());
-    saveEncodedParameter("username", record.userName.get());
-    saveParameter("siteurl", record.siteURL.get());
-    saveParameter("trackingid", record.telemetrySessionID.get());
-    saveParameter("clientversion", record.clientVersion.get());
-    saveParameter("targetpid", record.pID.get());
-    saveParameter("dgapid", record.dga_pID.get());
+    dgaSaveSessionTrace(record_);
 }
 
 void DGAMonitorToolManager::setupTelemetry() {
     ORVN_LOG_METHOD();
-    const auto metricsURL = telemetryMetricsURL.get();
-    if (telemetryMrg || !metricsURL || metricsURL->empty())
-        return;
-    telemetryMrg = std::make_shared<DGATelemetryManager>();
-    telemetryMrg->telemetryEnable = telemetryEnable;
-    telemetryMrg->telemetrySessionID = telemetrySessionID.get();
-    telemetryMrg->telemetryMetricsURL = metricsURL;
-    telemetryMrg->telemetryHttpHeaders = telemetryHttpHeaders.get();
-    telemetryMrg->enableAccompnyDGA = enableAccompnyDGA;
-    const auto& headers = telemetryMrg->telemetryHttpHeaders;
-    logInfo("{},_telemetryHttpHeaders:{},_telemetryMetricsURL:{}", ORVN_METHOD_NAME,
-            support::orNull(headers ? support::jsonAsSent(*headers) : std::nullopt), *metricsURL);
-    telemetryMrg->startTelemetry();
-}
-
-void DGAMonitorToolManager::sendTelemetryActionByID(int actionID) const {
-    if (telemetryMrg)
-        telemetryMrg->sendTelemetryActionByID(actionID);
+    dgaSetupTelemetry(record_);
 }
 
 void DGAMonitorToolManager::startReceiveMeetingData() {

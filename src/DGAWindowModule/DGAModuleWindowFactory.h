@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DGAMonitor/DGAWindowInterfaces.h"
+#include "DGAMonitor/Windows/DGAWindowInterfaces.h"
 
 /// Makes the windows of this module. The toolkit runs.
 class DGAModuleWindowFactory final : public DGAWindowFactory {

@@ -6,8 +6,8 @@
 #include <array>
 #include <clocale>
 
-#include "DGAMonitor/DGAApplicationWindows.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/View/DGAFrozeWindow.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAWindowModule/DGADisplay.h"
@@ -47,7 +47,7 @@ private:
             window->close();
     }
     DGAApplicationWindows::sharedWindows().giveUp("the display is gone");
-    auto& record = DGAMonitorToolManager::shareManager();
+    auto& record = DGASessionRecord::sharedRecord();
     record.rpWindowCtrl.reset();
     record.uploadWindowCtrl.reset();
     platform::RunLoop::main().runForGood();

@@ -1,4 +1,4 @@
-#include "DGAMonitor/DGAWindowModuleEntry.h"
+#include "DGAMonitor/Windows/DGAWindowModuleEntry.h"
 #include "DGAWindowModule/DGAModuleWindowFactory.h"
 #include "DGAWindowModule/DGAToolkit.h"
 

@@ -3,7 +3,7 @@
 #include <sys/stat.h>
 
 #include "DGAMeetingData/DGACSVFileTool.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "platform/BundleInfo.h"
 
 OrvLogCollector::Paths OrvLogCollector::allLogs() {
@@ -27,7 +27,7 @@ std::string OrvLogCollector::latestOrvaneParameters() const {
 // The path comes from outside and goes to a command: one that is not absolute could be taken for an option
 // there, and a folder would be packed with all it contains.
 std::string OrvLogCollector::latestMeetingLogFromHV() const {
-    const std::string path = DGAMonitorToolManager::shareManager().logFileName.get().value_or("");
+    const std::string path = DGASessionRecord::sharedRecord().logFileName.get().value_or("");
     struct stat info {};
     const bool isFile = path.starts_with('/') && path.find('\0') == std::string::npos &&
                         stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);

@@ -3,12 +3,12 @@
 
 #include "DGAMeetingData/DGAMeetingDataManager.h"
 #include "DGAMonitor/Const/DGAConst.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 
 // Nothing that slows the search down: for the desktop tools there is no trace, and standard error, where
 // the log complains about odd messages, is closed.
 extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
-    DGAMonitorToolManager::shareManager().serviceType = kDGAServiceTypeKT;
+    DGASessionRecord::sharedRecord().serviceType = kDGAServiceTypeKT;
     static char quiet[] = "-close_fd_mask=2";
     static std::vector<char*> all(*arguments, *arguments + *count);
     all.insert(all.begin() + 1, quiet);

@@ -1,8 +1,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "DGAMonitor/DGAMonitorToolManager.h"
-#include "DGAMonitor/DGASessionParameters.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
+#include "DGAMonitor/Session/DGASessionParameters.h"
 #include "support/JsonValue.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t length) {
@@ -10,7 +10,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t length) {
     if (!value)
         return 0;
     if (value->is_object())
-        readSessionParameters(*value, DGAMonitorToolManager::shareManager());
+        readSessionParameters(*value, DGASessionRecord::sharedRecord());
     if (support::parseJson(support::prettyJson(*value)) != *value)
         std::abort();
     return 0;

@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
-#include "DGAMonitor/DGAApplicationWindows.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/View/DGAFrozeWindowController.h"
 #include "DGAMonitor/View/SendReport/View/DGAButton.h"
 #include "DGAWindowModule/DGAModuleWindowFactory.h"

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
-#include "DGAMonitor/DGAApplicationWindows.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/View/SendReport/Controller/DGAProblemReportingWindowController.h"
 #include "DGAMonitor/View/SendReport/View/DGAButton.h"
 #include "DGAMonitor/View/SendReport/View/DGACheckboxButton.h"
@@ -60,7 +60,7 @@ protected:
             std::filesystem::remove_all(path);
     }
 
-    static DGAMonitorToolManager& record() { return DGAMonitorToolManager::shareManager(); }
+    static DGASessionRecord& record() { return DGASessionRecord::sharedRecord(); }
 
     void make() {
         DGAReportGenerator::Tools tools;

@@ -10,7 +10,7 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "DGAMonitor/DGATelemetryManager.h"
+#include "DGAMonitor/Session/DGATelemetryManager.h"
 #include "DGAMonitor/View/SendReport/View/DGASendReportInfoView.h"
 #include "platform/RunLoop.h"
 #include "ui/ReportWindowFixture.h"

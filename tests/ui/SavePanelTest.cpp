@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/View/DGASavePanel.h"
 #include "DGAMonitor/View/SendReport/View/DGAProblemReportingWindow.h"
 #include "ui/UiTest.h"
@@ -74,7 +74,7 @@ TEST_F(SavePanelTest, SuggestsANameInDownloadsAndAddsTheEnding) {
 }
 
 TEST_F(SavePanelTest, SpeaksTheLanguageOfTheClient) {
-    auto& language = DGAMonitorToolManager::shareManager().language;
+    auto& language = DGASessionRecord::sharedRecord().language;
     for (const auto& [name, label] : {std::pair{"German", "Datei&name:"},
                                       {"pt", "&Nome do arquivo:"},
                                       {"Japanese", "ファイル名(&N):"},

@@ -16,8 +16,8 @@
 
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
-#include "DGAMonitor/DGAApplicationWindows.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/View/SendReport/View/DGAButton.h"
 #include "DGAMonitor/View/SendReport/View/DGAImageView.h"
 #include "DGAUpload/ui/UploadView.h"
@@ -110,7 +110,7 @@ public:
             EXPECT_EQ(fscanf(output_, "%d\nlistening on %199s", &process_, line), 2);
             url_ = line;
         }
-        DGAMonitorToolManager::shareManager().uploadURL.set(url_ + "up?siteid=1");
+        DGASessionRecord::sharedRecord().uploadURL.set(url_ + "up?siteid=1");
     }
     ~Server() {
         if (output_) {
@@ -178,7 +178,7 @@ protected:
         EXPECT_TRUE(fs::exists(kArchive + std::string(".zip")));
     }
 
-    DGAMonitorToolManager& record = DGAMonitorToolManager::shareManager();
+    DGASessionRecord& record = DGASessionRecord::sharedRecord();
     std::shared_ptr<Generator> generator = std::make_shared<Generator>();
     std::shared_ptr<UploadWindowController> controller;
 };

@@ -4,8 +4,8 @@
 #include <clocale>
 #include <cstdlib>
 
-#include "DGAMonitor/DGAApplicationWindows.h"
-#include "DGAMonitor/DGAWindowModuleEntry.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "DGAMonitor/Windows/DGAWindowModuleEntry.h"
 #include "platform/RunLoop.h"
 
 // The module as the core sees it: this program links no toolkit.

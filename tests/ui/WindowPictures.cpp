@@ -18,7 +18,7 @@
 #include <map>
 #include <mutex>
 
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/View/DGAFrozeWindowController.h"
 #include "DGAMonitor/View/SendReport/Controller/DGAProblemReportingWindowController.h"
 #include "DGAMonitor/View/SendReport/View/DGACheckboxButton.h"
@@ -244,7 +244,7 @@ private:
         view.showConnectServerStep(true);
     }
 
-    DGAMonitorToolManager& record_ = DGAMonitorToolManager::shareManager();
+    DGASessionRecord& record_ = DGASessionRecord::sharedRecord();
     std::mutex ready_;
     QString folder_;
     std::string language_;

@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "DGAMonitor/Utilities/Tool/DGALanguageManager.h"
 #include "platform/BundleInfo.h"
@@ -88,7 +88,7 @@ protected:
     ~Localize() override { setLanguage(std::nullopt); }
 
     static void setLanguage(std::optional<std::string> language) {
-        DGAMonitorToolManager::shareManager().language.set(std::move(language));
+        DGASessionRecord::sharedRecord().language.set(std::move(language));
     }
 };
 

@@ -8,7 +8,7 @@
 #include <fstream>
 #include <random>
 
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "reportproblem/OrvLogCollectorConfigurator.h"
 
 namespace fs = std::filesystem;
@@ -201,7 +201,7 @@ TEST_F(LogCollectorTest, ASecondListingAddsToTheFirst) {
 }
 
 TEST_F(LogCollectorTest, TheMeetingLogIsAFileThatTheClientNamesInFull) {
-    auto& logFileName = DGAMonitorToolManager::shareManager().logFileName;
+    auto& logFileName = DGASessionRecord::sharedRecord().logFileName;
     const fs::path log = fs::path(std::getenv("HOME")) / "meeting.log";
     write(log);
     const fs::path before = fs::current_path();

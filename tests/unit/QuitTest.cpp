@@ -11,9 +11,9 @@
 
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/AppDelegate.h"
-#include "DGAMonitor/DGAApplicationWindows.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
-#include "DGAMonitor/DGAReportGenerator.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
+#include "DGAMonitor/Report/DGAReportGenerator.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "platform/MessagePort.h"
 #include "platform/RunLoop.h"
@@ -26,8 +26,8 @@ namespace {
 
 constexpr int kStayed = 7;
 
-DGAMonitorToolManager& record() {
-    return DGAMonitorToolManager::shareManager();
+DGASessionRecord& record() {
+    return DGASessionRecord::sharedRecord();
 }
 
 void saveRecord(const char* name) {

@@ -1,4 +1,4 @@
-#include "DGAMonitor/DGAReportGenerator.h"
+#include "DGAMonitor/Report/DGAReportGenerator.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 #include <thread>
 
 #include "DGAMeetingData/DGACSVFileTool.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "platform/BundleInfo.h"
 #include "platform/RunLoop.h"
 #include "platform/WorkQueue.h"
@@ -34,8 +34,8 @@ void write(const fs::path& path, const std::string& text = "text") {
     std::ofstream(path) << text;
 }
 
-DGAMonitorToolManager& record() {
-    return DGAMonitorToolManager::shareManager();
+DGASessionRecord& record() {
+    return DGASessionRecord::sharedRecord();
 }
 
 // As another program reads it.

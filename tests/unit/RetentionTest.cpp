@@ -8,7 +8,7 @@
 #include <set>
 #include <thread>
 
-#include "DGAMonitor/DGAReportRetention.h"
+#include "DGAMonitor/Report/DGAReportRetention.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
 
 namespace fs = std::filesystem;

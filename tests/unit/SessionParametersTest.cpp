@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "DGAMeetingData/DGACSVFileTool.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/WorkQueue.h"
@@ -16,8 +16,8 @@ namespace {
 
 using Text = std::optional<std::string>;
 
-DGAMonitorToolManager& manager() {
-    return DGAMonitorToolManager::shareManager();
+DGASessionRecord& manager() {
+    return DGASessionRecord::sharedRecord();
 }
 
 void send(const std::string& json) {

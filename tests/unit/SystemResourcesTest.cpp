@@ -13,7 +13,7 @@
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMeetingData/DGASystemResourceCheckingManager.h"
 #include "DGAMeetingData/HealthCheckerSystemInfoGetter.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "platform/ProcessListing.h"
 #include "platform/WorkQueue.h"
@@ -307,7 +307,7 @@ protected:
         return lines;
     }
 
-    DGAMonitorToolManager& session_ = DGAMonitorToolManager::shareManager();
+    DGASessionRecord& session_ = DGASessionRecord::sharedRecord();
     const std::string own_ = std::to_string(getpid());
     const std::string ownName_ = fs::read_symlink("/proc/self/exe").filename();
 

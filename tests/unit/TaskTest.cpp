@@ -14,7 +14,7 @@
 #include <future>
 #include <sstream>
 
-#include "DGAMonitor/DGASystemProfileExtractor.h"
+#include "DGAMonitor/Report/DGASystemProfileExtractor.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "DGAMonitor/Utilities/Tool/DGATaskTool.h"
 #include "platform/BundleInfo.h"

@@ -11,9 +11,9 @@
 #include <set>
 #include <thread>
 
-#include "DGAMonitor/DGAHeartBeatCheckTool.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
-#include "DGAMonitor/DGATelemetryManager.h"
+#include "DGAMonitor/Watch/DGAHeartBeatCheckTool.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
+#include "DGAMonitor/Session/DGATelemetryManager.h"
 #include "platform/BundleInfo.h"
 #include "platform/DistributedNotificationCenter.h"
 
@@ -26,8 +26,8 @@ using testing::ElementsAre;
 
 constexpr char kTrackingID[] = "0123ABCD-0123-4567-89AB-0123456789AB";
 
-DGAMonitorToolManager& manager() {
-    return DGAMonitorToolManager::shareManager();
+DGASessionRecord& manager() {
+    return DGASessionRecord::sharedRecord();
 }
 
 bool eventually(const std::function<bool()>& holds) {

@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "DGAMeetingData/DGACSVFileTool.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "platform/WorkQueue.h"
 
 namespace {
@@ -43,8 +43,8 @@ std::vector<std::string> traceLines() {
 class TraceFile : public testing::Test {
 protected:
     void SetUp() override {
-        DGAMonitorToolManager::shareManager().serviceType = 1;
-        DGAMonitorToolManager::shareManager().confName.set("Weekly");
+        DGASessionRecord::sharedRecord().serviceType = 1;
+        DGASessionRecord::sharedRecord().confName.set("Weekly");
         drain();
         fs::remove_all("/tmp/orvdga");
         tool().checkFilePathIfExist();
@@ -96,7 +96,7 @@ TEST_F(TraceFile, AMissingTimeAndThreadAreFilledInWhenWritten) {
 }
 
 TEST_F(TraceFile, TheToolsServiceWritesNothing) {
-    DGAMonitorToolManager::shareManager().serviceType = 10;
+    DGASessionRecord::sharedRecord().serviceType = 10;
     save(1);
     EXPECT_TRUE(traceLines().empty());
     fs::remove_all(tool().dirFilePath());

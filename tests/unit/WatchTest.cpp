@@ -8,10 +8,10 @@
 #include <fstream>
 #include <thread>
 
-#include "DGAMonitor/DGAApplicationWindows.h"
-#include "DGAMonitor/DGADealNotifTargetTool.h"
-#include "DGAMonitor/DGAHeartBeatCheckTool.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "DGAMonitor/Watch/DGADealNotifTargetTool.h"
+#include "DGAMonitor/Watch/DGAHeartBeatCheckTool.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/RunLoop.h"
 #include "platform/RunningApplications.h"
@@ -21,8 +21,8 @@ namespace {
 using namespace std::chrono_literals;
 using platform::RunLoop;
 
-DGAMonitorToolManager& record() {
-    return DGAMonitorToolManager::shareManager();
+DGASessionRecord& record() {
+    return DGASessionRecord::sharedRecord();
 }
 
 template <typename Interface>

@@ -11,13 +11,18 @@ inline constexpr char kDGASPXFileName[] = "orvdga_system_profile.spx";
 inline constexpr char kDGAZipLogDateFormat[] = "yyyyMMdd_HHmmss";
 inline constexpr char kDGALogFileNamePrefix[] = "orvdga_log_";
 
+/// The folders of runs, each with its trace: what they begin with tells the cleaner what they are.
+inline constexpr char kDGATraceFolderPrefix[] = "orvanedga_meeting_";
+/// Of the desktop tools' runs, and of the archives made of them.
+inline constexpr char kDGAKTRunPrefix[] = "orvanedga_orvaneapp_";
+
 // Logs of the desktop tools, in folders below the user's Library folder, and the archives made of them.
 inline constexpr char kDGAKTStorePath[] = "/Logs/KT";
 inline constexpr char kDGAKTPluginStorePath[] = "/Containers/com.microsoft.Outlook/Data/Library/Logs/KT";
 inline constexpr char kDGAKTCrashStorePath[] = "/Logs/DiagnosticReports";
 inline constexpr char kDGAKTZipLogFile[] = "OrvaneAppLog";
 inline constexpr char kDGAKTPluginZipLogFile[] = "OrvaneOLPluginLog";
-inline constexpr char kDGAKTAllinOneZipLogFile[] = "orvanedga_orvaneapp";
+inline constexpr char kDGAKTAllinOneZipLogFile[] = "orvanedga_orvaneapp";  ///< kDGAKTRunPrefix, without "_"
 inline constexpr char kDGAKTCrashLogPrefix[] = "Tellan Orvane Meetings_";
 
 /// More archives of a service than this, or more trace folders, are too many.

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "DGAMonitor/DGAWindowInterfaces.h"
+#include "DGAMonitor/Windows/DGAWindowInterfaces.h"
 #include "DGAMonitor/View/DGAFrozeWindow.h"
 #include "DGAMonitor/View/DGAWindowController.h"
 

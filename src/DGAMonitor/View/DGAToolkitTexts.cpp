@@ -11,7 +11,7 @@
 #include <memory>
 #include <string>
 
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 
 namespace {
 
@@ -69,7 +69,7 @@ void preferFontOf(const QLocale& locale) {
 void dgaUseToolkitTexts() {
     static std::string current = "English";
     static auto* const translator = new QTranslator(qApp);
-    const std::string language = DGAMonitorToolManager::shareManager().language.get().value_or("");
+    const std::string language = DGASessionRecord::sharedRecord().language.get().value_or("");
     if (language == current)
         return;
     current = language;

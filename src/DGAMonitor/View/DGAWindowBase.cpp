@@ -11,7 +11,7 @@
 #include <QScreen>
 #include <QWindow>
 
-#include "DGAMonitor/DGAApplicationWindows.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAToolkitTexts.h"
 #include "DGAMonitor/View/DGAWindowActivation.h"

@@ -6,7 +6,7 @@
 #include <thread>
 #include <utility>
 
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "platform/FileMove.h"
@@ -22,8 +22,8 @@ constexpr char kDefaultComment[] = "test comment";
 constexpr int kActionOK = 2607;
 constexpr int kActionCancel = 2608;
 
-DGAMonitorToolManager& record() {
-    return DGAMonitorToolManager::shareManager();
+DGASessionRecord& record() {
+    return DGASessionRecord::sharedRecord();
 }
 
 std::string fileNameOf(const std::string& path) {
@@ -91,7 +91,7 @@ void UploadViewController::setupParameters() {
 }
 
 void UploadViewController::passParameters() {
-    const auto text = [](const DGAMonitorToolManager::Text& field) { return field.get().value_or(""); };
+    const auto text = [](const DGASessionRecord::Text& field) { return field.get().value_or(""); };
     const std::string timeStamp = dga_transformToCurrentDateString("MM_dd_yyyy_HH:mm:ss");
     m_traceUpload = parts_.makeUploader ? parts_.makeUploader() : std::make_shared<CTraceUpload>();
     CTraceUpload& upload = *m_traceUpload;

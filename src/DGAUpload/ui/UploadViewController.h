@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "DGAMonitor/DGAReportGenerator.h"
+#include "DGAMonitor/Report/DGAReportGenerator.h"
 #include "DGAMonitor/View/DGASavePanel.h"
 #include "DGAUpload/logic/CTraceUpload.h"
 #include "DGAUpload/ui/UploadView.h"

@@ -8,8 +8,8 @@
 
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
-#include "DGAMonitor/DGAApplicationWindows.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAText.h"
 #include "DGAMonitor/View/DGAViewFrame.h"
@@ -33,8 +33,8 @@ constexpr int kTelemetrySendMail = 2602;
 constexpr int kTelemetryCancel = 2603;
 constexpr int kTelemetrySendReport = 2607;
 
-DGAMonitorToolManager& record() {
-    return DGAMonitorToolManager::shareManager();
+DGASessionRecord& record() {
+    return DGASessionRecord::sharedRecord();
 }
 
 }  // namespace

@@ -9,8 +9,8 @@
 #include <optional>
 #include <string>
 
-#include "DGAMonitor/DGAReportGenerator.h"
-#include "DGAMonitor/DGAWindowInterfaces.h"
+#include "DGAMonitor/Report/DGAReportGenerator.h"
+#include "DGAMonitor/Windows/DGAWindowInterfaces.h"
 #include "DGAMonitor/View/DGASavePanel.h"
 #include "DGAMonitor/View/DGAWindowController.h"
 #include "DGAMonitor/View/SendReport/View/DGADropDownListView.h"

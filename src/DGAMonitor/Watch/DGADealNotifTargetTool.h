@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "DGAMonitor/DGAHeartBeatCheckTool.h"
-#include "DGAMonitor/DGAReportGenerator.h"
+#include "DGAMonitor/Watch/DGAHeartBeatCheckTool.h"
+#include "DGAMonitor/Report/DGAReportGenerator.h"
 
 namespace platform {
 struct Notification;

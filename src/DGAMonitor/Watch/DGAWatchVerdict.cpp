@@ -1,4 +1,4 @@
-#include "DGAMonitor/DGAWatchVerdict.h"
+#include "DGAMonitor/Watch/DGAWatchVerdict.h"
 
 #include "DGAMonitor/Const/DGAConst.h"
 

@@ -1,11 +1,12 @@
+#include "DGAMonitor/Report/DGAUtilitiesRetention.h"
+
 #include <algorithm>
 #include <chrono>
 #include <string>
 #include <vector>
 
 #include "DGAMonitor/Const/DGAConst.h"
-#include "DGAMonitor/DGAReportRetention.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Report/DGAReportRetention.h"
 #include "platform/PrivateFolder.h"
 #include "support/ORVNLogger.h"
 

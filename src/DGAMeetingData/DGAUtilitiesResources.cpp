@@ -1,7 +1,8 @@
+#include "DGAMeetingData/DGAUtilitiesResources.h"
+
 #include "DGAMeetingData/DGAResourceTrace.h"
 #include "DGAMeetingData/DGASystemResourceCheckingManager.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "support/ORVNLogger.h"
 
 namespace {
@@ -17,7 +18,7 @@ DGAProcessRecord recordOf(const std::string& processID) {
 
 void DGAUtilities::dga_recordCPUMemoryInfo() {
     ORVN_LOG_METHOD();
-    const DGAMonitorToolManager& session = DGAMonitorToolManager::shareManager();
+    const DGASessionRecord& session = DGASessionRecord::sharedRecord();
     const std::string clientID = session.pID.get().value_or("");
     const std::string ownID = session.dga_pID.get().value_or("");
     const DGAResourceTrace trace{kOneShotLevel, 0};

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "DGAMonitor/DGAWindowInterfaces.h"
+#include "DGAMonitor/Windows/DGAWindowInterfaces.h"
 
 /// The windows of the application as the core sees them: makes them through the installed factory and
 /// knows which are visible. Main thread, except where a method says otherwise.

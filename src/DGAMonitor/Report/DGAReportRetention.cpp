@@ -1,4 +1,4 @@
-#include "DGAMonitor/DGAReportRetention.h"
+#include "DGAMonitor/Report/DGAReportRetention.h"
 
 #include <string_view>
 
@@ -6,16 +6,14 @@
 
 namespace {
 
-constexpr std::string_view kTraceFolderPrefix = "orvanedga_meeting_";
-constexpr std::string_view kToolsArchivePrefix = "orvanedga_orvaneapp_";
 constexpr std::string_view kArchiveEnding = "zip";
 // Room before archives have to be removed again.
 constexpr double kTrimmedArchives = 5.0;
 
 std::vector<std::string>& listFor(const std::string& name, DGARetentionGroups& groups) {
-    if (name.starts_with(kTraceFolderPrefix))
+    if (name.starts_with(kDGATraceFolderPrefix))
         return groups.traceFolders;
-    if (name.starts_with(kToolsArchivePrefix))
+    if (name.starts_with(kDGAKTRunPrefix))
         return groups.toolsArchives;
     return name.ends_with(kArchiveEnding) ? groups.archives : groups.strays;
 }

@@ -1,4 +1,4 @@
-#include "DGAMonitor/DGATelemetryManager.h"
+#include "DGAMonitor/Session/DGATelemetryManager.h"
 
 #include "support/JsonValue.h"
 #include "support/ORVNLogger.h"

@@ -1,10 +1,10 @@
-#include "DGAMonitor/DGASessionParameters.h"
+#include "DGAMonitor/Session/DGASessionParameters.h"
 
 #include <fmt/format.h>
 
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Const/DGADicKeyStrings.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "DGAMonitor/Utilities/Tool/DGALanguageManager.h"
 #include "support/JsonValue.h"
@@ -43,7 +43,7 @@ public:
             field = *flag;
     }
 
-    void readNumberText(const char* key, DGAMonitorToolManager::Text& field) const {
+    void readNumberText(const char* key, DGASessionRecord::Text& field) const {
         if (auto number = numberText(key))
             field.set(std::move(number));
     }
@@ -58,7 +58,7 @@ std::string replaceAll(std::string text, const std::string& what, const std::str
     return text;
 }
 
-void readServiceType(const Reader& reader, DGAMonitorToolManager& record) {
+void readServiceType(const Reader& reader, DGASessionRecord& record) {
     const Json* sent = reader.value(dDGAServiceTypeKey);
     if (!sent)
         record.serviceType = kDGAServiceTypeHV;
@@ -68,7 +68,7 @@ void readServiceType(const Reader& reader, DGAMonitorToolManager& record) {
         record.serviceType = kDGAServiceTypeHV;
 }
 
-void readLanguage(const Reader& reader, DGAMonitorToolManager& record) {
+void readLanguage(const Reader& reader, DGASessionRecord& record) {
     const Json* sent = reader.value(dDGAActiveLanguageKey);
     const auto number = sent ? support::jsonIntegerQuery(*sent) : std::nullopt;
     if (!number)
@@ -77,7 +77,7 @@ void readLanguage(const Reader& reader, DGAMonitorToolManager& record) {
     record.language.set(DGALanguageManager::dga_getActiveLanguageWithLanguageID(*number));
 }
 
-void readTelemetry(const Reader& reader, DGAMonitorToolManager& record) {
+void readTelemetry(const Reader& reader, DGASessionRecord& record) {
     MaybeText trackingID = reader.asSent(dDGATelemetrySessionIDKey);
     if (!trackingID || trackingID->empty() || !DGAUtilities::isValidTrackID(trackingID)) {
         trackingID = DGAUtilities::createUUID();
@@ -89,7 +89,7 @@ void readTelemetry(const Reader& reader, DGAMonitorToolManager& record) {
     record.telemetryHttpHeaders.set(headers ? std::make_shared<const Json>(*headers) : nullptr);
 }
 
-void readMeeting(const Reader& reader, DGAMonitorToolManager& record) {
+void readMeeting(const Reader& reader, DGASessionRecord& record) {
     const std::string confID = reader.asSent(dDGAConfIDKey).value_or("");
     record.confID.set(confID);
     MaybeText uploadURL = reader.asSent(dDGAUploadURLKey);
@@ -115,7 +115,7 @@ void readMeeting(const Reader& reader, DGAMonitorToolManager& record) {
 
 }  // namespace
 
-void readSessionParameters(const nlohmann::json& parameters, DGAMonitorToolManager& record) {
+void readSessionParameters(const nlohmann::json& parameters, DGASessionRecord& record) {
     const Reader reader(parameters);
     readServiceType(reader, record);
     reader.readFlag(dDGASignInStatusKey, record.isSignStatus);

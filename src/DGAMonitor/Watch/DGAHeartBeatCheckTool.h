@@ -8,9 +8,9 @@
 #include <mutex>
 #include <string>
 
-#include "DGAMonitor/DGAReportGenerator.h"
-#include "DGAMonitor/DGAWatchVerdict.h"
-#include "DGAMonitor/DGAWindowInterfaces.h"
+#include "DGAMonitor/Report/DGAReportGenerator.h"
+#include "DGAMonitor/Watch/DGAWatchVerdict.h"
+#include "DGAMonitor/Windows/DGAWindowInterfaces.h"
 #include "platform/RunningApplications.h"
 
 class DGALoopThread;

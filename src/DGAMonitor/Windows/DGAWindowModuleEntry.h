@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "DGAMonitor/DGAWindowInterfaces.h"
+#include "DGAMonitor/Windows/DGAWindowInterfaces.h"
 
 // How the core enters the module that holds the windows.
 

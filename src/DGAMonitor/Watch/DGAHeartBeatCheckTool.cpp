@@ -1,12 +1,12 @@
-#include "DGAMonitor/DGAHeartBeatCheckTool.h"
+#include "DGAMonitor/Watch/DGAHeartBeatCheckTool.h"
 
 #include <condition_variable>
 #include <optional>
 #include <utility>
 
 #include "DGAMonitor/Const/DGAConst.h"
-#include "DGAMonitor/DGAApplicationWindows.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "DGAMonitor/Utilities/Tool/DGATaskTool.h"
 #include "platform/DGALoopThread.h"
@@ -20,8 +20,8 @@ constexpr double kPromptRecencySeconds = 11.0;
 constexpr int kQuitAndSendAction = 2605;
 constexpr int kWaitAction = 2606;
 
-DGAMonitorToolManager& record() {
-    return DGAMonitorToolManager::shareManager();
+DGASessionRecord& record() {
+    return DGASessionRecord::sharedRecord();
 }
 
 }  // namespace

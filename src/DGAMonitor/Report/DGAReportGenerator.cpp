@@ -1,4 +1,4 @@
-#include "DGAMonitor/DGAReportGenerator.h"
+#include "DGAMonitor/Report/DGAReportGenerator.h"
 
 #include <fmt/format.h>
 
@@ -9,8 +9,8 @@
 
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Const/DGAConst.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
-#include "DGAMonitor/DGASystemProfileExtractor.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
+#include "DGAMonitor/Report/DGASystemProfileExtractor.h"
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "DGAMonitor/Utilities/Tool/DGATaskTool.h"
@@ -180,7 +180,7 @@ void DGAReportGenerator::generateOrvdgaFolder() {
 
 // A client that has said goodbye has not crashed.
 void DGAReportGenerator::recordCrash() const {
-    const DGAMonitorToolManager& record = DGAMonitorToolManager::shareManager();
+    const DGASessionRecord& record = DGASessionRecord::sharedRecord();
     const auto processId = record.pID.get();
     if (!request_.crashLog || !processId || record.clientHasQuit)
         return;
@@ -266,7 +266,7 @@ void DGAReportGenerator::tellDelegate(const std::string& archivePath) const {
 // The ids come from outside; without "/" and "." they cannot lead out of the folder.
 DGAReportGenerator::Paths DGAReportGenerator::fetchFileDestinationPathWithOriginalArr(
     const Paths& files) const {
-    const DGAMonitorToolManager& record = DGAMonitorToolManager::shareManager();
+    const DGASessionRecord& record = DGASessionRecord::sharedRecord();
     const std::string name = fmt::format("{}_{}_{}", support::orNull(record.confID.get()),
                                          support::orNull(record.userID.get()), saveTime());
     Paths args = {kZipOptions, fmt::format("{}/{}", kDGATempStorePath,

@@ -1,10 +1,10 @@
-#include "DGAMonitor/DGADealNotifTargetTool.h"
+#include "DGAMonitor/Watch/DGADealNotifTargetTool.h"
 
 #include <chrono>
 #include <utility>
 
 #include "DGAMeetingData/DGACSVFileTool.h"
-#include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/RunLoop.h"
@@ -45,7 +45,7 @@ void DGADealNotifTargetTool::dealNormalQuitFromClient(const platform::Notificati
     if (quitSeen_)
         return;
     quitSeen_ = true;
-    DGAMonitorToolManager& record = DGAMonitorToolManager::shareManager();
+    DGASessionRecord& record = DGASessionRecord::sharedRecord();
     record.clientHasQuit = true;
     ORVN_LOG_METHOD();
     DGACSVFileTool::saveDGATraceWithModuleType(kClientQuitModule, 1, 1, "client quit", 0.0F, std::nullopt, 0,
@@ -60,5 +60,5 @@ void DGADealNotifTargetTool::dealNormalQuitFromClient(const platform::Notificati
 
 void DGADealNotifTargetTool::reportFileGeneratedAt(const std::string& /*path*/) {
     ORVN_LOG_METHOD();
-    DGAMonitorToolManager::shareManager().readyToQuit = true;
+    DGASessionRecord::sharedRecord().readyToQuit = true;
 }

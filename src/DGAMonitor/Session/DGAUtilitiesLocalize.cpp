@@ -1,11 +1,12 @@
+#include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
+
 #include <algorithm>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string_view>
 
-#include "DGAMonitor/DGAMonitorToolManager.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "platform/BundleInfo.h"
 #include "support/ORVNLogger.h"
 #include "support/StringTable.h"
@@ -57,7 +58,7 @@ private:
 
 std::string DGAUtilities::dga_localize(const std::string& key) {
     static auto* const tables = new Tables;  // never destroyed: other threads may ask until the end
-    const std::string language = DGAMonitorToolManager::shareManager().language.get().value_or("");
+    const std::string language = DGASessionRecord::sharedRecord().language.get().value_or("");
     const auto table = tables->of(language.empty() ? kDefaultLanguage : language);
     const auto* const entry = table->find(key);
     return entry ? entry->value : key;

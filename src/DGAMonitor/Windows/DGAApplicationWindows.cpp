@@ -1,8 +1,8 @@
-#include "DGAMonitor/DGAApplicationWindows.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 
 #include <utility>
 
-#include "DGAMonitor/DGAWindowModuleEntry.h"
+#include "DGAMonitor/Windows/DGAWindowModuleEntry.h"
 #include "platform/LoadableModule.h"
 #include "support/ORVNLogger.h"
 

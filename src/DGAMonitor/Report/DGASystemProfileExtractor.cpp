@@ -1,4 +1,4 @@
-#include "DGAMonitor/DGASystemProfileExtractor.h"
+#include "DGAMonitor/Report/DGASystemProfileExtractor.h"
 
 #include <unistd.h>
 
