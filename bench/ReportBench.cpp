@@ -12,8 +12,8 @@
 #include <string>
 
 #include "DGAMeetingData/DGACSVFileTool.h"
-#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Report/DGAReportGenerator.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "platform/BundleInfo.h"
 #include "reportproblem/LogCollector.h"
 
@@ -65,7 +65,7 @@ void makeReport(DGAReportGenerator& generator) {
     std::mutex mutex;
     std::condition_variable changed;
     bool done = false;
-    generator.startGenerateReportIfScreenShot(false, false, false, 1, [&] {
+    generator.startGenerateReportIfScreenShot({.serviceType = 1}, [&] {
         const std::lock_guard<std::mutex> hold(mutex);
         done = true;
         changed.notify_all();

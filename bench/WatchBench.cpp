@@ -8,8 +8,8 @@
 #include <fstream>
 #include <string>
 
-#include "DGAMonitor/Watch/DGAHeartBeatCheckTool.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
+#include "DGAMonitor/Watch/DGAHeartBeatCheckTool.h"
 #include "platform/RunningApplications.h"
 
 namespace {
@@ -37,8 +37,7 @@ void tick(benchmark::State& state, DGAHeartBeatCheckTool& tool) {
 
 void tickAmongProcesses(benchmark::State& state) {
     const std::string root = makeTree(state.range(0));
-    DGASessionRecord::sharedRecord().pID.set(
-        std::to_string(kFirst + static_cast<int>(state.range(0)) - 1));
+    DGASessionRecord::sharedRecord().pID.set(std::to_string(kFirst + static_cast<int>(state.range(0)) - 1));
     {
         DGAHeartBeatCheckTool tool({.generator = nullptr,
                                     .applications = platform::RunningApplications(root),

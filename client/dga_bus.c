@@ -7,7 +7,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-#include "orvane_dga_client.h"
+#include "orvane_dga_types.h"
 
 #define OBJECT_PATH "/com/tellan/orvane/DistributedNotifications"
 #define INTERFACE_NAME "com.tellan.orvane.DistributedNotifications"

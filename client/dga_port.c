@@ -12,7 +12,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "orvane_dga_client.h"
+#include "orvane_dga_types.h"
 
 #define PORT_BASE_NAME "com.tellan.orvane.orvanedga"
 #define HEADER_SIZE 8

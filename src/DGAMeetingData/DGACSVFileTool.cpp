@@ -35,7 +35,8 @@ std::string lineOf(const DGATraceRecord& record) {
     const std::string time =
         record.timestamp.value_or("").empty() ? DGACSVFileTool::fetchCurrentTime() : *record.timestamp;
     const int64_t thread = record.threadID != 0 ? record.threadID : DGACSVFileTool::getThreadID();
-    const std::string id = fmt::format("{:.{}f}", static_cast<double>(record.dwID), record.dwID > 0.0F ? 1 : 0);
+    const std::string id =
+        fmt::format("{:.{}f}", static_cast<double>(record.dwID), record.dwID > 0.0F ? 1 : 0);
     return fmt::format("{},{},{},{},{},{},{},{},{},{},{}", static_cast<int64_t>(record.moduleType),
                        record.levelType, record.interactionType, record.basicInfo.value_or(""), id,
                        record.desc.value_or(""), record.dwValue, record.lpszReserved.value_or(""),
@@ -65,8 +66,8 @@ void DGACSVFileTool::saveDGATraceWithModuleType(int64_t moduleType, int64_t leve
                                                 Text desc, int64_t dwValue, Text lpszReserved,
                                                 int64_t dwReserved, Text timestamp, int64_t threadID) {
     saveTraceRecord({static_cast<DGATraceModule>(moduleType), levelType, interactionType,
-                     std::move(basicInfo), dwID, std::move(desc), dwValue, std::move(lpszReserved), dwReserved,
-                     std::move(timestamp), threadID});
+                     std::move(basicInfo), dwID, std::move(desc), dwValue, std::move(lpszReserved),
+                     dwReserved, std::move(timestamp), threadID});
 }
 
 void DGACSVFileTool::saveTraceRecord(DGATraceRecord record) {
@@ -87,7 +88,7 @@ void DGACSVFileTool::checkFilePathIfExist() {
         return;
     if (!isToolsService())
         DGAUtilities::dga_createOrvdgaTopicFileAtPath(orvdgaTopicFilePath(),
- DGASessionRecord::sharedRecord().confName.get());
+                                                      DGASessionRecord::sharedRecord().confName.get());
     createCSVFile();
 }
 

@@ -4,17 +4,12 @@
 
 namespace {
 
-constexpr int64_t kLevel = 1;
 constexpr int64_t kInteraction = 6;
 
 }  // namespace
 
-void DGAMeetingData::saveMeetingData(const Values& values) {
-    const auto& [moduleType, levelType, interactionType, basicInfo, dwID, desc, dwValue, lpszReserved,
-                 dwReserved, timestamp, threadID] = values;
-    DGACSVFileTool::saveDGATraceWithModuleType(moduleType, levelType, interactionType, basicInfo,
-                                               static_cast<float>(dwID), desc, dwValue, lpszReserved,
-                                               dwReserved, timestamp, threadID);
+void DGAMeetingData::saveMeetingData(const DGATraceRecord& record) {
+    DGACSVFileTool::saveTraceRecord(record);
 }
 
 void DGAMeetingData::saveData() {
@@ -27,7 +22,13 @@ void DGAMeetingData::change(int32_t& field, int32_t value) {
     field = value;
 }
 
-void DGAMeetingData::saveValue(Module module, int32_t dwID, int32_t dwValue) {
-    saveMeetingData(
-        {static_cast<int64_t>(module), kLevel, kInteraction, "", dwID, "", dwValue, "", 0, "", 0});
+void DGAMeetingData::saveValue(DGATraceModule module, int32_t dwID, int32_t dwValue) {
+    saveMeetingData({.moduleType = module,
+                     .interactionType = kInteraction,
+                     .basicInfo = "",
+                     .dwID = static_cast<float>(dwID),
+                     .desc = "",
+                     .dwValue = dwValue,
+                     .lpszReserved = "",
+                     .timestamp = ""});
 }

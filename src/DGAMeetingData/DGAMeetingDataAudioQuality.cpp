@@ -12,13 +12,13 @@ void DGAMeetingDataAudioQuality::saveData() {
     if (audioType_ == 0 || !ifChanged())
         return;
     if (audioType_ == kTelephone) {
-        saveValue(Module::audioQuality, 100, kTelephone);
-        saveValue(Module::audioQuality, 200, telephoneQuality_);
+        saveValue(DGATraceModule::audioQuality, 100, kTelephone);
+        saveValue(DGATraceModule::audioQuality, 200, telephoneQuality_);
     } else {
-        saveValue(Module::audioQuality, 100, kComputer);
-        saveValue(Module::audioQuality, 210, sendQuality_);
-        saveValue(Module::audioQuality, 220, receiveQuality_);
-        saveValue(Module::audioQuality, 300, deviceStatus_);
+        saveValue(DGATraceModule::audioQuality, 100, kComputer);
+        saveValue(DGATraceModule::audioQuality, 210, sendQuality_);
+        saveValue(DGATraceModule::audioQuality, 220, receiveQuality_);
+        saveValue(DGATraceModule::audioQuality, 300, deviceStatus_);
     }
     DGAMeetingData::saveData();
 }

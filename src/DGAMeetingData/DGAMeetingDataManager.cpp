@@ -99,9 +99,9 @@ void saveEvent(int32_t eventType) {
         logWarning("parseJson: no event has the number {}", eventType);
         return;
     }
-    DGAMeetingData::saveMeetingData({static_cast<int64_t>(DGAMeetingData::Module::event), 1,
-                                     kEventInteraction, kEventNames.at(static_cast<size_t>(eventType)), 0,
-                                     std::nullopt, 0, std::nullopt, 0, std::nullopt, 0});
+    DGAMeetingData::saveMeetingData({.moduleType = DGATraceModule::event,
+                                     .interactionType = kEventInteraction,
+                                     .basicInfo = kEventNames.at(static_cast<size_t>(eventType))});
 }
 
 }  // namespace

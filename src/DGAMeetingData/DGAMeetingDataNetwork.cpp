@@ -2,6 +2,6 @@
 
 void DGAMeetingDataNetwork::setNetworkStatus(int32_t networkStatus) {
     if (networkStatus_ != networkStatus)
-        saveValue(Module::network, networkStatus, 0);
+        saveValue(DGATraceModule::network, networkStatus, 0);
     networkStatus_ = networkStatus;
 }

@@ -11,14 +11,14 @@ constexpr int32_t kH264 = 3;
 void DGAMeetingDataShareQuality::saveData() {
     if (shareType_ == 0 || !ifChanged())
         return;
-    saveValue(Module::shareQuality, 100, shareType_);
+    saveValue(DGATraceModule::shareQuality, 100, shareType_);
     if (shareType_ == kDlc || shareType_ == kH264) {
-        saveValue(Module::shareQuality, 200, shareType_ == kDlc ? dlcQuality_ : h264Quality_);
+        saveValue(DGATraceModule::shareQuality, 200, shareType_ == kDlc ? dlcQuality_ : h264Quality_);
     } else {
-        saveValue(Module::shareQuality, 320, audioReceiveQuality_);
-        saveValue(Module::shareQuality, 310, audioSendQuality_);
-        saveValue(Module::shareQuality, 450, videoReceiveQuality_);
-        saveValue(Module::shareQuality, 400, videoSendQuality_);
+        saveValue(DGATraceModule::shareQuality, 320, audioReceiveQuality_);
+        saveValue(DGATraceModule::shareQuality, 310, audioSendQuality_);
+        saveValue(DGATraceModule::shareQuality, 450, videoReceiveQuality_);
+        saveValue(DGATraceModule::shareQuality, 400, videoSendQuality_);
     }
     DGAMeetingData::saveData();
 }

@@ -3,8 +3,8 @@
 void DGAMeetingDataVideoQuality::saveData() {
     if (!ifChanged())
         return;
-    saveValue(Module::videoQuality, 100, deviceStatus_);
-    saveValue(Module::videoQuality, 300, receiveQuality_);
-    saveValue(Module::videoQuality, 200, sendQuality_);
+    saveValue(DGATraceModule::videoQuality, 100, deviceStatus_);
+    saveValue(DGATraceModule::videoQuality, 300, receiveQuality_);
+    saveValue(DGATraceModule::videoQuality, 200, sendQuality_);
     DGAMeetingData::saveData();
 }

@@ -1,6 +1,5 @@
 #include "DGAMeetingData/DGAResourceTrace.h"
 
-#include <optional>
 #include <utility>
 
 #include "DGAMeetingData/DGACSVFileTool.h"
@@ -8,14 +7,17 @@
 
 namespace {
 
-constexpr int64_t kResourceModule = 30;
 constexpr int64_t kKilobytesPerMebibyte = 1024;
 
 void save(const DGAResourceTrace& trace, std::string basicInfo, double dwID, std::string desc,
           int64_t processID) {
-    DGACSVFileTool::saveDGATraceWithModuleType(kResourceModule, trace.levelType, 1, std::move(basicInfo),
-                                               static_cast<float>(dwID), std::move(desc), trace.sample,
-                                               std::nullopt, processID, std::nullopt, 0);
+    DGACSVFileTool::saveTraceRecord({.moduleType = DGATraceModule::resources,
+                                     .levelType = trace.levelType,
+                                     .basicInfo = std::move(basicInfo),
+                                     .dwID = static_cast<float>(dwID),
+                                     .desc = std::move(desc),
+                                     .dwValue = trace.sample,
+                                     .dwReserved = processID});
 }
 
 }  // namespace

@@ -13,10 +13,8 @@
 namespace {
 
 void saveParameter(const char* name, std::optional<std::string> value, float dwID = 0.0F) {
-    DGACSVFileTool::saveTraceRecord({.moduleType = DGATraceModule::session,
-                                     .basicInfo = name,
-                                     .dwID = dwID,
-                                     .desc = std::move(value)});
+    DGACSVFileTool::saveTraceRecord(
+        {.moduleType = DGATraceModule::session, .basicInfo = name, .dwID = dwID, .desc = std::move(value)});
 }
 
 // The two parameters that may hold anything the user typed travel as base64, marked by their id.

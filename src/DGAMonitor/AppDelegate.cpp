@@ -4,9 +4,10 @@
 
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMeetingData/DGAMeetingDataRecordTool.h"
-#include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "DGAMonitor/DGACoreWindowServices.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
 #include "DGAMonitor/Session/DGATelemetryManager.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/Windows/DGAWindowModuleEntry.h"
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
@@ -25,7 +26,9 @@ void AppDelegate::applicationDidFinishLaunching() {
     ORVNLogger::sharedLogger().initParams(
         {.subPath = "dga", .fileNamePrefix = "orvtra_dga_", .maxFileNum = 30});
     ORVN_LOG_METHOD();
-    DGAApplicationWindows::sharedWindows().setModuleName(kDGAWindowModuleName);
+    auto& windows = DGAApplicationWindows::sharedWindows();
+    windows.setServices(std::make_shared<DGACoreWindowServices>());
+    windows.setModuleName(kDGAWindowModuleName);
     DGAMonitorToolManager::shareManager().startMonitoring();
 }
 

@@ -54,5 +54,6 @@ private:
     static void startReceiveMeetingData();
     static void startCheckingSystemResourceUsage();
 
+    DGASessionRecord& record_;
     std::shared_ptr<DGADealNotifTargetTool> targetTool_;
 };

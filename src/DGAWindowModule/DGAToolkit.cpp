@@ -6,10 +6,9 @@
 #include <array>
 #include <clocale>
 
-#include "DGAMonitor/Windows/DGAApplicationWindows.h"
-#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/View/DGAFrozeWindow.h"
 #include "DGAMonitor/View/DGAStyle.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAWindowModule/DGADisplay.h"
 #include "platform/RunLoop.h"
 #include "support/ORVNLogger.h"
@@ -46,10 +45,10 @@ private:
         if (qobject_cast<DGAFrozeWindow*>(window) && window->isVisible())
             window->close();
     }
-    DGAApplicationWindows::sharedWindows().giveUp("the display is gone");
-    auto& record = DGASessionRecord::sharedRecord();
-    record.rpWindowCtrl.reset();
-    record.uploadWindowCtrl.reset();
+    auto& windows = DGAApplicationWindows::sharedWindows();
+    windows.giveUp("the display is gone");
+    windows.rpWindowCtrl.reset();
+    windows.uploadWindowCtrl.reset();
     platform::RunLoop::main().runForGood();
 }
 

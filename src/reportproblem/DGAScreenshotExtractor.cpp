@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Utilities/DGAUtilitiesProgram.h"
 #include "platform/PrivateFolder.h"
 #include "platform/Task.h"
 

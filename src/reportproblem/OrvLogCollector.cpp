@@ -2,7 +2,6 @@
 
 #include <sys/stat.h>
 
-#include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "platform/BundleInfo.h"
 
@@ -15,9 +14,11 @@ OrvLogCollector::Paths OrvLogCollector::allLogs() {
 }
 
 OrvLogCollector::Paths OrvLogCollector::allLatestLogs() {
-    return listUntilMissing({latestMeetingLogFromHV(), latestGpcLog(), latestChromeGpcLog(),
-                             latestAppextLog(), latestOrvaneParameters(), latestDGALog(), orvdgaTopicFile(),
-                             orvdgaCSVFile()});
+    std::vector<std::optional<std::string>> logs = {latestMeetingLogFromHV(), latestGpcLog(),
+                                                    latestChromeGpcLog(),     latestAppextLog(),
+                                                    latestOrvaneParameters(), latestDGALog()};
+    logs.insert(logs.end(), traceFiles.begin(), traceFiles.end());
+    return listUntilMissing(logs);
 }
 
 std::string OrvLogCollector::latestOrvaneParameters() const {
@@ -32,14 +33,6 @@ std::string OrvLogCollector::latestMeetingLogFromHV() const {
     const bool isFile = path.starts_with('/') && path.find('\0') == std::string::npos &&
                         stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
     return isFile ? path : std::string();
-}
-
-std::optional<std::string> OrvLogCollector::orvdgaTopicFile() const {
-    return DGACSVFileTool::shareFileTool().orvdgaTopicFilePath();
-}
-
-std::optional<std::string> OrvLogCollector::orvdgaCSVFile() const {
-    return DGACSVFileTool::shareFileTool().orvdgaCSVFilePath();
 }
 
 OrvLogCollector::Paths OrvLogCollector::listUntilMissing(

@@ -26,6 +26,9 @@ public:
     std::unique_ptr<CrashLogCollector> crashLogCollector;
     std::unique_ptr<DGALogCollector> dgaLogCollector;
 
+    /// The topic file and the trace of the run; the list ends before the first that is missing.
+    std::vector<std::optional<std::string>> traceFiles;
+
     Paths allMeetingLogsSortedByTimestamp() { return meetingLogCollector->allLogsSortedByTimestamp(); }
     Paths allGpcLogsSortedByTimestamp() { return gpcLogCollector->allLogsSortedByTimestamp(); }
     Paths allChromeGpcLogsSortedByTimestamp() { return chromeGpcLogCollector->allLogsSortedByTimestamp(); }
@@ -55,9 +58,6 @@ public:
 
     /// The log that the client has named in the session record, if that is the full path of a file.
     std::string latestMeetingLogFromHV() const;
-
-    std::optional<std::string> orvdgaTopicFile() const;
-    std::optional<std::string> orvdgaCSVFile() const;
 
     /// The texts up to the first that is missing.
     static Paths listUntilMissing(const std::vector<std::optional<std::string>>& texts);

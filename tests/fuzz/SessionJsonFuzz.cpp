@@ -1,8 +1,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Session/DGASessionParameters.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "support/JsonValue.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t length) {

@@ -5,9 +5,9 @@
 #include <thread>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
-#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/View/DGAFrozeWindowController.h"
 #include "DGAMonitor/View/SendReport/View/DGAButton.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAWindowModule/DGAModuleWindowFactory.h"
 #include "ui/UiTest.h"
 

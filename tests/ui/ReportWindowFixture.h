@@ -9,19 +9,20 @@
 #include <vector>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
-#include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "DGAMonitor/Report/DGAReportGenerator.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/View/SendReport/Controller/DGAProblemReportingWindowController.h"
 #include "DGAMonitor/View/SendReport/View/DGAButton.h"
 #include "DGAMonitor/View/SendReport/View/DGACheckboxButton.h"
 #include "DGAMonitor/View/SendReport/View/DGAIconButton.h"
 #include "DGAMonitor/View/SendReport/View/DGATextField.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "ui/UiTest.h"
 
 namespace ui {
 
-/// What the upload window was asked for: screenshot, system information, description, category.
-using Upload = std::tuple<bool, bool, std::string, int64_t>;
+/// What the upload window was asked for: contents, description, category.
+using Upload = std::tuple<DGAReportOptions, std::string, int64_t>;
 
 class FakeUploadWindow final : public DGAUploadWindowInterface {
 public:
@@ -29,9 +30,9 @@ public:
     void bringToFront() override {}
     void center() override {}
     void close() override {}
-    void showUploadWindowIfScreenShot(bool screenshot, bool systemInfo, const std::string& comment,
+    void showUploadWindowIfScreenShot(const DGAReportOptions& options, const std::string& comment,
                                       int64_t problemCatagory) override {
-        asked.emplace_back(screenshot, systemInfo, comment, problemCatagory);
+        asked.emplace_back(options, comment, problemCatagory);
     }
     std::vector<Upload> asked;
 };
@@ -48,14 +49,14 @@ protected:
         record().language.set("English");
         record().confID.set("123");
         record().userID.set("7");
-        record().uploadWindowCtrl = upload;
+        DGAApplicationWindows::sharedWindows().uploadWindowCtrl = upload;
     }
     void TearDown() override {
         UiTest::TearDown();
         gate.reset();
         controller.reset();
         runFor(std::chrono::milliseconds(50));
-        record().uploadWindowCtrl.reset();
+        DGAApplicationWindows::sharedWindows().uploadWindowCtrl.reset();
         for (const char* path : {"/tmp/orvdga", "/tmp/target"})
             std::filesystem::remove_all(path);
     }

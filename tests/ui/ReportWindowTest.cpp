@@ -91,7 +91,7 @@ TEST_F(ProblemReportingWindowTest, OffersTheCategoriesOfTheServiceAndSendsTheirN
             EXPECT_FALSE(controller->isVisible());
         }
         for (const auto& asked : upload->asked)
-            sent.push_back(std::get<3>(asked));
+            sent.push_back(std::get<2>(asked));
         EXPECT_EQ(sent, c.numbers);
     }
 }
@@ -114,7 +114,7 @@ TEST_F(ProblemReportingWindowTest, AnOpenWindowKeepsWhatWasEnteredAndAClosedOneF
     EXPECT_EQ(box().title(), lDGADropListNotResponding);
     EXPECT_EQ(box().findText(lDGADropListNotResponding), -1);
     ui::click(send());
-    EXPECT_THAT(upload->asked, ElementsAre(Upload(false, true, "no sound", 6)));
+    EXPECT_THAT(upload->asked, ElementsAre(Upload({.systemInfo = true, .serviceType = 1}, "no sound", 6)));
 
     open();
     EXPECT_EQ(field().stringValue(), "");
@@ -124,11 +124,13 @@ TEST_F(ProblemReportingWindowTest, AnOpenWindowKeepsWhatWasEnteredAndAClosedOneF
     EXPECT_FALSE(send().isEnabled());
     fillIn();
     ui::click(send());
-    EXPECT_EQ(upload->asked.back(), Upload(true, true, "no sound", 2)) << "the menu is that of now";
+    EXPECT_EQ(upload->asked.back(),
+              Upload({.screenShot = true, .systemInfo = true, .serviceType = 1}, "no sound", 2))
+        << "the menu is that of now";
 }
 
 TEST_F(ProblemReportingWindowTest, WithoutAnUploadWindowNothingThatWasEnteredIsLost) {
-    record().uploadWindowCtrl.reset();
+    DGAApplicationWindows::sharedWindows().uploadWindowCtrl.reset();
     open();
     fillIn();
     ui::click(send());
@@ -287,7 +289,7 @@ TEST_F(ProblemReportingWindowTest, TakesALongTextOfAnyKindWithoutLoss) {
     choose(lDGADropListVideo);
     ui::click(send());
     ASSERT_EQ(upload->asked.size(), 1U);
-    EXPECT_TRUE(std::get<2>(upload->asked[0]) == text + "e\nf");
+    EXPECT_TRUE(std::get<1>(upload->asked[0]) == text + "e\nf");
 }
 
 TEST_F(ProblemReportingWindowTest, IsUsedWithTheKeyboardAlone) {

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "DGAMonitor/DGACoreWindowServices.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAWindowModule/DGAToolkit.h"
 #include "platform/RunLoop.h"
 
@@ -23,7 +25,9 @@ void xdotool(const std::string& arguments) {
 
 }  // namespace
 
-UiTest::UiTest() : notStarted_(DGAToolkit::start()) {}
+UiTest::UiTest() : notStarted_(DGAToolkit::start()) {
+    DGAApplicationWindows::sharedWindows().setServices(std::make_shared<DGACoreWindowServices>());
+}
 
 void UiTest::SetUp() {
     ASSERT_EQ(notStarted_, "");

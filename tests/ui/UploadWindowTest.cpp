@@ -16,10 +16,10 @@
 
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
-#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/View/SendReport/View/DGAButton.h"
 #include "DGAMonitor/View/SendReport/View/DGAImageView.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAUpload/ui/UploadView.h"
 #include "DGAUpload/ui/UploadWindowController.h"
 #include "platform/WorkQueue.h"
@@ -83,13 +83,13 @@ const std::string kConnected = "+Report prepared|+Connected to server|";
 const std::string kWarning = std::string("(") + kTextWarningMessageSendReport + ")@";
 const std::string kSaveAndCancel = "[Save Report][Cancel]";
 
-struct Generator final : DGAReportGenerator {
-    void startGenerateReportIfScreenShot(bool screenShot, bool ifSystemInfo, bool ifCrashLog,
-                                         int64_t serviceType, std::function<void()> /*completion*/) override {
-        asked.push_back(std::to_string(screenShot) + std::to_string(ifSystemInfo) +
-                        std::to_string(ifCrashLog) + std::to_string(serviceType));
+struct Generator final : DGAReportMaker {
+    void setDelegate(std::weak_ptr<DGAReportGeneratorDelegate> /*delegate*/) override {}
+    void startGenerateReportIfScreenShot(const DGAReportOptions& options,
+                                         std::function<void()> /*completion*/) override {
+        asked.push_back(options);
     }
-    std::vector<std::string> asked;
+    std::vector<DGAReportOptions> asked;
 };
 
 /// An upload server: the real one, or with no options one that takes connections and never answers.
@@ -148,7 +148,7 @@ protected:
     void show(const std::string& comment = "it broke") {
         if (!controller)
             controller = std::make_shared<UploadWindowController>(UploadViewController::Parts{generator, {}});
-        controller->showUploadWindowIfScreenShot(true, false, comment, 3);
+        controller->showUploadWindowIfScreenShot({.screenShot = true, .serviceType = 1}, comment, 3);
     }
     /// The toolkit takes a window that is shown again at once for one that has kept the keyboard.
     static void letGo() {
@@ -242,7 +242,7 @@ TEST_F(UploadWindowTest, ProgressIsPolledAndTheNextStatusResetsIt) {
 TEST_F(UploadWindowTest, SendsArchivesOfUpTo25MillionBytes) {
     const Server server;
     show();
-    EXPECT_EQ(generator->asked, std::vector<std::string>{"1001"});
+    EXPECT_EQ(generator->asked, (std::vector<DGAReportOptions>{{.screenShot = true, .serviceType = 1}}));
     generated(25'000'000);
     EXPECT_TRUE(vc().isPolling());
     show();

@@ -227,7 +227,8 @@ private:
         for (const auto& state : states) {
             const std::lock_guard<std::mutex> notReady(ready_);
             UploadWindowController controller({generatorThatWaits(ready_), {}});
-            controller.showUploadWindowIfScreenShot(true, true, "", 2);
+            controller.showUploadWindowIfScreenShot(
+                {.screenShot = true, .systemInfo = true, .serviceType = 1}, "", 2);
             UploadView& view = controller.uploadVC()->view();
             state.show(view);
             // The wheel stands still, in the same place every time.

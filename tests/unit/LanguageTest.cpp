@@ -7,7 +7,7 @@
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
 #include "DGAMonitor/Utilities/Tool/DGALanguageManager.h"
 #include "platform/BundleInfo.h"
 #include "support/StringTable.h"

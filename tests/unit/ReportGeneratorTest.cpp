@@ -113,7 +113,7 @@ protected:
         const auto delegate = std::make_shared<Delegate>();
         generator.setDelegate(delegate);
         std::atomic<bool> completed{false};
-        generator.startGenerateReportIfScreenShot(screenShot, systemInfo, crashLog, serviceType, [&] {
+        generator.startGenerateReportIfScreenShot({screenShot, systemInfo, crashLog, serviceType}, [&] {
             EXPECT_NE(&platform::RunLoop::current(), &platform::RunLoop::main());
             completed = true;
         });
@@ -253,7 +253,7 @@ TEST_F(ReportGeneratorRunTest, AnyOtherServiceDoesNothing) {
     {
         DGAReportGenerator generator(tools_);
         for (const int64_t serviceType : {0, 2, 11, -1})
-            generator.startGenerateReportIfScreenShot(true, true, true, serviceType,
+            generator.startGenerateReportIfScreenShot({true, true, true, serviceType},
                                                       [&] { completed = true; });
     }
     EXPECT_TRUE(runs_.empty());
@@ -298,7 +298,7 @@ TEST_F(ReportGeneratorRunTest, ARunOutlivesTheOwnerOfItsGenerator) {
     {
         const auto delegate = std::make_shared<Delegate>();
         generator->setDelegate(delegate);
-        generator->startGenerateReportIfScreenShot(false, false, false, kHV, [&] { completed = true; });
+        generator->startGenerateReportIfScreenShot({.serviceType = kHV}, [&] { completed = true; });
         started.wait(false);
         generator.reset();
     }
@@ -324,7 +324,8 @@ TEST_F(ReportGeneratorRunTest, GeneratorsWorkSideBySide) {
     DGAReportGenerator first(tools_);
     DGAReportGenerator second(tools_);
     for (auto* generator : {&first, &second})
-        generator->startGenerateReportIfScreenShot(false, true, true, kHV, [&] { ++completed; });
+        generator->startGenerateReportIfScreenShot({.systemInfo = true, .crashLog = true, .serviceType = kHV},
+                                                   [&] { ++completed; });
     for (int i = 0; i < 1000 && completed < 2; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     EXPECT_EQ(completed, 2);

@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "DGAMonitor/Report/DGAReportRetention.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Report/DGAUtilitiesRetention.h"
 
 namespace fs = std::filesystem;
 

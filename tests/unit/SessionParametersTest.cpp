@@ -6,8 +6,9 @@
 #include <sstream>
 
 #include "DGAMeetingData/DGACSVFileTool.h"
+#include "DGAMonitor/DGAMonitorToolManager.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Utilities/DGAUtilitiesText.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
@@ -16,16 +17,17 @@ namespace {
 
 using Text = std::optional<std::string>;
 
-DGASessionRecord& manager() {
+DGASessionRecord& record() {
     return DGASessionRecord::sharedRecord();
 }
 
 void send(const std::string& json) {
-    manager().dealMessageFromClient({"name", std::nullopt, {{"DgaJsonData", json}}});
+    DGAMonitorToolManager::shareManager().dealMessageFromClient(
+        {"name", std::nullopt, {{"DgaJsonData", json}}});
 }
 
-std::map<std::string, Text> record() {
-    auto& m = manager();
+std::map<std::string, Text> fields() {
+    auto& m = record();
     return {{"pID", m.pID.get()},
             {"clientVersion", m.clientVersion.get()},
             {"confID", m.confID.get()},
@@ -52,10 +54,10 @@ std::map<std::string, Text> record() {
 
 // What a message changes in the record, the ever new tracking id left aside.
 std::map<std::string, Text> changesBy(const std::string& json) {
-    const auto before = record();
+    const auto before = fields();
     send(json);
     std::map<std::string, Text> changed;
-    for (const auto& [key, value] : record()) {
+    for (const auto& [key, value] : fields()) {
         if (value != before.at(key) && key != "telemetrySessionID")
             changed[key] = value;
     }
@@ -103,7 +105,7 @@ TEST_F(SessionParameters, AFullMessageFillsTheRecord) {
         {"serviceType", "1"},
         {"flags", "srta"},
         {"headers", "set"}};
-    EXPECT_EQ(record(), expected);
+    EXPECT_EQ(fields(), expected);
 }
 
 TEST_F(SessionParameters, KeysFollowTheirRules) {
@@ -171,10 +173,11 @@ TEST_F(SessionParameters, MessagesThatSayNothingChangeNothing) {
           "{\"confId\": " + std::string(10000, '{')}) {
         EXPECT_TRUE(changesBy(json).empty()) << json.substr(0, 20);
     }
-    const auto before = record();
-    manager().dealNormalStart({"name", std::nullopt, {}});
-    manager().dealNormalStart({"name", std::nullopt, {{"Other", "{\"confId\": \"1\"}"}}});
-    EXPECT_EQ(record(), before);
+    const auto before = fields();
+    DGAMonitorToolManager::shareManager().dealNormalStart({"name", std::nullopt, {}});
+    DGAMonitorToolManager::shareManager().dealNormalStart(
+        {"name", std::nullopt, {{"Other", "{\"confId\": \"1\"}"}}});
+    EXPECT_EQ(fields(), before);
     EXPECT_EQ(
         changesBy("{\"serviceType\": 1, \"userName\": \"" + std::string(1 << 20, 'u') + "\"}").at("userName"),
         std::string(1 << 20, 'u'));
@@ -184,10 +187,10 @@ TEST_F(SessionParameters, ABadTrackingIDIsReplaced) {
     for (const char* json : {R"({})", R"({"telemetrySessionID": ""})", R"({"telemetrySessionID": 12})",
                              R"({"telemetrySessionID": "0123abcd-0123-4567-89ab-0123456789ab"})"}) {
         send(json);
-        const auto first = manager().telemetrySessionID.get();
+        const auto first = record().telemetrySessionID.get();
         EXPECT_TRUE(DGAUtilities::isValidTrackID(first)) << json;
         send(json);
-        EXPECT_NE(manager().telemetrySessionID.get(), first) << json;
+        EXPECT_NE(record().telemetrySessionID.get(), first) << json;
     }
 }
 

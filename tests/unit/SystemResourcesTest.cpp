@@ -12,9 +12,9 @@
 
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMeetingData/DGASystemResourceCheckingManager.h"
+#include "DGAMeetingData/DGAUtilitiesResources.h"
 #include "DGAMeetingData/HealthCheckerSystemInfoGetter.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "platform/ProcessListing.h"
 #include "platform/WorkQueue.h"
 

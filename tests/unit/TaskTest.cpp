@@ -15,7 +15,7 @@
 #include <sstream>
 
 #include "DGAMonitor/Report/DGASystemProfileExtractor.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Utilities/DGAUtilitiesProgram.h"
 #include "DGAMonitor/Utilities/Tool/DGATaskTool.h"
 #include "platform/BundleInfo.h"
 #include "platform/HomePath.h"

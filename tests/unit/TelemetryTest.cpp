@@ -11,9 +11,10 @@
 #include <set>
 #include <thread>
 
-#include "DGAMonitor/Watch/DGAHeartBeatCheckTool.h"
+#include "DGAMonitor/DGAMonitorToolManager.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Session/DGATelemetryManager.h"
+#include "DGAMonitor/Watch/DGAHeartBeatCheckTool.h"
 #include "platform/BundleInfo.h"
 #include "platform/DistributedNotificationCenter.h"
 
@@ -26,7 +27,7 @@ using testing::ElementsAre;
 
 constexpr char kTrackingID[] = "0123ABCD-0123-4567-89AB-0123456789AB";
 
-DGASessionRecord& manager() {
+DGASessionRecord& record() {
     return DGASessionRecord::sharedRecord();
 }
 
@@ -115,19 +116,20 @@ class TelemetryTest : public testing::Test {
 protected:
     ~TelemetryTest() override {
         DGATelemetryManager::closeOrvTelemetry();
-        manager().telemetryMrg = nullptr;
+        record().telemetryMrg = nullptr;
     }
 
     static void tell(json parameters) {
         parameters["telemetrySessionID"] = kTrackingID;
-        manager().dealMessageFromClient({"name", std::nullopt, {{"DgaJsonData", parameters.dump()}}});
+        DGAMonitorToolManager::shareManager().dealMessageFromClient(
+            {"name", std::nullopt, {{"DgaJsonData", parameters.dump()}}});
     }
     static void start(const std::string& address, const json& headers = json::object()) {
         tell({{"enableTelementry", true},
               {"telemetryMetricsURL", address},
               {"telemetryHttpHeaders", headers}});
     }
-    static void send(int action) { manager().telemetryMrg->sendTelemetryActionByID(action); }
+    static void send(int action) { record().telemetryMrg->sendTelemetryActionByID(action); }
 };
 
 // First: nothing has been sent yet.
@@ -135,7 +137,7 @@ TEST_F(TelemetryTest, AnswersToThePromptArriveOnceEach) {
     Collector collector;
     Collector other;
     tell({{"enableTelementry", true}});
-    EXPECT_FALSE(manager().telemetryMrg);
+    EXPECT_FALSE(record().telemetryMrg);
     DGAHeartBeatCheckTool::Parts parts;
     parts.startThread = false;
     DGAHeartBeatCheckTool watch(parts);
@@ -201,17 +203,17 @@ TEST_F(TelemetryTest, SendsNothingThatTheClientDoesNotAllow) {
     for (json parameters : refused) {
         parameters["telemetryMetricsURL"] = collector.address();
         tell(parameters);
-        ASSERT_TRUE(manager().telemetryMrg);
+        ASSERT_TRUE(record().telemetryMrg);
         send(2605);
         DGATelemetryManager::closeOrvTelemetry();
-        manager().telemetryMrg = nullptr;
+        record().telemetryMrg = nullptr;
     }
     for (const json& address : {json(""), json(nullptr)}) {
         tell({{"enableTelementry", true}, {"telemetryMetricsURL", address}});
-        EXPECT_FALSE(manager().telemetryMrg);
+        EXPECT_FALSE(record().telemetryMrg);
     }
     start(collector.address());
-    manager().telemetryMrg->telemetryMetricsURL = "";
+    record().telemetryMrg->telemetryMetricsURL = "";
     send(2605);
     DGATelemetryManager::closeOrvTelemetry();
     EXPECT_TRUE(collector.requests().empty());
@@ -234,7 +236,7 @@ TEST_F(TelemetryTest, SendsAgainOnlyWhatTheServiceAsksFor) {
         // What may come of it comes before the end of the session.
         EXPECT_TRUE(eventually([&] { return collector.requests().size() == c.requests; }));
         DGATelemetryManager::closeOrvTelemetry();
-        manager().telemetryMrg = nullptr;
+        record().telemetryMrg = nullptr;
         const auto requests = collector.requests();
         EXPECT_EQ(requests.size(), c.requests) << c.answers[0].status;
         EXPECT_EQ(requests.front().body, requests.back().body);
@@ -259,7 +261,7 @@ TEST_F(TelemetryTest, ADeadServiceBlocksNobody) {
     const auto end = [] {
         const auto begin = Clock::now();
         DGATelemetryManager::closeOrvTelemetry();
-        manager().telemetryMrg = nullptr;
+        record().telemetryMrg = nullptr;
         EXPECT_LT(Clock::now() - begin, 2500ms);
         EXPECT_TRUE(eventually([] { return !telemetryThreadLives(); }));
     };

@@ -4,7 +4,8 @@
 #include <limits>
 
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Utilities/DGAUtilitiesFiles.h"
+#include "DGAMonitor/Utilities/DGAUtilitiesText.h"
 #include "support/Base64.h"
 #include "support/JsonValue.h"
 #include "support/ORVNLogger.h"

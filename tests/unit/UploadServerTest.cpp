@@ -16,7 +16,7 @@
 #include <thread>
 #include <vector>
 
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Utilities/DGAUtilitiesText.h"
 #include "DGAUpload/logic/CTraceUpload.h"
 #include "platform/RunLoop.h"
 

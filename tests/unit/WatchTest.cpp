@@ -8,10 +8,10 @@
 #include <fstream>
 #include <thread>
 
-#include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Watch/DGADealNotifTargetTool.h"
 #include "DGAMonitor/Watch/DGAHeartBeatCheckTool.h"
-#include "DGAMonitor/Session/DGASessionRecord.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/RunLoop.h"
 #include "platform/RunningApplications.h"
@@ -64,7 +64,7 @@ struct FakeReportWindow final : FakeWindow<DGAProblemReportingWindowInterface> {
 class FakeUploadWindow : public FakeWindow<DGAUploadWindowInterface> {
 public:
     using FakeWindow::FakeWindow;
-    void showUploadWindowIfScreenShot(bool, bool, const std::string&, int64_t) override {}
+    void showUploadWindowIfScreenShot(const DGAReportOptions&, const std::string&, int64_t) override {}
 };
 
 class FakeFactory final : public DGAWindowFactory {
@@ -90,14 +90,13 @@ public:
 
 class RecordingGenerator final : public DGAReportGenerator {
 public:
-    void startOnceGenerateReportIfScreenShot(bool screenShot, bool ifSystemInfo, bool ifCrashLog,
-                                             int64_t serviceType, std::function<void()> done) override {
-        requests.push_back({screenShot, ifSystemInfo, ifCrashLog, serviceType});
+    void startOnceGenerateReportIfScreenShot(const DGAReportOptions& options,
+                                             std::function<void()> done) override {
+        requests.push_back(options);
         completion = std::move(done);
     }
 
-    using Request = std::tuple<bool, bool, bool, int64_t>;
-    std::vector<Request> requests;
+    std::vector<DGAReportOptions> requests;
     std::function<void()> completion;
 };
 
@@ -153,8 +152,8 @@ protected:
     }
     ~WatchTest() override {
         RunLoop::main().runFor(1ms);
-        record().rpWindowCtrl.reset();
-        record().uploadWindowCtrl.reset();
+        DGAApplicationWindows::sharedWindows().rpWindowCtrl.reset();
+        DGAApplicationWindows::sharedWindows().uploadWindowCtrl.reset();
         DGAApplicationWindows::sharedWindows().installFactory(nullptr);
     }
 
@@ -236,7 +235,7 @@ TEST_F(WatchTest, CountsAPromptThatCannotBeShown) {
 TEST_F(WatchTest, ReportRequestClosesThePromptWithin10SecondsOfAHeartbeat) {
     for (const int ticksAfterHeartbeat : {5, 6}) {
         factory->report.reset();
-        record().rpWindowCtrl.reset();
+        DGAApplicationWindows::sharedWindows().rpWindowCtrl.reset();
         DGAHeartBeatCheckTool tool(parts());
         tick(tool, 91);
         factory->prompt->setVisible(false);
@@ -253,7 +252,7 @@ TEST_F(WatchTest, ReportRequestClosesThePromptWithin10SecondsOfAHeartbeat) {
 TEST_F(WatchTest, ReportRequestPrefersTheVisibleUploadWindow) {
     DGAHeartBeatCheckTool tool(parts());
     const auto upload = std::make_shared<FakeUploadWindow>();
-    record().uploadWindowCtrl = upload;
+    DGAApplicationWindows::sharedWindows().uploadWindowCtrl = upload;
     tool.judgeIfShowReportWindow();
     tool.judgeIfShowReportWindow();
     EXPECT_EQ(reportWindowsShown(), 2) << "one window, shown again";
@@ -286,7 +285,7 @@ TEST_F(WatchTest, CrashIsReportedOnceHoweverTheProcessVanishes) {
         record().readyToQuit = false;
         tree.put("4711", 100);
         factory->report.reset();
-        record().rpWindowCtrl.reset();
+        DGAApplicationWindows::sharedWindows().rpWindowCtrl.reset();
         generator->requests.clear();
         auto watch = parts();
         if (test.pID == std::to_string(zombie.pid))
@@ -304,7 +303,7 @@ TEST_F(WatchTest, CrashIsReportedOnceHoweverTheProcessVanishes) {
         EXPECT_FALSE(record().readyToQuit) << "before the window is up";
         RunLoop::main().runFor(1ms);
         EXPECT_TRUE(record().readyToQuit);
-        EXPECT_EQ(generator->requests, (std::vector<RecordingGenerator::Request>{{false, true, true, 1}}));
+        EXPECT_EQ(generator->requests, (std::vector<DGAReportOptions>{{false, true, true, 1}}));
         EXPECT_EQ(reportWindowsShown(), 1);
         EXPECT_EQ(factory->prompts, 0);
     }
@@ -397,7 +396,7 @@ TEST_F(WatchTest, SecondGoodbyeAsksForNoSecondReport) {
     DGADealNotifTargetTool target(parts(), generator);
     target.dealNormalQuitFromClient({});
     target.dealNormalQuitFromClient({});
-    EXPECT_EQ(generator->requests, (std::vector<RecordingGenerator::Request>{{false, true, false, 1}}));
+    EXPECT_EQ(generator->requests, (std::vector<DGAReportOptions>{{false, true, false, 1}}));
     EXPECT_FALSE(record().readyToQuit);
     generator->completion();
     target.dealGenerateReportFromClient({});
@@ -408,12 +407,13 @@ TEST_F(WatchTest, SecondGoodbyeAsksForNoSecondReport) {
 TEST(ReportGeneratorTest, OnceIsOnceForAllInstances) {
     static int runs = 0;
     struct Counting final : DGAReportGenerator {
-        void startGenerateReportIfScreenShot(bool, bool, bool, int64_t, std::function<void()>) override {
+        void startGenerateReportIfScreenShot(const DGAReportOptions&, std::function<void()>) override {
             ++runs;
         }
     } first, second;
     for (Counting* const generator : {&first, &second, &first})
-        generator->startOnceGenerateReportIfScreenShot(false, true, true, 1, nullptr);
+        generator->startOnceGenerateReportIfScreenShot(
+            {.systemInfo = true, .crashLog = true, .serviceType = 1}, nullptr);
     EXPECT_EQ(runs, 1);
 }
 

@@ -9,10 +9,11 @@
 
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Const/DGAConst.h"
-#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Report/DGASystemProfileExtractor.h"
+#include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Utilities/DGAUtilitiesFiles.h"
+#include "DGAMonitor/Utilities/DGAUtilitiesText.h"
 #include "DGAMonitor/Utilities/Tool/DGATaskTool.h"
 #include "platform/CoredumpRecord.h"
 #include "platform/FolderListing.h"
@@ -111,19 +112,17 @@ bool DGAReportGenerator::hasReports(int64_t serviceType) {
     return serviceType == kDGAServiceTypeHV || serviceType == kDGAServiceTypeKT;
 }
 
-void DGAReportGenerator::startGenerateReportIfScreenShot(bool screenShot, bool ifSystemInfo, bool ifCrashLog,
-                                                         int64_t serviceType,
+void DGAReportGenerator::startGenerateReportIfScreenShot(const DGAReportOptions& options,
                                                          std::function<void()> completion) {
     ORVN_LOG_METHOD();
-    if (!hasReports(serviceType))
+    if (!hasReports(options.serviceType))
         return;
-    const Request request{screenShot, ifSystemInfo, ifCrashLog, serviceType};
     runs_->begin();
     platform::BackgroundQueue::global().async(
-        [this, request, owner = weak_from_this().lock(), runs = runs_, completion = std::move(completion)] {
+        [this, options, owner = weak_from_this().lock(), runs = runs_, completion = std::move(completion)] {
             {
                 const std::lock_guard<std::mutex> hold(runs->oneAtATime);
-                generateReport(request);
+                generateReport(options);
             }
             runs->end();
             if (completion)
@@ -131,22 +130,20 @@ void DGAReportGenerator::startGenerateReportIfScreenShot(bool screenShot, bool i
         });
 }
 
-void DGAReportGenerator::startOnceGenerateReportIfScreenShot(bool screenShot, bool ifSystemInfo,
-                                                             bool ifCrashLog, int64_t serviceType,
+void DGAReportGenerator::startOnceGenerateReportIfScreenShot(const DGAReportOptions& options,
                                                              std::function<void()> completion) {
     static std::atomic<bool> started{false};
     if (!started.exchange(true))
-        startGenerateReportIfScreenShot(screenShot, ifSystemInfo, ifCrashLog, serviceType,
-                                        std::move(completion));
+        startGenerateReportIfScreenShot(options, std::move(completion));
 }
 
 std::string DGAReportGenerator::saveTime() const {
     return tools_.saveTime();
 }
 
-void DGAReportGenerator::generateReport(const Request& request) {
-    request_ = request;
-    if (request_.serviceType == kDGAServiceTypeHV)
+void DGAReportGenerator::generateReport(const DGAReportOptions& options) {
+    options_ = options;
+    if (options_.serviceType == kDGAServiceTypeHV)
         generateHVReport();
     else
         generateKTReport();
@@ -156,9 +153,9 @@ void DGAReportGenerator::generateHVReport() {
     ORVN_LOG_METHOD();
     generateOrvdgaFolder();
     recordCrash();
-    if (request_.systemInfo)
+    if (options_.systemInfo)
         generateSystemProfile(kDetailLevel);
-    if (request_.screenShot) {
+    if (options_.screenShot) {
         screenshotFullPath_ = fmt::format("{}/{}{}.png", kDGATempStorePath, kScreenshotPrefix, saveTime());
         generateScreenshot();
     }
@@ -169,7 +166,7 @@ void DGAReportGenerator::generateKTReport() {
     ORVN_LOG_METHOD();
     generateOrvdgaFolder();
     recordCrash();
-    if (request_.systemInfo)
+    if (options_.systemInfo)
         generateSystemProfile(kDetailLevel);
     fetchKTLogsReportFile();
 }
@@ -182,9 +179,9 @@ void DGAReportGenerator::generateOrvdgaFolder() {
 void DGAReportGenerator::recordCrash() const {
     const DGASessionRecord& record = DGASessionRecord::sharedRecord();
     const auto processId = record.pID.get();
-    if (!request_.crashLog || !processId || record.clientHasQuit)
+    if (!options_.crashLog || !processId || record.clientHasQuit)
         return;
-    const bool isHV = request_.serviceType == kDGAServiceTypeHV;
+    const bool isHV = options_.serviceType == kDGAServiceTypeHV;
     tools_.crashRecord(*processId, isHV ? std::string(OrvMeetingCrashLogPrefix) + "_" : kDGAKTCrashLogPrefix);
 }
 
@@ -200,7 +197,7 @@ void DGAReportGenerator::generateScreenshot() {
 
 void DGAReportGenerator::fetchHVLogsReportFile() {
     Paths files = allLatestLogs();
-    if (request_.crashLog) {
+    if (options_.crashLog) {
         logInfo("fetchFileDestinationPathWithOriginalArr crash");
         append(files, allCrashLogs().value_or(Paths()));
     } else {
@@ -229,7 +226,7 @@ void DGAReportGenerator::fetchKTLogsReportFile() {
            nothing);
 
     Paths files = allKTAllinOneLogs();
-    if (request_.systemInfo)
+    if (options_.systemInfo)
         append(files, spxFile());
     append(files, allCrashLogs().value_or(Paths()));
     const Paths args = fetchKTFileDestinationPathWithOriginalArr(files, kDGAKTAllinOneZipLogFile);
@@ -272,9 +269,9 @@ DGAReportGenerator::Paths DGAReportGenerator::fetchFileDestinationPathWithOrigin
     Paths args = {kZipOptions, fmt::format("{}/{}", kDGATempStorePath,
                                            DGAUtilities::dga_stringWithoutForbiddenSymbolFrom(name))};
     append(args, files);
-    if (request_.screenShot)
+    if (options_.screenShot)
         append(args, screenShotPicture());
-    if (request_.systemInfo)
+    if (options_.systemInfo)
         append(args, spxFile());
     return args;
 }
@@ -289,13 +286,15 @@ DGAReportGenerator::Paths DGAReportGenerator::fetchKTFileDestinationPathWithOrig
 }
 
 DGAReportGenerator::Paths DGAReportGenerator::allLatestLogs() {
+    const DGACSVFileTool& trace = DGACSVFileTool::shareFileTool();
+    logCollector_->traceFiles = {trace.orvdgaTopicFilePath(), trace.orvdgaCSVFilePath()};
     return logCollector_->allLatestLogs();
 }
 
 std::optional<DGAReportGenerator::Paths> DGAReportGenerator::allCrashLogs() {
-    if (request_.serviceType == kDGAServiceTypeHV)
+    if (options_.serviceType == kDGAServiceTypeHV)
         return logCollector_->allCrashLogs();
-    if (request_.serviceType != kDGAServiceTypeKT)
+    if (options_.serviceType != kDGAServiceTypeKT)
         return std::nullopt;
     const std::string folder = libraryFolder(kDGAKTCrashStorePath);
     Paths reports;

@@ -8,22 +8,14 @@
 #include <string>
 #include <vector>
 
+#include "DGAMonitor/Session/DGAReportMaker.h"
 #include "reportproblem/DGAScreenshotExtractor.h"
 #include "reportproblem/OrvLogCollector.h"
-
-/// Told about a finished report.
-class DGAReportGeneratorDelegate {
-public:
-    virtual ~DGAReportGeneratorDelegate() = default;
-
-    /// The archive's path without its ".zip" ending. Main thread.
-    virtual void reportFileGeneratedAt(const std::string& path) = 0;
-};
 
 /// Builds the archive of a problem report on the background queue. Any thread may start a run; runs of one
 /// generator follow one another, those of several go side by side. A generator that a shared pointer owns
 /// lives until its runs have ended; the destructor of any other waits for them.
-class DGAReportGenerator : public std::enable_shared_from_this<DGAReportGenerator> {
+class DGAReportGenerator : public DGAReportMaker, public std::enable_shared_from_this<DGAReportGenerator> {
 public:
     using Paths = std::vector<std::string>;
     using TerminateHandle = std::function<void(int reason)>;
@@ -42,22 +34,21 @@ public:
 
     DGAReportGenerator();
     explicit DGAReportGenerator(Tools tools);
-    virtual ~DGAReportGenerator();
+    ~DGAReportGenerator() override;
     DGAReportGenerator(const DGAReportGenerator&) = delete;
     DGAReportGenerator& operator=(const DGAReportGenerator&) = delete;
 
-    /// Before the first run. A delegate that is gone is not told.
-    void setDelegate(std::weak_ptr<DGAReportGeneratorDelegate> delegate) { delegate_ = std::move(delegate); }
+    void setDelegate(std::weak_ptr<DGAReportGeneratorDelegate> delegate) override {
+        delegate_ = std::move(delegate);
+    }
 
-    /// Starts a run and returns at once. `completion`, which may be empty, is called on the queue's thread
-    /// when the run has ended. A service type that has no reports starts nothing and never calls it.
-    virtual void startGenerateReportIfScreenShot(bool screenShot, bool ifSystemInfo, bool ifCrashLog,
-                                                 int64_t serviceType, std::function<void()> completion);
+    void startGenerateReportIfScreenShot(const DGAReportOptions& options,
+                                         std::function<void()> completion) override;
 
     /// The same, but only for the first call in the life of the process, on whatever instance; later calls
     /// do nothing and never call their completion.
-    virtual void startOnceGenerateReportIfScreenShot(bool screenShot, bool ifSystemInfo, bool ifCrashLog,
-                                                     int64_t serviceType, std::function<void()> completion);
+    virtual void startOnceGenerateReportIfScreenShot(const DGAReportOptions& options,
+                                                     std::function<void()> completion);
 
     /// Whether reports exist for a service type.
     static bool hasReports(int64_t serviceType);
@@ -66,16 +57,10 @@ public:
     std::string saveTime() const;
 
 private:
-    struct Request {
-        bool screenShot = false;
-        bool systemInfo = false;
-        bool crashLog = false;
-        int64_t serviceType = 0;
-    };
     struct Runs;
 
     // The steps of a run; on the queue's thread, one run at a time.
-    void generateReport(const Request& request);
+    void generateReport(const DGAReportOptions& options);
     void generateHVReport();
     void generateKTReport();
     static void generateOrvdgaFolder();
@@ -105,7 +90,7 @@ private:
     std::shared_ptr<Runs> runs_;
 
     // Of the run that goes on.
-    Request request_;
+    DGAReportOptions options_;
     std::unique_ptr<OrvLogCollector> logCollector_;
     std::optional<std::string> spxFullPath_;
     std::optional<std::string> screenshotFullPath_;

@@ -11,6 +11,8 @@ struct DGAReportOptions {
     bool systemInfo = false;
     bool crashLog = false;
     int64_t serviceType = 0;
+
+    bool operator==(const DGAReportOptions&) const = default;
 };
 
 /// Told about a finished report.

@@ -5,7 +5,7 @@
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Const/DGADicKeyStrings.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Utilities/DGAUtilitiesText.h"
 #include "DGAMonitor/Utilities/Tool/DGALanguageManager.h"
 #include "support/JsonValue.h"
 #include "support/ORVNLogger.h"

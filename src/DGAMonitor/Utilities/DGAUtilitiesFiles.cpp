@@ -9,7 +9,7 @@
 #include "support/ORVNLogger.h"
 
 void DGAUtilities::dga_createOrvdgaTopicFileAtPath(const std::string& path,
- const std::optional<std::string>& confName) {
+                                                   const std::optional<std::string>& confName) {
     const size_t slash = path.rfind('/');
     if (slash == std::string::npos)
         return;

@@ -2,9 +2,9 @@
 
 #include <memory>
 
-#include "DGAMonitor/Windows/DGAWindowInterfaces.h"
 #include "DGAMonitor/View/DGAFrozeWindow.h"
 #include "DGAMonitor/View/DGAWindowController.h"
+#include "DGAMonitor/Windows/DGAWindowInterfaces.h"
 
 namespace Ui {
 class DGAFrozeWindowController;

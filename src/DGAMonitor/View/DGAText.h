@@ -2,7 +2,7 @@
 
 #include <QString>
 
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
 
 /// A text for the user, in the client's language.
 inline QString dgaText(const char* key) {

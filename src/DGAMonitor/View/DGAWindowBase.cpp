@@ -11,10 +11,10 @@
 #include <QScreen>
 #include <QWindow>
 
-#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAToolkitTexts.h"
 #include "DGAMonitor/View/DGAWindowActivation.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "platform/RunLoop.h"
 
 namespace {

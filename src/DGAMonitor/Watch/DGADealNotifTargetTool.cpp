@@ -5,16 +5,10 @@
 
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Windows/DGAUtilitiesWindows.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/RunLoop.h"
 #include "support/ORVNLogger.h"
-
-namespace {
-
-constexpr int kClientQuitModule = 40;
-
-}  // namespace
 
 DGADealNotifTargetTool::DGADealNotifTargetTool(DGAHeartBeatCheckTool::Parts watch,
                                                std::shared_ptr<DGAReportGenerator> generator)
@@ -48,12 +42,11 @@ void DGADealNotifTargetTool::dealNormalQuitFromClient(const platform::Notificati
     DGASessionRecord& record = DGASessionRecord::sharedRecord();
     record.clientHasQuit = true;
     ORVN_LOG_METHOD();
-    DGACSVFileTool::saveDGATraceWithModuleType(kClientQuitModule, 1, 1, "client quit", 0.0F, std::nullopt, 0,
-                                               std::nullopt, 0, std::nullopt, 0);
+    DGACSVFileTool::saveTraceRecord({.moduleType = DGATraceModule::clientQuit, .basicInfo = "client quit"});
     // Behind a window that has been asked for meanwhile and is still coming up.
-    reportGenerator_->startOnceGenerateReportIfScreenShot(false, true, false, record.serviceType, [&record] {
-        platform::performOnMain([&record] { record.readyToQuit = true; });
-    });
+    reportGenerator_->startOnceGenerateReportIfScreenShot(
+        {.systemInfo = true, .serviceType = record.serviceType},
+        [&record] { platform::performOnMain([&record] { record.readyToQuit = true; }); });
     platform::performOnMainAfter(std::chrono::milliseconds(500),
                                  [] { DGAUtilities::dga_bringingAllWindowFront(); });
 }

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "DGAMonitor/Watch/DGAHeartBeatCheckTool.h"
 #include "DGAMonitor/Report/DGAReportGenerator.h"
+#include "DGAMonitor/Watch/DGAHeartBeatCheckTool.h"
 
 namespace platform {
 struct Notification;

@@ -4,11 +4,14 @@
 #include <optional>
 #include <utility>
 
+#include "DGAMeetingData/DGAUtilitiesResources.h"
 #include "DGAMonitor/Const/DGAConst.h"
-#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Session/DGASessionTelemetry.h"
 #include "DGAMonitor/Utilities/Tool/DGATaskTool.h"
+#include "DGAMonitor/Watch/DGAUtilitiesQuit.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "DGAMonitor/Windows/DGAUtilitiesWindows.h"
 #include "platform/DGALoopThread.h"
 #include "platform/RunLoop.h"
 #include "support/ORVNLogger.h"
@@ -17,8 +20,6 @@ namespace {
 
 constexpr double kTickSeconds = 2.0;
 constexpr double kPromptRecencySeconds = 11.0;
-constexpr int kQuitAndSendAction = 2605;
-constexpr int kWaitAction = 2606;
 
 DGASessionRecord& record() {
     return DGASessionRecord::sharedRecord();
@@ -203,8 +204,9 @@ void DGAHeartBeatCheckTool::dealCrash() {
         if (!DGAReportGenerator::hasReports(serviceType))
             getReady();
     });
-    parts_.generator->startOnceGenerateReportIfScreenShot(false, true, true, serviceType,
-                                                          [getReady] { platform::performOnMain(getReady); });
+    parts_.generator->startOnceGenerateReportIfScreenShot(
+        {.systemInfo = true, .crashLog = true, .serviceType = serviceType},
+        [getReady] { platform::performOnMain(getReady); });
     platform::performOnMainAfter(std::chrono::milliseconds(500),
                                  [] { DGAUtilities::dga_bringingAllWindowFront(); });
 }
@@ -247,7 +249,7 @@ void DGAHeartBeatCheckTool::hideFrozeWindowWhileReceivedHeartbeat() {
 }
 
 void DGAHeartBeatCheckTool::showUploadWindowWhileExistAlready() {
-    const auto window = record().uploadWindowCtrl;
+    const auto window = DGAApplicationWindows::sharedWindows().uploadWindowCtrl;
     if (!window || !window->isVisible()) {
         showReportWindowWhileNoWindowVisible();
         return;
@@ -257,9 +259,10 @@ void DGAHeartBeatCheckTool::showUploadWindowWhileExistAlready() {
 }
 
 void DGAHeartBeatCheckTool::showReportWindowWhileNoWindowVisible() {
-    auto& window = record().rpWindowCtrl;
+    auto& windows = DGAApplicationWindows::sharedWindows();
+    auto& window = windows.rpWindowCtrl;
     if (!window)
-        window = DGAApplicationWindows::sharedWindows().makeProblemReportingWindow();
+        window = windows.makeProblemReportingWindow();
     if (window)
         window->showPRWindow();
 }
@@ -291,13 +294,13 @@ void DGAHeartBeatCheckTool::frozeWindowButtonDidClickWithIndex(int index) {
         showUploadWindowWhileExistAlready();
     } else if (index == 0) {
         record().isFreeze = true;
-        record().sendTelemetryActionByID(kQuitAndSendAction);
+        dgaSendTelemetryAction(record(), DGATelemetryAction::quitAndSend);
         record().readyToQuit = true;
         generateReportWindow();
         record().isFreeze = false;
     } else if (index == 1) {
         record().readyToQuit = false;
-        record().sendTelemetryActionByID(kWaitAction);
+        dgaSendTelemetryAction(record(), DGATelemetryAction::wait);
         const std::lock_guard<std::mutex> hold(lock_);
         timeInterval_ = 0.0;
     }

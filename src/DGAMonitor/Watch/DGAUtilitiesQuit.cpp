@@ -5,11 +5,11 @@
 
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Const/DGAConst.h"
-#include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "DGAMonitor/Report/DGAUtilitiesRetention.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Session/DGATelemetryManager.h"
-#include "DGAMonitor/Report/DGAUtilitiesRetention.h"
 #include "DGAMonitor/Utilities/DGAUtilitiesFiles.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "platform/MessagePort.h"
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"

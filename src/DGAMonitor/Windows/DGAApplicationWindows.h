@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "DGAMonitor/Windows/DGAWindowInterfaces.h"
+#include "DGAMonitor/Windows/DGAWindowServices.h"
 
 /// The windows of the application as the core sees them: makes them through the installed factory and
 /// knows which are visible. Main thread, except where a method says otherwise.
@@ -15,6 +16,15 @@ class DGAApplicationWindows {
 public:
     /// The one instance. It lives as long as the process.
     static DGAApplicationWindows& sharedWindows();
+
+    /// The two windows of which there is one, made when first needed; null before. They live on, hidden, when
+    /// closed.
+    std::shared_ptr<DGAProblemReportingWindowInterface> rpWindowCtrl;
+    std::shared_ptr<DGAUploadWindowInterface> uploadWindowCtrl;
+
+    /// What the windows may ask of the rest of the assistant; set before the first one is made.
+    void setServices(std::shared_ptr<DGAWindowServices> services) { services_ = std::move(services); }
+    DGAWindowServices& services() const { return *services_; }
 
     /// Null removes it. Without a factory, and without a module that has one, no window is made.
     void installFactory(std::shared_ptr<DGAWindowFactory> factory);
@@ -51,6 +61,7 @@ private:
     std::shared_ptr<Window> make(const char* what, Make make);
     std::string openModule();
 
+    std::shared_ptr<DGAWindowServices> services_;
     std::string moduleName_;
     std::string givenUp_;
     std::shared_ptr<DGAWindowFactory> factory_;

@@ -4,6 +4,8 @@
 #include <memory>
 #include <string>
 
+#include "DGAMonitor/Session/DGAReportMaker.h"
+
 // What the core asks of the windows, which a module of its own makes. Main thread.
 //
 // A window tells DGAApplicationWindows whenever it becomes visible or ceases to be.
@@ -50,9 +52,9 @@ public:
 /// The window that shows how a report is sent.
 class DGAUploadWindowInterface : public DGAWindowInterface {
 public:
-    /// Shows the window and starts to make and send a report, with or without a picture of the screen and a
-    /// profile of the system. `comment` is the user's description. An upload that was under way is abandoned.
-    virtual void showUploadWindowIfScreenShot(bool screenshot, bool systemInfo, const std::string& comment,
+    /// Shows the window and starts to make and send a report. `comment` is the user's description. An upload
+    /// that was under way is abandoned.
+    virtual void showUploadWindowIfScreenShot(const DGAReportOptions& options, const std::string& comment,
                                               int64_t problemCatagory) = 0;
 };
 

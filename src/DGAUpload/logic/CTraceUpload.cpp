@@ -5,7 +5,6 @@
 #include <string_view>
 #include <utility>
 
-#include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "DGAUpload/logic/CUploadRequest.h"
 #include "support/Base64.h"
 #include "support/JsonValue.h"
@@ -14,6 +13,7 @@
 namespace {
 
 constexpr int kPieceLength = CFileOperate::kPieceLength;
+constexpr size_t kBase64Line = 64;  // characters; the server takes texts in such lines
 
 std::string valueOf(const DGAXMLParser::Dictionary& values, const char* name) {
     const auto found = values.find(name);
@@ -110,7 +110,7 @@ void CTraceUpload::postPiece() {
     logInfo("CTraceUpload::start_uploadToServer base64EncodeReturnSize {}, Inital Size: {} \n", encoded,
             m_base64Buffer.size());
 
-    std::string body = DGAUtilities::dga_stringToBase64Str(pieceDescription());
+    std::string body = support::base64Encode(pieceDescription(), kBase64Line);
     body.reserve(body.size() + 1 + m_base64Buffer.size());
     body += ';';
     body.append(m_base64Buffer.data(), static_cast<size_t>(std::max(encoded, 0)));
@@ -118,7 +118,7 @@ void CTraceUpload::postPiece() {
 }
 
 std::string CTraceUpload::pieceDescription() const {
-    const auto base64 = [](const std::string& text) { return DGAUtilities::dga_stringToBase64Str(text); };
+    const auto base64 = [](const std::string& text) { return support::base64Encode(text, kBase64Line); };
     const nlohmann::json fields{
         {"SMAC", m_smac},
         {"cn", base64(m_conferenceName)},

@@ -24,7 +24,9 @@ class CUploadRequest;
 class CTraceUpload final : public IUrlDownloadSink {
 public:
     static constexpr int32_t kStatusConstructed = 10;
+    static constexpr int32_t kStatusPrepared = 11;       ///< never set here; the window knows it
     static constexpr int32_t kStatusNoFile = 12;         ///< no path, or the file cannot be opened
+    static constexpr int32_t kStatusConnected = 13;      ///< never set here; the window knows it
     static constexpr int32_t kStatusFileEmpty = 14;      ///< final
     static constexpr int32_t kStatusQueryAnswered = 15;  ///< the server takes the upload
     static constexpr int32_t kStatusQueryFailed = 16;    ///< final: no reply, or one that is not XML

@@ -6,12 +6,12 @@
 #include <string>
 #include <utility>
 
-#include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAText.h"
 #include "DGAMonitor/View/DGAViewFrame.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "support/ORVNLogger.h"
 #include "support/TextTemplate.h"
 #include "support/widgets/LarimoNotificationView.h"
@@ -410,9 +410,6 @@ void UploadView::showError(DGAImageView& image) {
 }
 
 void UploadView::saveTrace(const char* basicInfo) {
-    constexpr int64_t kModule = 39;
-    constexpr int64_t kLevel = 1;
-    constexpr int64_t kInteraction = 1;
-    DGACSVFileTool::saveDGATraceWithModuleType(kModule, kLevel, kInteraction, basicInfo, 0, {}, 0, {}, 0, {},
-                                               0);
+    DGAApplicationWindows::sharedWindows().services().saveTraceRecord(
+        {.moduleType = DGATraceModule::session, .basicInfo = basicInfo});
 }

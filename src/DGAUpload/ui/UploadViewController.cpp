@@ -1,14 +1,17 @@
 #include "DGAUpload/ui/UploadViewController.h"
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <initializer_list>
 #include <system_error>
 #include <thread>
 #include <utility>
 
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
+#include "DGAMonitor/Utilities/DGAUtilitiesFiles.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "platform/FileMove.h"
 #include "platform/RunLoop.h"
 #include "support/ORVNLogger.h"
@@ -19,11 +22,12 @@ constexpr std::chrono::milliseconds kPollInterval{500};
 constexpr int64_t kSizeLimit = 25'000'001;  // bytes; below it an archive is sent
 constexpr char kDefaultComment[] = "test comment";
 
-constexpr int kActionOK = 2607;
-constexpr int kActionCancel = 2608;
-
 DGASessionRecord& record() {
     return DGASessionRecord::sharedRecord();
+}
+
+DGAWindowServices& services() {
+    return DGAApplicationWindows::sharedWindows().services();
 }
 
 std::string fileNameOf(const std::string& path) {
@@ -57,10 +61,10 @@ void UploadViewController::awakeFromNib() {
 
 void UploadViewController::generateReport() {
     ORVN_LOG_METHOD();
-    if (!generator_)
-        generator_ = parts_.generator ? parts_.generator : std::make_shared<DGAReportGenerator>();
-    generator_->setDelegate(weak_from_this());
-    generator_->startGenerateReportIfScreenShot(screenshot_, systemInfo_, false, record().serviceType, {});
+    if (!maker_)
+        maker_ = parts_.reportMaker ? parts_.reportMaker : services().makeReportMaker();
+    maker_->setDelegate(weak_from_this());
+    maker_->startGenerateReportIfScreenShot(options_, {});
 }
 
 void UploadViewController::reportFileGeneratedAt(const std::string& path) {
@@ -174,25 +178,34 @@ void UploadViewController::readStatus(int32_t status) {
         needShowWarningInfo = true;
         polling_->myShouldExitThread = true;
     };
-    // 14 and 15 change nothing, nor does any number that is not here.
-    needShowPrepareStep |= status == 11 || status == 13 || (status >= 16 && status <= 20);
-    needShowConnectingStep |= status == 13 || (status >= 17 && status <= 20);
-    needShowUploadingStep |= status == 17 || status == 19;
+    using Uploader = CTraceUpload;
+    const auto isOneOf = [status](std::initializer_list<int32_t> some) {
+        return std::find(some.begin(), some.end(), status) != some.end();
+    };
+    // An empty file and an answered query change nothing, nor does any number that is not here.
+    needShowPrepareStep |=
+        isOneOf({Uploader::kStatusPrepared, Uploader::kStatusConnected, Uploader::kStatusQueryFailed,
+                 Uploader::kStatusSending, Uploader::kStatusSendFailed, Uploader::kStatusSent,
+                 Uploader::kStatusExceedFileNumber});
+    needShowConnectingStep |=
+        isOneOf({Uploader::kStatusConnected, Uploader::kStatusSending, Uploader::kStatusSendFailed,
+                 Uploader::kStatusSent, Uploader::kStatusExceedFileNumber});
+    needShowUploadingStep |= isOneOf({Uploader::kStatusSending, Uploader::kStatusSent});
     switch (status) {
-        case 12:
+        case Uploader::kStatusNoFile:
             fail(needShowPrepareFailedStep);
             break;
-        case 16:
+        case Uploader::kStatusQueryFailed:
             fail(needShowConnectingFailedStep);
             break;
-        case 18:
+        case Uploader::kStatusSendFailed:
             fail(needShowUploadingFailedStep);
             break;
-        case 19:
+        case Uploader::kStatusSent:
             needShowEmailConfirm_FinshStep = true;
             polling_->myShouldExitThread = true;
             break;
-        case 20:
+        case Uploader::kStatusExceedFileNumber:
             fail(needShowOverheadStep);
             break;
         default:
@@ -269,13 +282,13 @@ void UploadViewController::closeBtnClicked() {
 }
 
 void UploadViewController::cancelBtnClicked() {
-    record().sendTelemetryActionByID(kActionCancel);
+    services().sendTelemetryAction(DGATelemetryAction::uploadCancel);
     polling_->myShouldExitThread = true;
     closeWindow();
 }
 
 void UploadViewController::OKBtnClicked() {
-    record().sendTelemetryActionByID(kActionOK);
+    services().sendTelemetryAction(DGATelemetryAction::uploadDone);
     closeWindow();
 }
 

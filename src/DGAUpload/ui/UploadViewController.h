@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "DGAMonitor/Report/DGAReportGenerator.h"
+#include "DGAMonitor/Session/DGAReportMaker.h"
 #include "DGAMonitor/View/DGASavePanel.h"
 #include "DGAUpload/logic/CTraceUpload.h"
 #include "DGAUpload/ui/UploadView.h"
@@ -22,7 +22,7 @@ class UploadViewController final : public UploadViewDelegate,
 public:
     /// What it works with; one that is left empty is made anew for each report.
     struct Parts {
-        std::shared_ptr<DGAReportGenerator> generator;
+        std::shared_ptr<DGAReportMaker> reportMaker;
         std::function<std::shared_ptr<CTraceUpload>()> makeUploader;
     };
 
@@ -33,8 +33,7 @@ public:
     UploadViewController& operator=(const UploadViewController&) = delete;
 
     // What the report is to contain. Before the view is loaded.
-    void setScreenshot(bool screenshot) { screenshot_ = screenshot; }
-    void setSystemInfo(bool systemInfo) { systemInfo_ = systemInfo; }
+    void setOptions(const DGAReportOptions& options) { options_ = options; }
     void setComment(std::string comment) { comment_ = std::move(comment); }
     void setCatagory(std::string catagory) { catagory_ = std::move(catagory); }
 
@@ -113,11 +112,10 @@ private:
     std::string m_emailAddress;
     std::shared_ptr<CTraceUpload> m_traceUpload;
 
-    bool screenshot_ = false;
-    bool systemInfo_ = false;
+    DGAReportOptions options_;
     std::string comment_;
     std::string catagory_;
-    std::shared_ptr<DGAReportGenerator> generator_;
+    std::shared_ptr<DGAReportMaker> maker_;
     std::string fileFullPath_;
 
     Parts parts_;

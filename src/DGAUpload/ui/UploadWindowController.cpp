@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
-#include "DGAMonitor/Utilities/DGAUtilities.h"
 #include "DGAMonitor/View/DGAText.h"
+#include "DGAMonitor/Windows/DGAUtilitiesWindows.h"
 #include "DGAUpload/ui/UploadView.h"
 #include "platform/RunLoop.h"
 #include "support/ORVNLogger.h"
@@ -25,14 +25,13 @@ UploadWindowController::~UploadWindowController() {
     releaseViewController();
 }
 
-void UploadWindowController::showUploadWindowIfScreenShot(bool screenshot, bool systemInfo,
+void UploadWindowController::showUploadWindowIfScreenShot(const DGAReportOptions& options,
                                                           const std::string& comment,
                                                           int64_t problemCatagory) {
     ORVN_LOG_METHOD();
     releaseViewController();
     uploadVC_ = std::make_shared<UploadViewController>(parts_, [this] { close(); });
-    uploadVC_->setScreenshot(screenshot);
-    uploadVC_->setSystemInfo(systemInfo);
+    uploadVC_->setOptions(options);
     uploadVC_->setComment(comment);
     uploadVC_->setCatagory(fmt::format("{}", problemCatagory));
     setupWindow();

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "DGAMonitor/Windows/DGAWindowInterfaces.h"
 #include "DGAMonitor/View/DGAWindowController.h"
+#include "DGAMonitor/Windows/DGAWindowInterfaces.h"
 #include "DGAUpload/ui/UploadViewController.h"
 #include "DGAUpload/ui/UploadWindow.h"
 
@@ -18,7 +18,7 @@ public:
     explicit UploadWindowController(UploadViewController::Parts parts = {});
     ~UploadWindowController() override;
 
-    void showUploadWindowIfScreenShot(bool screenshot, bool systemInfo, const std::string& comment,
+    void showUploadWindowIfScreenShot(const DGAReportOptions& options, const std::string& comment,
                                       int64_t problemCatagory) override;
 
     /// Nothing of the upload goes on afterwards; the archive stays. Also from inside the window's own

@@ -8,13 +8,15 @@
 
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
-#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
+#include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAText.h"
 #include "DGAMonitor/View/DGAViewFrame.h"
 #include "DGAMonitor/View/SendReport/Controller/DGAProblemCatagories.h"
 #include "DGAMonitor/View/SendReport/View/DGAMouseTrackingButton.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "DGAMonitor/Windows/DGAUtilitiesWindows.h"
 #include "platform/FileMove.h"
 #include "reportproblem/MailExtension.h"
 #include "support/ORVNLogger.h"
@@ -28,13 +30,12 @@ constexpr int kNotRespondingIndex = 1;
 constexpr int kPlainButton = 0;
 constexpr int kPrimaryButton = 2;
 
-constexpr int kTelemetrySave = 2601;
-constexpr int kTelemetrySendMail = 2602;
-constexpr int kTelemetryCancel = 2603;
-constexpr int kTelemetrySendReport = 2607;
-
 DGASessionRecord& record() {
     return DGASessionRecord::sharedRecord();
+}
+
+DGAApplicationWindows& windows() {
+    return DGAApplicationWindows::sharedWindows();
 }
 
 }  // namespace
@@ -46,8 +47,8 @@ DGAProblemReportingWindowController::DGAProblemReportingWindowController(Parts p
     : parts_(std::move(parts)),
       ui_(std::make_unique<Ui::DGAProblemReportingWindowController>()),
       problemCatagory_(kDGANoCatagory) {
-    if (!parts_.makeGenerator)
-        parts_.makeGenerator = [] { return std::make_shared<DGAReportGenerator>(); };
+    if (!parts_.makeReportMaker)
+        parts_.makeReportMaker = [] { return windows().services().makeReportMaker(); };
     if (!parts_.reportProblem)
         parts_.reportProblem = [](const ReportMail& mail) { MailExtension().reportProblem(mail, nullptr); };
     ui_->setupUi(&window());
@@ -269,14 +270,14 @@ void DGAProblemReportingWindowController::sendReportBtnClicked() {
     ORVN_LOG_METHOD();
     isSaveBtnClicked_ = false;
     if (record().enableSendReport) {
-        record().sendTelemetryActionByID(kTelemetrySendReport);
+        windows().services().sendTelemetryAction(DGATelemetryAction::sendReport);
         // Without an upload window the user would lose what was written.
         if (showUploadWindow())
             close();
         return;
     }
     changeWindowStatus(false);
-    record().sendTelemetryActionByID(kTelemetrySendMail);
+    windows().services().sendTelemetryAction(DGATelemetryAction::sendMail);
     generateReport();
 }
 
@@ -285,13 +286,13 @@ void DGAProblemReportingWindowController::saveBtnClicked() {
     isSaveBtnClicked_ = true;
     changeWindowStatus(false);
     generateReport();
-    record().sendTelemetryActionByID(kTelemetrySave);
+    windows().services().sendTelemetryAction(DGATelemetryAction::saveReport);
 }
 
 void DGAProblemReportingWindowController::cancelBtnClicked() {
     ORVN_LOG_METHOD();
     close();
-    record().sendTelemetryActionByID(kTelemetryCancel);
+    windows().services().sendTelemetryAction(DGATelemetryAction::cancelReport);
 }
 
 void DGAProblemReportingWindowController::closeBtnClicked() {
@@ -301,31 +302,33 @@ void DGAProblemReportingWindowController::closeBtnClicked() {
 
 bool DGAProblemReportingWindowController::showUploadWindow() {
     ORVN_LOG_METHOD();
-    const bool screenShot = ui_->_fullBtn->selected();
-    const bool systemInfo = ui_->_sysInfoBtn->selected();
-    auto& upload = record().uploadWindowCtrl;
+    auto& upload = windows().uploadWindowCtrl;
     if (!upload)
-        upload = DGAApplicationWindows::sharedWindows().makeUploadWindow();
+        upload = windows().makeUploadWindow();
     if (!upload)
         return false;
-    upload->showUploadWindowIfScreenShot(screenShot, systemInfo, ui_->_textField->stringValue(),
-                                         problemCatagory_);
+    upload->showUploadWindowIfScreenShot(options(), ui_->_textField->stringValue(), problemCatagory_);
     return true;
 }
 
+DGAReportOptions DGAProblemReportingWindowController::options() const {
+    return {.screenShot = ui_->_fullBtn->selected(),
+            .systemInfo = ui_->_sysInfoBtn->selected(),
+            .serviceType = record().serviceType};
+}
+
 void DGAProblemReportingWindowController::generateReport() {
-    if (!generator_) {
+    if (!maker_) {
         awaiting_.reset(static_cast<DGAReportGeneratorDelegate*>(this), [](DGAReportGeneratorDelegate*) {});
-        generator_ = parts_.makeGenerator();
-        generator_->setDelegate(awaiting_);
+        maker_ = parts_.makeReportMaker();
+        maker_->setDelegate(awaiting_);
     }
-    generator_->startGenerateReportIfScreenShot(ui_->_fullBtn->selected(), ui_->_sysInfoBtn->selected(),
-                                                false, record().serviceType, nullptr);
+    maker_->startGenerateReportIfScreenShot(options(), nullptr);
 }
 
 // The run goes on, but what it tells reaches nobody; the next report gets a generator of its own.
 void DGAProblemReportingWindowController::abandonReport() {
-    generator_.reset();
+    maker_.reset();
     awaiting_.reset();
 }
 

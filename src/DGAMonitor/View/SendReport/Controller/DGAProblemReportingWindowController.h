@@ -9,12 +9,11 @@
 #include <optional>
 #include <string>
 
-#include "DGAMonitor/Report/DGAReportGenerator.h"
-#include "DGAMonitor/Windows/DGAWindowInterfaces.h"
 #include "DGAMonitor/View/DGASavePanel.h"
 #include "DGAMonitor/View/DGAWindowController.h"
 #include "DGAMonitor/View/SendReport/View/DGADropDownListView.h"
 #include "DGAMonitor/View/SendReport/View/DGAProblemReportingWindow.h"
+#include "DGAMonitor/Windows/DGAWindowInterfaces.h"
 #include "reportproblem/ReportMail.h"
 
 namespace Ui {
@@ -35,7 +34,7 @@ class DGAProblemReportingWindowController final
 public:
     /// What it reaches beyond the window; what is left empty is the real thing.
     struct Parts {
-        std::function<std::shared_ptr<DGAReportGenerator>()> makeGenerator;
+        std::function<std::shared_ptr<DGAReportMaker>()> makeReportMaker;
         std::function<void(const ReportMail&)> reportProblem;
     };
 
@@ -73,6 +72,7 @@ private:
     void refreshPlaceholder();
     void refreshButtons();
 
+    DGAReportOptions options() const;
     bool showUploadWindow();
     void generateReport();
     void abandonReport();
@@ -85,7 +85,7 @@ private:
 
     Parts parts_;
     std::unique_ptr<Ui::DGAProblemReportingWindowController> ui_;
-    std::shared_ptr<DGAReportGenerator> generator_;
+    std::shared_ptr<DGAReportMaker> maker_;
     QStringList titleListArr_;
     QHash<QString, int64_t> titleListDic_;
     int64_t problemCatagory_;

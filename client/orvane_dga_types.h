@@ -1,0 +1,30 @@
+/*
+ * Errors and limits of the client library, for all its parts. Included by orvane_dga_client.h.
+ */
+#ifndef ORVANE_DGA_TYPES_H
+#define ORVANE_DGA_TYPES_H
+
+#include <glib.h>
+
+G_BEGIN_DECLS
+
+/** The error domain of this library. */
+#define ORVANE_DGA_ERROR (orvane_dga_error_quark())
+GQuark orvane_dga_error_quark(void);
+
+typedef enum {
+    ORVANE_DGA_ERROR_START,    /**< The assistant's program could not be started. */
+    ORVANE_DGA_ERROR_BUS,      /**< There is no session bus, or the connection to it was lost. */
+    ORVANE_DGA_ERROR_TIMEOUT,  /**< What was waited for did not happen in time. */
+    ORVANE_DGA_ERROR_ENDED,    /**< The assistant has ended. */
+    ORVANE_DGA_ERROR_PORT,     /**< The message port could not be reached or was closed. */
+    ORVANE_DGA_ERROR_TOO_LONG, /**< The message is longer than ORVANE_DGA_MESSAGE_MAX. */
+    ORVANE_DGA_ERROR_TEXT      /**< The text is not UTF-8. */
+} OrvaneDgaError;
+
+/** The most bytes that one meeting-data message may have. */
+#define ORVANE_DGA_MESSAGE_MAX (1024 * 1024)
+
+G_END_DECLS
+
+#endif
