@@ -4,6 +4,7 @@
 
 #include "DGAUpload/logic/webaccess/PacText.h"
 #include "DGAUpload/logic/webaccess/PageNativeObject.h"
+#include "platform/Text.h"
 #include "platform/net/PacFunctions.h"
 
 namespace {
@@ -36,7 +37,7 @@ $FUNCTIONS
 
 // As a browser finds it: up to the first "</script", wherever that stands.
 std::string scriptElement(const std::string& html) {
-    const std::string lower = lowerCaseText(html);
+    const std::string lower = platform::lowerCase(html);
     const size_t element = lower.find("<script");
     const size_t begin = element == std::string::npos ? element : lower.find('>', element);
     if (begin == std::string::npos)
