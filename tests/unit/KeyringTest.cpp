@@ -16,6 +16,7 @@ std::string shell(const std::string& script) {
     platform::Task task;
     task.program = "/bin/sh";
     task.arguments = {"-c", script};
+    task.surroundings = platform::Task::Surroundings::desktop;
     task.limit = 20s;
     return platform::runTask(task).output;
 }

@@ -39,8 +39,10 @@ std::string shown(const Settings& settings) {
 // Another program of the desktop writes them.
 void gsettings(const std::string& schema, const std::string& key, const std::string& value) {
     platform::Task task;
-    task.program = "/usr/bin/gsettings";
-    task.arguments = {"set", "org.gnome.system.proxy" + schema, key, value};
+    task.program = "/usr/bin/env";
+    task.surroundings = platform::Task::Surroundings::desktop;
+    task.arguments = {"GSETTINGS_BACKEND=keyfile",       "gsettings", "set",
+                      "org.gnome.system.proxy" + schema, key,         value};
     const auto result = platform::runTask(task);
     ASSERT_EQ(result.exitStatus, 0) << result.output;
 }

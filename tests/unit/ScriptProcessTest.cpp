@@ -129,6 +129,33 @@ TEST(ScriptProcess, RefusesWhatCannotRun) {
     EXPECT_TRUE(refused);
 }
 
+// It starts with nothing of ours, and scripts work all the same when it has given up the rest.
+TEST(ScriptProcess, IsGivenNothing) {
+    setenv("ORVANE_SECRET", "token", 1);
+    setenv("TZ", "Asia/Tokyo", 1);
+    ScriptProcess process(quickSettings());
+    process.evaluate(
+        "function zone() { return new Date(2030, 1, 1).getTimezoneOffset() + ' ' + new "
+        "Date().toString().length; }"
+        "function all() { var list = []; for (var i = 0; i < 100000; ++i) list.push('x' + i);"
+        " return /x(1+)2/i.exec(list.join(' '))[1] + 'b'.localeCompare('a') + (1.5).toLocaleString(); }",
+        nullptr);
+    EXPECT_TRUE(answerOf(process, "zone").starts_with("-540 "));
+    EXPECT_EQ(answerOf(process, "all"), "111.5");
+    platform::Task task;
+    task.program = "/bin/sh";
+    task.arguments = {"-c",
+                      "p=$(pgrep -P $PPID pac_evaluator); tr '\\0' '\\n' < /proc/$p/environ | cut -d= -f1;"
+                      " ls /proc/$p/fd; grep -E 'NoNewPrivs|^Seccomp:' /proc/$p/status | cut -f2"};
+    const auto seen = platform::runTask(task).output;
+    if (!sanitized) {
+        EXPECT_EQ(seen, "1\n1\n2\n") << "its one socket; no new rights, and a filter";
+    }
+    task.arguments = {"-c", "env"};
+    EXPECT_EQ(platform::runTask(task).output.find("ORVANE_SECRET"), std::string::npos);
+    unsetenv("TZ");
+}
+
 // Two calls at once, a process that somebody kills, and one that is destroyed under its caller.
 TEST(ScriptProcess, SurvivesWhatHappensMeanwhile) {
     auto process = std::make_unique<ScriptProcess>(quickSettings());

@@ -54,6 +54,14 @@ ScriptEngine::ScriptEngine(int handle) : questions_(handle) {
     engine_.evaluate(kSurroundings);
 }
 
+void ScriptEngine::warmUp() {
+    engine_.evaluate(
+        "(new Date()).toString() + (new Date(2030, 6, 1)).toLocaleString() + (new "
+        "Date('2100-01-01')).getHours()"
+        " + 'a'.localeCompare('b') + (1.5).toLocaleString() + 'i'.toUpperCase() + /a+b/i.test('b') + "
+        "Math.random()");
+}
+
 void ScriptEngine::define(const std::string& object, const std::string& name) {
     const QString key = QString::fromStdString(object);
     QJSValue owner = engine_.globalObject();
