@@ -93,6 +93,19 @@ std::optional<ProxyKind> kindOfPacEntry(std::string_view word) {
     return std::nullopt;
 }
 
+void defineAddressLists(ScriptProcess& process) {
+    const auto joined = [](const std::vector<std::string>& addresses) {
+        std::string text;
+        for (const auto& address : addresses)
+            text += (text.empty() ? "" : ";") + address;
+        return text;
+    };
+    process.define("", "dnsResolveEx",
+                   [joined](const std::string& host) { return joined(addressesOfHost(host)); });
+    process.define("", "myIpAddressEx",
+                   [joined](const std::string& /*argument*/) { return joined(addressesOfThisHost()); });
+}
+
 PacEvaluator::PacEvaluator() = default;
 PacEvaluator::~PacEvaluator() = default;
 
@@ -117,6 +130,7 @@ PacEvaluator::Result PacEvaluator::proxiesForURL(const std::string& script, cons
             script_ = script;
             process_->define("", "dnsResolve", &resolve);
             process_->define("", "myIpAddress", &ownAddress);
+            defineAddressLists(*process_);
             process_->evaluate(kAllNames + std::string(kPacFunctions), nullptr);
             process_->evaluate(script, nullptr);
         }

@@ -47,6 +47,10 @@ private:
 /// The kind of proxy that the first word of an entry names; none for DIRECT and words that are not known.
 std::optional<ProxyKind> kindOfPacEntry(std::string_view word);
 
+/// Gives scripts `dnsResolveEx` and `myIpAddressEx`: all addresses of a host or of this machine, divided by
+/// semicolons, "" where there are none.
+void defineAddressLists(ScriptProcess& process);
+
 /// Host of an address ("scheme://account@host:port/path"), lower case, an IPv6 address without brackets.
 std::string hostOfURL(const std::string& url);
 

@@ -5,6 +5,7 @@
 #include "DGAUpload/logic/webaccess/PacText.h"
 #include "DGAUpload/logic/webaccess/PageNativeObject.h"
 #include "platform/Text.h"
+#include "platform/net/PacEvaluator.h"
 #include "platform/net/PacFunctions.h"
 
 namespace {
@@ -52,6 +53,7 @@ std::string PacPage::pageTemplate() {
 }
 
 void PacPage::loadHTMLString(const std::string& html) {
+    platform::defineAddressLists(*process_);
     process_->evaluate(scriptElement(html), [this, alive = std::weak_ptr<int>(alive_)](const auto& answer) {
         if (alive.expired() || !delegate_)
             return;
