@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/NotificationMessage.h"
 #include "platform/Report.h"
 #include "platform/RunLoop.h"
 
@@ -22,38 +23,10 @@ namespace {
 constexpr char kPath[] = "/com/tellan/orvane/DistributedNotifications";
 constexpr char kInterface[] = "com.tellan.orvane.DistributedNotifications";
 constexpr char kMember[] = "Posted";
-constexpr char kSignature[] = "(ssa{sv})";
 
 constexpr size_t kMostWaiting = 16;  // of one name
 constexpr std::chrono::milliseconds kFirstPause{250};
 constexpr std::chrono::milliseconds kLongestPause{5000};
-
-GVariant* textVariant(const std::string& text) {
-    return g_variant_new_take_string(g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
-}
-
-Notification notificationFrom(GVariant* parameters) {
-    Notification notification;
-    const char* name = nullptr;
-    const char* object = nullptr;
-    GVariantIter* info = nullptr;
-    g_variant_get(parameters, "(&s&sa{sv})", &name, &object, &info);
-    notification.name = name;
-    if (*object)
-        notification.object = object;
-    const char* key = nullptr;
-    GVariant* value = nullptr;
-    while (g_variant_iter_next(info, "{&sv}", &key, &value)) {
-        if (g_variant_is_of_type(value, G_VARIANT_TYPE_STRING)) {
-            gsize length = 0;
-            const char* text = g_variant_get_string(value, &length);
-            notification.userInfo.insert_or_assign(key, std::string(text, length));
-        }
-        g_variant_unref(value);
-    }
-    g_variant_iter_free(info);
-    return notification;
-}
 
 size_t textLength(const Notification& notification) {
     size_t length = 0;
@@ -222,17 +195,18 @@ GDBusMessage* DistributedNotificationCenter::State::filter(GDBusConnection* /*bu
 
 void DistributedNotificationCenter::State::take(GDBusMessage* message) {
     GVariant* const parameters = g_dbus_message_get_body(message);
-    if (!parameters || !g_variant_is_of_type(parameters, G_VARIANT_TYPE(kSignature))) {
-        reportWarning("a notification of an unknown form was ignored");
-    } else if (const size_t size = g_variant_get_size(parameters); size > 2 * kMaxTextLength) {
+    const size_t size = parameters ? g_variant_get_size(parameters) : 0;
+    if (size > 2 * kMaxTextLength) {
         reportWarning("a notification of " + std::to_string(size) + " bytes was ignored");
-    } else {
-        Notification notification = notificationFrom(parameters);
-        if (const size_t length = textLength(notification); length > kMaxTextLength)
-            reportWarning("a notification of " + std::to_string(length) + " bytes was ignored");
-        else
-            keep(std::move(notification));
+        return;
     }
+    auto notification = notificationFrom(parameters);
+    if (!notification)
+        reportWarning("a notification of an unknown form was ignored");
+    else if (const size_t length = textLength(*notification); length > kMaxTextLength)
+        reportWarning("a notification of " + std::to_string(length) + " bytes was ignored");
+    else
+        keep(std::move(*notification));
 }
 
 void DistributedNotificationCenter::State::keep(Notification notification) {
@@ -369,12 +343,7 @@ void DistributedNotificationCenter::postNotification(const Notification& notific
         const std::lock_guard<std::mutex> hold(state_->mutex);
         bus = G_DBUS_CONNECTION(g_object_ref(state_->bus));
     }
-    GVariantBuilder info;
-    g_variant_builder_init(&info, G_VARIANT_TYPE_VARDICT);
-    for (const auto& [key, value] : notification.userInfo)
-        g_variant_builder_add(&info, "{sv}", key.c_str(), textVariant(value));
-    GVariant* parameters = g_variant_new("(@s@sa{sv})", textVariant(notification.name),
-                                         textVariant(notification.object.value_or("")), &info);
+    GVariant* const parameters = notificationParameters(notification);
     GError* error = nullptr;
     g_dbus_connection_emit_signal(bus, nullptr, kPath, kInterface, kMember, parameters, &error);
     if (!error && deliverImmediately)
