@@ -4,24 +4,71 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
+#include <mutex>
+#include <new>
 #include <utility>
+#include <vector>
 
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
 #include "DGAMonitor/Utilities/DGAUtilitiesFiles.h"
 #include "platform/PrivateFolder.h"
+#include "platform/RunLoop.h"
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
+#include "support/PlainText.h"
 
 namespace {
 
 using platform::PrivateFolder;
 
 constexpr char kTraceFilePrefix[] = "orvdga_trace_meeting_";
+constexpr uint64_t kLargestTrace = uint64_t{256} * 1000 * 1000;
+
+// Of records that wait: from the one on there is no room, from the other on there is again.
+constexpr int kNoRoom = 4096;
+constexpr int kRoom = 1024;
 
 // Made when the program loads and never destroyed: records may come until the last moment.
 platform::SerialQueue* const theTraceQueue = new platform::SerialQueue("com.tellan.orvane.orvanedga");
+
+// The records that wait, and who waits for there being fewer.
+class Waiting {
+public:
+    void add() { ++count_; }
+    bool hasRoom() const { return count_ < kNoRoom; }
+
+    void remove() {
+        if (--count_ > kRoom)
+            return;
+        const std::lock_guard<std::mutex> hold(mutex_);
+        callAll();
+    }
+
+    void whenRoom(std::function<void()> call) {
+        const std::lock_guard<std::mutex> hold(mutex_);
+        calls_.push_back(std::move(call));
+        if (count_ <= kRoom)
+            callAll();
+    }
+
+private:
+    void callAll() {
+        for (auto& call : std::exchange(calls_, {}))
+            platform::performOnMain(std::move(call));
+    }
+
+    std::atomic<int> count_{0};
+    std::mutex mutex_;
+    std::vector<std::function<void()>> calls_;
+};
+
+Waiting& waiting() {
+    static auto* const records = new Waiting();
+    return *records;
+}
 
 bool isToolsService() {
     return DGASessionRecord::sharedRecord().serviceType == kDGAServiceTypeKT;
@@ -37,10 +84,11 @@ std::string lineOf(const DGATraceRecord& record) {
     const int64_t thread = record.threadID != 0 ? record.threadID : DGACSVFileTool::getThreadID();
     const std::string id =
         fmt::format("{:.{}f}", static_cast<double>(record.dwID), record.dwID > 0.0F ? 1 : 0);
+    const auto field = [](const DGATraceRecord::Text& text) { return support::onOneLine(text.value_or("")); };
     return fmt::format("{},{},{},{},{},{},{},{},{},{},{}", static_cast<int64_t>(record.moduleType),
-                       record.levelType, record.interactionType, record.basicInfo.value_or(""), id,
-                       record.desc.value_or(""), record.dwValue, record.lpszReserved.value_or(""),
-                       record.dwReserved, time, thread);
+                       record.levelType, record.interactionType, field(record.basicInfo), id,
+                       field(record.desc), record.dwValue, field(record.lpszReserved), record.dwReserved,
+                       field(time), thread);
 }
 
 }  // namespace
@@ -71,8 +119,25 @@ void DGACSVFileTool::saveDGATraceWithModuleType(int64_t moduleType, int64_t leve
 }
 
 void DGACSVFileTool::saveTraceRecord(DGATraceRecord record) {
-    if (!isToolsService())
-        traceQueue().async([record = std::move(record)] { writeToCSVWWithContent(lineOf(record)); });
+    if (isToolsService())
+        return;
+    waiting().add();
+    traceQueue().async([record = std::move(record)] {
+        try {
+            writeToCSVWWithContent(lineOf(record));
+        } catch (const std::bad_alloc&) {
+            logWarning("a record was lost: there is no memory for it");
+        }
+        waiting().remove();
+    });
+}
+
+bool DGACSVFileTool::hasRoom() {
+    return waiting().hasRoom();
+}
+
+void DGACSVFileTool::whenRoom(std::function<void()> call) {
+    waiting().whenRoom(std::move(call));
 }
 
 void DGACSVFileTool::writeToCSVWWithContent(const std::string& content) {
@@ -99,9 +164,17 @@ void DGACSVFileTool::createCSVFile() const {
         folder->createFile(lastComponent(orvdgaCSVFilePath()));
 }
 
-void DGACSVFileTool::outputContent(const std::string& content) const {
-    if (const auto folder = PrivateFolder::open(dirFilePath_, PrivateFolder::Create::no))
-        folder->appendToFile(lastComponent(orvdgaCSVFilePath()), content + "\n");
+void DGACSVFileTool::outputContent(const std::string& content) {
+    const auto folder = PrivateFolder::open(dirFilePath_, PrivateFolder::Create::no);
+    if (!folder)
+        return;
+    errno = 0;
+    const bool written =
+        folder->appendToFile(lastComponent(orvdgaCSVFilePath()), content + "\n", kLargestTrace);
+    const bool isFull = !written && errno == EFBIG;
+    if (isFull && !isFull_)
+        logWarning("the trace file is full, no further records are written");
+    isFull_ = isFull;
 }
 
 void DGACSVFileTool::removeFile() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "DGAMonitor/Const/DGATraceRecord.h"
@@ -11,7 +12,8 @@ class SerialQueue;
 
 /// The run's trace: one folder of its own in /tmp/orvdga with the topic file and the trace file, to which
 /// every record is appended as one line. A record that cannot be written is lost and the next one tries
-/// again. The layout of folder, files and record is described in docs/report-format.md.
+/// again; at 256 MB the file is full, and the log says so. The layout of folder, files and record is
+/// described in docs/report-format.md.
 class DGACSVFileTool {
 public:
     using Text = DGATraceRecord::Text;
@@ -20,9 +22,9 @@ public:
     static DGACSVFileTool& shareFileTool();
 
     /// Appends one record and returns at once; records of all threads are written in the order of their
-    /// calls. A missing text is an empty field; a missing or empty timestamp becomes the time of writing, and
-    /// a thread id of 0 the number of the writing thread. Nothing is written for the desktop tools service
-    /// (service type 10). Any thread.
+    /// calls. A missing text is an empty field, a control character or line break in one becomes a blank; a
+    /// missing or empty timestamp becomes the time of writing, and a thread id of 0 the number of the writing
+    /// thread. Nothing is written for the desktop tools service (service type 10). Any thread.
     static void saveTraceRecord(DGATraceRecord record);
 
     /// The same with the record's eleven values in their order.
@@ -30,6 +32,13 @@ public:
                                            Text basicInfo, float dwID, Text desc, int64_t dwValue,
                                            Text lpszReserved, int64_t dwReserved, Text timestamp,
                                            int64_t threadID);
+
+    /// Whether few enough records wait to be written. Whoever makes many at the bidding of others stops
+    /// taking orders while they do not. Any thread.
+    static bool hasRoom();
+
+    /// Calls back on the main thread once there is room again. Any thread.
+    static void whenRoom(std::function<void()> call);
 
     /// The queue on which the trace is written. While a call on it runs, nothing is written.
     static platform::SerialQueue& traceQueue();
@@ -58,8 +67,9 @@ private:
     DGACSVFileTool();
     static void writeToCSVWWithContent(const std::string& content);
     void createCSVFile() const;
-    void outputContent(const std::string& content) const;
+    void outputContent(const std::string& content);
 
     std::string dateStr_;
     std::string dirFilePath_;
+    bool isFull_ = false;  // trace queue
 };

@@ -1,5 +1,7 @@
 #include "DGAMeetingData/DGAMeetingDataRecordTool.h"
 
+#include "DGAMeetingData/DGACSVFileTool.h"
+
 DGAMeetingDataRecordTool& DGAMeetingDataRecordTool::shareDataRecordTool() {
     static auto* const tool = new DGAMeetingDataRecordTool();
     return *tool;
@@ -18,6 +20,13 @@ void DGAMeetingDataRecordTool::onMessageWithJsonData(const std::optional<std::st
     if (!jsonData || jsonData->empty())
         return;
     recordMrg().parseJson(*jsonData);
+    if (!listener_ || DGACSVFileTool::hasRoom())
+        return;
+    listener_->setHeld(true);
+    DGACSVFileTool::whenRoom([this] {
+        if (listener_)
+            listener_->setHeld(false);
+    });
 }
 
 DGAMeetingDataManager& DGAMeetingDataRecordTool::recordMrg() {

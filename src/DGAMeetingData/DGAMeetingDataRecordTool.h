@@ -19,7 +19,8 @@ public:
     /// Closes the message port, so that its socket is gone before the process is.
     void stopRecord();
 
-    /// Takes one message; an absent or empty one is ignored.
+    /// Takes one message; an absent or empty one is ignored. While more records wait than the trace has room
+    /// for, the port takes no further ones.
     void onMessageWithJsonData(const std::optional<std::string>& jsonData) override;
 
 private:

@@ -7,7 +7,7 @@
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
-#include "DGAMonitor/Utilities/DGAUtilitiesText.h"
+#include "support/Base64.h"
 #include "support/ORVNLogger.h"
 
 namespace {
@@ -17,9 +17,9 @@ void saveParameter(const char* name, std::optional<std::string> value, float dwI
         {.moduleType = DGATraceModule::session, .basicInfo = name, .dwID = dwID, .desc = std::move(value)});
 }
 
-// The two parameters that may hold anything the user typed travel as base64, marked by their id.
+// The two parameters that may hold anything the user typed travel as base64 on one line, marked by their id.
 void saveEncodedParameter(const char* name, const std::optional<std::string>& value) {
-    saveParameter(name, DGAUtilities::dga_stringToBase64Str(value), 1.0F);
+    saveParameter(name, support::base64Encode(value.value_or("")), 1.0F);
 }
 
 }  // namespace

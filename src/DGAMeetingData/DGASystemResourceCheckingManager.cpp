@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "DGAMeetingData/DGAResourceTrace.h"
+#include "DGAMeetingData/HealthCheckerSystemInfoGetter.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "platform/DGALoopThread.h"
 #include "platform/ProcessListing.h"
@@ -40,10 +41,17 @@ void DGASystemResourceCheckingManager::startChecking() {
 
 void DGASystemResourceCheckingManager::doInitailize() {
     ORVN_LOG_METHOD();
+    takeBaseline();
     platform::RunLoop& loop = platform::RunLoop::current();
     timer_ = std::make_unique<platform::Timer>(loop, interval_, true, [this] { writeIntoCSV(); });
     loop.run();
     timer_.reset();
+}
+
+void DGASystemResourceCheckingManager::takeBaseline() const {
+    double usage = 0.0;
+    GetOverallCPUUsage(usage);
+    listing_();
 }
 
 DGASystemResourceCheckingManager::ProcessList DGASystemResourceCheckingManager::allProcessList() const {

@@ -36,8 +36,8 @@ public:
     DGASystemResourceCheckingManager(const DGASystemResourceCheckingManager&) = delete;
     DGASystemResourceCheckingManager& operator=(const DGASystemResourceCheckingManager&) = delete;
 
-    /// Starts the sampler's thread; the first sample is taken one interval later. Does nothing when it
-    /// has been started. Main thread.
+    /// Starts the sampler's thread; the first sample is taken one interval later, and tells of that interval.
+    /// Does nothing when it has been started. Main thread.
     void startChecking();
 
     // The others are for any thread.
@@ -62,6 +62,7 @@ public:
 
 private:
     void doInitailize();
+    void takeBaseline() const;
 
     const ListingSource listing_;
     const std::chrono::milliseconds interval_;

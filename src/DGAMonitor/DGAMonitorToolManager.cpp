@@ -1,7 +1,9 @@
 #include "DGAMonitor/DGAMonitorToolManager.h"
 
 #include <cstdio>
+#include <utility>
 
+#include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMeetingData/DGAMeetingDataRecordTool.h"
 #include "DGAMeetingData/DGASessionTrace.h"
 #include "DGAMeetingData/DGASystemResourceCheckingManager.h"
@@ -12,19 +14,8 @@
 #include "DGAMonitor/Session/DGASessionTelemetry.h"
 #include "DGAMonitor/Utilities/DGAUtilitiesProgram.h"
 #include "DGAMonitor/Watch/DGADealNotifTargetTool.h"
-#include "platform/DistributedNotificationCenter.h"
 #include "support/JsonValue.h"
 #include "support/ORVNLogger.h"
-
-namespace {
-
-void logWithoutPersonalData(nlohmann::json parameters) {
-    for (const char* key : {dDGAUserEmailKey, dDGAMeetingKeyKey, dDGAConfNameKey})
-        parameters.erase(key);
-    logInfo("dealMessageFromClient，jsonStr={}", support::prettyJson(parameters));
-}
-
-}  // namespace
 
 DGAMonitorToolManager& DGAMonitorToolManager::shareManager() {
     static DGAMonitorToolManager* const manager = new DGAMonitorToolManager();
@@ -55,11 +46,11 @@ void DGAMonitorToolManager::addProcessObserver() {
     observe(kDGANotificationPassingJsonData, &DGAMonitorToolManager::dealNormalStart);
     observe(kDGANotificationGenerateReportAndExit, &DGAMonitorToolManager::dealStartAndQuit);
     addObserverByName(notificationName(kDGANotificationKeepAlive),
-                      &DGADealNotifTargetTool::dealHeartBeatFromClient);
+                      &DGADealNotifTargetTool::dealHeartBeatFromClient, Delivery::overtaking);
     addObserverByName(notificationName(kDGANotificationGenerateReport),
-                      &DGADealNotifTargetTool::dealGenerateReportFromClient);
+                      &DGADealNotifTargetTool::dealGenerateReportFromClient, Delivery::inOrder);
     addObserverByName(notificationName(kDGANotificationAppExit),
-                      &DGADealNotifTargetTool::dealNormalQuitFromClient);
+                      &DGADealNotifTargetTool::dealNormalQuitFromClient, Delivery::overtaking);
     const std::string ready = notificationName(kDGANotificationAppReady);
     logInfo("addProcessObserver, notify client DGA app ready, send: {}", ready);
     DGAUtilities::dga_postDistributedNotificationWithName(ready, std::nullopt, {}, true);
@@ -71,12 +62,26 @@ void DGAMonitorToolManager::observe(std::string_view baseName, ManagerAction act
         [this, action](const platform::Notification& notification) { (this->*action)(notification); });
 }
 
-void DGAMonitorToolManager::addObserverByName(const std::string& name, TargetAction action) {
+void DGAMonitorToolManager::addObserverByName(const std::string& name, TargetAction action,
+                                              Delivery delivery) {
     ORVN_LOG_METHOD();
+    // The first one only: heartbeats need no parameters.
+    const bool needsParameters = action != &DGADealNotifTargetTool::dealHeartBeatFromClient;
     platform::DistributedNotificationCenter::defaultCenter().addObserver(
-        name, [target = targetTool_, action](const platform::Notification& notification) {
-            ((*target).*action)(notification);
-        });
+        name,
+        [this, action, needsParameters](const platform::Notification& notification) {
+            if (needsParameters)
+                dealWaitingParameters();
+            ((*targetTool_).*action)(notification);
+        },
+        delivery);
+}
+
+void DGAMonitorToolManager::dealWaitingParameters() {
+    platform::DistributedNotificationCenter::defaultCenter().deliverLatest(
+        notificationName(kDGANotificationPassingJsonData));
+    if (const auto latest = std::exchange(waiting_, std::nullopt))
+        readMessage(*latest);
 }
 
 void DGAMonitorToolManager::dealNormalStart(const platform::Notification& notification) {
@@ -87,12 +92,33 @@ void DGAMonitorToolManager::dealNormalStart(const platform::Notification& notifi
 void DGAMonitorToolManager::dealStartAndQuit(const platform::Notification& notification) {
     ORVN_LOG_METHOD();
     dealMessageFromClient(notification);
+    dealWaitingParameters();
     targetTool_->showReportWindow();
     record_.readyToQuit = true;
 }
 
+// Records that come faster than they are written would pile up: only the last message counts then.
 void DGAMonitorToolManager::dealMessageFromClient(const platform::Notification& notification) {
-    ORVN_LOG_METHOD();
+    if (DGACSVFileTool::hasRoom() && !waiting_) {
+        readMessage(notification);
+        return;
+    }
+    const uint64_t passedOver = waiting_ ? waiting_->passedOver + 1 : 0;
+    if (!std::exchange(awaitsRoom_, true)) {
+        DGACSVFileTool::whenRoom([this] {
+            awaitsRoom_ = false;
+            if (const auto latest = std::exchange(waiting_, std::nullopt))
+                readMessage(*latest);
+        });
+    }
+    waiting_ = notification;
+    waiting_->passedOver += passedOver;
+}
+
+void DGAMonitorToolManager::readMessage(const platform::Notification& notification) {
+    logInfo("DGAMonitorToolManager::dealMessageFromClient");
+    if (notification.passedOver > 0)
+        logNotice("{} parameter messages came too fast and were passed over", notification.passedOver);
     const auto text = notification.userInfo.find(dDGAJsonDataKey);
     if (text == notification.userInfo.end())
         return;
@@ -100,7 +126,9 @@ void DGAMonitorToolManager::dealMessageFromClient(const platform::Notification& 
     if (!parameters || !parameters->is_object())
         return;
     readSessionParameters(*parameters, record_);
-    logWithoutPersonalData(*parameters);
+    if (targetTool_)
+        targetTool_->clientIsKnown();
+    logInfo("dealMessageFromClient，jsonStr={}", support::prettyJson(sessionParametersForLog(*parameters)));
     setupTelemetry();
     dgaSaveSessionTrace(record_);
 }

@@ -1,15 +1,14 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "platform/DistributedNotificationCenter.h"
+
 class DGADealNotifTargetTool;
 class DGASessionRecord;
-
-namespace platform {
-struct Notification;
-}
 
 /// The spine of the assistant: it subscribes to the client's notifications, tells the client that it is
 /// ready, and fills the session record, which everything else reads. Main thread.
@@ -29,7 +28,8 @@ public:
     void dealStartAndQuit(const platform::Notification& notification);
 
     /// Reads the session parameters into the record, logs them without personal data and writes them to
-    /// the trace. Anything but a JSON object under "DgaJsonData" is ignored.
+    /// the trace; at once or, while the trace has no room, later, and then the last message only. Anything
+    /// but a JSON object under "DgaJsonData" is ignored.
     void dealMessageFromClient(const platform::Notification& notification);
 
     /// As dgaSetupTelemetry(), with the session record.
@@ -45,15 +45,20 @@ public:
 
 private:
     using TargetAction = void (DGADealNotifTargetTool::*)(const platform::Notification&);
+    using Delivery = platform::DistributedNotificationCenter::Delivery;
     using ManagerAction = void (DGAMonitorToolManager::*)(const platform::Notification&);
 
     DGAMonitorToolManager();
     void addProcessObserver();
-    void addObserverByName(const std::string& name, TargetAction action);
+    void addObserverByName(const std::string& name, TargetAction action, Delivery delivery);
+    void dealWaitingParameters();
+    void readMessage(const platform::Notification& notification);
     void observe(std::string_view baseName, ManagerAction action);
     static void startReceiveMeetingData();
     static void startCheckingSystemResourceUsage();
 
     DGASessionRecord& record_;
     std::shared_ptr<DGADealNotifTargetTool> targetTool_;
+    std::optional<platform::Notification> waiting_;  // parameters, while the trace has no room
+    bool awaitsRoom_ = false;
 };

@@ -1,3 +1,4 @@
+#include <malloc.h>
 #include <sys/stat.h>
 
 #include <csignal>
@@ -11,6 +12,10 @@ int main() {
     umask(S_IRWXG | S_IRWXO);
     // The client's pipes close when it dies.
     std::signal(SIGPIPE, SIG_IGN);
+    // A limit on the size of files costs records, not the program.
+    std::signal(SIGXFSZ, SIG_IGN);
+    // Long messages are given back to the system at once. A limit that adapts itself would keep their memory.
+    mallopt(M_MMAP_THRESHOLD, 128 * 1024);
     const platform::TerminationSignal termination([] { AppDelegate::applicationWillTerminate(); });
     AppDelegate::applicationDidFinishLaunching();
     // As late as possible: it has to run before everything that exit() ends.

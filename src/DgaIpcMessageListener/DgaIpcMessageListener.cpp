@@ -61,6 +61,11 @@ void DgaIpcMessageListener::messagePortCallBack(platform::MessagePort& /*port*/,
     }
 }
 
+void DgaIpcMessageListener::setHeld(bool held) {
+    if (portRef_)
+        portRef_->setHeld(held);
+}
+
 void DgaIpcMessageListener::handlePortMessage(const std::optional<std::string>& message) {
     if (messageSink_)
         messageSink_->onMessageWithJsonData(message);

@@ -39,6 +39,9 @@ public:
 
     void handlePortMessage(const std::optional<std::string>& message);
 
+    /// While it is held the port takes nothing: its clients wait, and nothing is lost.
+    void setHeld(bool held);
+
     /// Whether the port is open.
     bool isListening() const { return portRef_ != nullptr; }
 

@@ -2,11 +2,20 @@
 
 #include <gio/gio.h>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <deque>
+#include <mutex>
+#include <new>
+#include <optional>
 #include <string_view>
 #include <utility>
+#include <vector>
 
+#include "platform/NotificationMessage.h"
 #include "platform/Report.h"
+#include "platform/RunLoop.h"
 
 namespace platform {
 namespace {
@@ -14,68 +23,263 @@ namespace {
 constexpr char kPath[] = "/com/tellan/orvane/DistributedNotifications";
 constexpr char kInterface[] = "com.tellan.orvane.DistributedNotifications";
 constexpr char kMember[] = "Posted";
-constexpr char kSignature[] = "(ssa{sv})";
 
-GVariant* textVariant(const std::string& text) {
-    return g_variant_new_take_string(g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
+constexpr size_t kMostWaiting = 16;  // of one name
+constexpr std::chrono::milliseconds kFirstPause{250};
+constexpr std::chrono::milliseconds kLongestPause{5000};
+
+size_t textLength(const Notification& notification) {
+    size_t length = 0;
+    for (const auto& [key, value] : notification.userInfo)
+        length += key.size() + value.size();
+    return length;
 }
 
-Notification notificationFrom(GVariant* parameters) {
-    Notification notification;
-    const char* name = nullptr;
-    const char* object = nullptr;
-    GVariantIter* info = nullptr;
-    g_variant_get(parameters, "(&s&sa{sv})", &name, &object, &info);
-    notification.name = name;
-    if (*object)
-        notification.object = object;
-    const char* key = nullptr;
-    GVariant* value = nullptr;
-    while (g_variant_iter_next(info, "{&sv}", &key, &value)) {
-        if (g_variant_is_of_type(value, G_VARIANT_TYPE_STRING)) {
-            gsize length = 0;
-            const char* text = g_variant_get_string(value, &length);
-            notification.userInfo.insert_or_assign(key, std::string(text, length));
-        }
-        g_variant_unref(value);
-    }
-    g_variant_iter_free(info);
-    return notification;
+// The match rule is all that the subscription is for: signals are taken by the filter before it.
+void nothing(GDBusConnection* /*bus*/, const char* /*sender*/, const char* /*path*/,
+             const char* /*interface*/, const char* /*member*/, GVariant* /*parameters*/, gpointer /*data*/) {
 }
 
-void signalArrived(GDBusConnection* /*bus*/, const char* /*sender*/, const char* /*path*/,
-                   const char* /*interface*/, const char* /*member*/, GVariant* parameters, gpointer data) {
-    if (g_variant_is_of_type(parameters, G_VARIANT_TYPE(kSignature)))
-        (*static_cast<DistributedNotificationCenter::Handler*>(data))(notificationFrom(parameters));
-    else
-        reportWarning("a notification of an unknown form was ignored");
+// The address of the session bus; none where a bus would first have to be started.
+std::string busAddress() {
+    char* const found = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
+    std::string address = found ? found : "";
+    g_free(found);
+    return address.starts_with("autolaunch:") ? std::string() : address;
 }
+
+constexpr auto kConnectionFlags = static_cast<GDBusConnectionFlags>(
+    G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
 
 }  // namespace
 
 struct DistributedNotificationCenter::State {
-    GDBusConnection* bus = nullptr;
-    std::atomic<bool> connected{false};
+    struct Observer {
+        uint32_t number;
+        std::string name;
+        Delivery delivery;
+        std::shared_ptr<Handler> handler;
+        guint subscription = 0;
+    };
 
-    static void busClosed(GDBusConnection* /*bus*/, gboolean /*byPeer*/, GError* error, gpointer data) {
-        static_cast<State*>(data)->connected = false;
-        reportWarning(std::string("the session bus has gone away, no notifications from now on") +
-                      (error ? std::string(": ") + error->message : std::string()));
-    }
+    GDBusConnection* bus = nullptr;  // main thread; also kept, unused, while others may still post on it
+    std::atomic<bool> connected{false};
+    std::unique_ptr<Timer> retry;
+    std::chrono::milliseconds pause = kFirstPause;
+    uint32_t lastNumber = 0;
+
+    // What GLib's thread and the main thread share.
+    std::mutex mutex;
+    std::vector<Observer> observers;
+    std::deque<Notification> waiting;
+    std::deque<Notification> overtaking;
+    bool awake = false;
+
+    void connectFirst();
+    void useBus(GDBusConnection* connection);
+    void subscribe(Observer& observer) const;
+    void retryLater();
+    void tryAgain();
+    void take(GDBusMessage* message);
+    void keep(Notification notification);
+    void wake();
+    void deliver();
+    std::optional<Notification> next(std::deque<Notification>& queue);
+    void handle(const Notification& notification);
+
+    static void onConnected(GObject* source, GAsyncResult* result, gpointer data);
+    static void onClosed(GDBusConnection* bus, gboolean byPeer, GError* error, gpointer data);
+    static GDBusMessage* filter(GDBusConnection* bus, GDBusMessage* message, gboolean incoming,
+                                gpointer data);
 };
 
 DistributedNotificationCenter::DistributedNotificationCenter() : state_(std::make_unique<State>()) {
+    state_->connectFirst();
+}
+
+void DistributedNotificationCenter::State::connectFirst() {
     GError* error = nullptr;
-    state_->bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, &error);
-    if (!state_->bus) {
-        reportWarning(std::string("no session bus, so the client's notifications cannot arrive: ") +
-                      error->message);
-        g_error_free(error);
+    char* const address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, &error);
+    GDBusConnection* const connection =
+        address ? g_dbus_connection_new_for_address_sync(address, kConnectionFlags, nullptr, nullptr, &error)
+                : nullptr;
+    g_free(address);
+    if (connection) {
+        useBus(connection);
         return;
     }
-    state_->connected = true;
-    g_dbus_connection_set_exit_on_close(state_->bus, FALSE);
-    g_signal_connect(state_->bus, "closed", G_CALLBACK(&State::busClosed), state_.get());
+    reportWarning(std::string("no session bus, so the client's notifications cannot arrive: ") +
+                  error->message);
+    g_error_free(error);
+    retryLater();
+}
+
+// Main thread.
+void DistributedNotificationCenter::State::useBus(GDBusConnection* connection) {
+    {
+        const std::lock_guard<std::mutex> hold(mutex);
+        if (bus)
+            g_object_unref(bus);
+        bus = connection;
+        for (Observer& observer : observers)
+            subscribe(observer);
+    }
+    g_dbus_connection_set_exit_on_close(connection, FALSE);
+    g_dbus_connection_add_filter(connection, &State::filter, this, nullptr);
+    g_signal_connect(connection, "closed", G_CALLBACK(&State::onClosed), this);
+    connected = true;
+    pause = kFirstPause;
+    // It may have gone before there was anybody to be told.
+    if (g_dbus_connection_is_closed(connection))
+        onClosed(connection, TRUE, nullptr, this);
+}
+
+void DistributedNotificationCenter::State::subscribe(Observer& observer) const {
+    observer.subscription =
+        g_dbus_connection_signal_subscribe(bus, nullptr, kInterface, kMember, kPath, observer.name.c_str(),
+                                           G_DBUS_SIGNAL_FLAGS_NONE, &nothing, nullptr, nullptr);
+}
+
+void DistributedNotificationCenter::State::onClosed(GDBusConnection* /*bus*/, gboolean /*byPeer*/,
+                                                    GError* error, gpointer data) {
+    auto* self = static_cast<State*>(data);
+    if (!self->connected.exchange(false))
+        return;
+    reportWarning(std::string("the session bus has gone away, no notifications until it is back") +
+                  (error ? std::string(": ") + error->message : std::string()));
+    self->retryLater();
+}
+
+void DistributedNotificationCenter::State::retryLater() {
+    retry = std::make_unique<Timer>(RunLoop::main(), pause, false, [this] { tryAgain(); });
+    pause = std::min(2 * pause, kLongestPause);
+}
+
+void DistributedNotificationCenter::State::tryAgain() {
+    const std::string address = busAddress();
+    if (address.empty())
+        retryLater();
+    else
+        g_dbus_connection_new_for_address(address.c_str(), kConnectionFlags, nullptr, nullptr,
+                                          &State::onConnected, this);
+}
+
+void DistributedNotificationCenter::State::onConnected(GObject* /*source*/, GAsyncResult* result,
+                                                       gpointer data) {
+    auto* self = static_cast<State*>(data);
+    GDBusConnection* const connection = g_dbus_connection_new_for_address_finish(result, nullptr);
+    if (!connection) {
+        self->retryLater();
+        return;
+    }
+    self->useBus(connection);
+    reportNotice("the session bus is back");
+}
+
+// On GLib's own thread: what is for us goes into a queue that cannot grow, and no further.
+GDBusMessage* DistributedNotificationCenter::State::filter(GDBusConnection* /*bus*/, GDBusMessage* message,
+                                                           gboolean incoming, gpointer data) {
+    if (!incoming || g_dbus_message_get_message_type(message) != G_DBUS_MESSAGE_TYPE_SIGNAL ||
+        g_strcmp0(g_dbus_message_get_interface(message), kInterface) != 0 ||
+        g_strcmp0(g_dbus_message_get_member(message), kMember) != 0 ||
+        g_strcmp0(g_dbus_message_get_path(message), kPath) != 0)
+        return message;
+    try {
+        static_cast<State*>(data)->take(message);
+    } catch (const std::bad_alloc&) {
+        reportWarning("a notification was lost: there is no memory for it");
+    }
+    g_object_unref(message);
+    return nullptr;
+}
+
+void DistributedNotificationCenter::State::take(GDBusMessage* message) {
+    GVariant* const parameters = g_dbus_message_get_body(message);
+    const size_t size = parameters ? g_variant_get_size(parameters) : 0;
+    if (size > 2 * kMaxTextLength) {
+        reportWarning("a notification of " + std::to_string(size) + " bytes was ignored");
+        return;
+    }
+    auto notification = notificationFrom(parameters);
+    if (!notification)
+        reportWarning("a notification of an unknown form was ignored");
+    else if (const size_t length = textLength(*notification); length > kMaxTextLength)
+        reportWarning("a notification of " + std::to_string(length) + " bytes was ignored");
+    else
+        keep(std::move(*notification));
+}
+
+void DistributedNotificationCenter::State::keep(Notification notification) {
+    const std::lock_guard<std::mutex> hold(mutex);
+    const auto observer = std::find_if(observers.begin(), observers.end(),
+                                       [&](const Observer& one) { return one.name == notification.name; });
+    if (observer == observers.end())
+        return;
+    auto& queue = observer->delivery == Delivery::overtaking ? overtaking : waiting;
+    const auto isOne = [&](const Notification& other) { return other.name == notification.name; };
+    size_t count = 1;
+    size_t length = textLength(notification);
+    for (const Notification& other : queue) {
+        count += isOne(other) ? 1 : 0;
+        length += isOne(other) ? textLength(other) : 0;
+    }
+    // The oldest of this name go.
+    while (count > 1 && (count > kMostWaiting || length > kMaxTextLength)) {
+        const auto oldest = std::find_if(queue.begin(), queue.end(), isOne);
+        length -= textLength(*oldest);
+        --count;
+        const uint64_t passedOver = oldest->passedOver + 1;
+        const auto following = std::find_if(queue.erase(oldest), queue.end(), isOne);
+        (following == queue.end() ? notification : *following).passedOver += passedOver;
+    }
+    queue.push_back(std::move(notification));
+    wake();
+}
+
+// Under the lock.
+void DistributedNotificationCenter::State::wake() {
+    if (!std::exchange(awake, true))
+        performOnMain([this] { deliver(); });
+}
+
+// One that overtakes and one that waits a turn: neither keeps the other, or the rest of the loop, from its
+// turn.
+void DistributedNotificationCenter::State::deliver() {
+    for (auto* queue : {&overtaking, &waiting}) {
+        if (const auto notification = next(*queue))
+            handle(*notification);
+    }
+    const std::lock_guard<std::mutex> hold(mutex);
+    awake = false;
+    if (!overtaking.empty() || !waiting.empty())
+        wake();
+}
+
+std::optional<Notification> DistributedNotificationCenter::State::next(std::deque<Notification>& queue) {
+    const std::lock_guard<std::mutex> hold(mutex);
+    if (queue.empty())
+        return std::nullopt;
+    std::optional<Notification> first(std::move(queue.front()));
+    queue.pop_front();
+    return first;
+}
+
+void DistributedNotificationCenter::State::handle(const Notification& notification) {
+    std::vector<std::shared_ptr<Handler>> handlers;
+    {
+        const std::lock_guard<std::mutex> hold(mutex);
+        for (const Observer& observer : observers) {
+            if (observer.name == notification.name)
+                handlers.push_back(observer.handler);
+        }
+    }
+    for (const auto& handler : handlers) {
+        try {
+            (*handler)(notification);
+        } catch (const std::bad_alloc&) {
+            reportWarning(notification.name + " was lost: there is no memory for it");
+        }
+    }
 }
 
 DistributedNotificationCenter& DistributedNotificationCenter::defaultCenter() {
@@ -87,34 +291,64 @@ bool DistributedNotificationCenter::isConnected() const {
     return state_->connected;
 }
 
-uint32_t DistributedNotificationCenter::addObserver(const std::string& name, Handler handler) {
-    if (!state_->bus)
-        return 0;
-    return g_dbus_connection_signal_subscribe(state_->bus, nullptr, kInterface, kMember, kPath, name.c_str(),
-                                              G_DBUS_SIGNAL_FLAGS_NONE, &signalArrived,
-                                              new Handler(std::move(handler)),
-                                              [](gpointer data) { delete static_cast<Handler*>(data); });
+uint32_t DistributedNotificationCenter::addObserver(const std::string& name, Handler handler,
+                                                    Delivery delivery) {
+    const std::lock_guard<std::mutex> hold(state_->mutex);
+    auto& observer = state_->observers.emplace_back(
+        State::Observer{++state_->lastNumber, name, delivery, std::make_shared<Handler>(std::move(handler))});
+    if (state_->connected)
+        state_->subscribe(observer);
+    return observer.number;
 }
 
 void DistributedNotificationCenter::removeObserver(uint32_t observer) {
-    if (state_->bus && observer)
-        g_dbus_connection_signal_unsubscribe(state_->bus, observer);
+    const std::lock_guard<std::mutex> hold(state_->mutex);
+    const auto found = std::find_if(state_->observers.begin(), state_->observers.end(),
+                                    [observer](const auto& one) { return one.number == observer; });
+    if (found == state_->observers.end())
+        return;
+    if (state_->connected)
+        g_dbus_connection_signal_unsubscribe(state_->bus, found->subscription);
+    state_->observers.erase(found);
+}
+
+void DistributedNotificationCenter::deliverOvertaking() {
+    while (const auto notification = state_->next(state_->overtaking))
+        state_->handle(*notification);
+}
+
+void DistributedNotificationCenter::deliverLatest(const std::string& name) {
+    std::optional<Notification> latest;
+    {
+        const std::lock_guard<std::mutex> hold(state_->mutex);
+        for (Notification& one : state_->waiting) {
+            if (one.name != name)
+                continue;
+            one.passedOver += latest ? latest->passedOver + 1 : 0;
+            latest = std::move(one);
+        }
+        std::erase_if(state_->waiting,
+                      [&](const Notification& one) { return one.name == name || one.name.empty(); });
+    }
+    if (latest)
+        state_->handle(*latest);
 }
 
 void DistributedNotificationCenter::postNotification(const Notification& notification,
                                                      bool deliverImmediately) {
-    if (!state_->bus)
+    if (!state_->connected)
         return;
-    GVariantBuilder info;
-    g_variant_builder_init(&info, G_VARIANT_TYPE_VARDICT);
-    for (const auto& [key, value] : notification.userInfo)
-        g_variant_builder_add(&info, "{sv}", key.c_str(), textVariant(value));
-    GVariant* parameters = g_variant_new("(@s@sa{sv})", textVariant(notification.name),
-                                         textVariant(notification.object.value_or("")), &info);
+    GDBusConnection* bus = nullptr;
+    {
+        const std::lock_guard<std::mutex> hold(state_->mutex);
+        bus = G_DBUS_CONNECTION(g_object_ref(state_->bus));
+    }
+    GVariant* const parameters = notificationParameters(notification);
     GError* error = nullptr;
-    g_dbus_connection_emit_signal(state_->bus, nullptr, kPath, kInterface, kMember, parameters, &error);
+    g_dbus_connection_emit_signal(bus, nullptr, kPath, kInterface, kMember, parameters, &error);
     if (!error && deliverImmediately)
-        g_dbus_connection_flush_sync(state_->bus, nullptr, &error);
+        g_dbus_connection_flush_sync(bus, nullptr, &error);
+    g_object_unref(bus);
     if (error) {
         reportWarning("posting " + notification.name + " failed: " + error->message);
         g_error_free(error);

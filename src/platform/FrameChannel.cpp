@@ -11,7 +11,6 @@
 #include <utility>
 
 #include "platform/RunLoop.h"
-#include "platform/Task.h"
 
 namespace platform {
 namespace {
@@ -25,8 +24,8 @@ void append(std::string& bytes, uint32_t value) {
 
 }  // namespace
 
-std::unique_ptr<FrameChannel> FrameChannel::toProgram(const std::string& program, uint32_t longest,
-                                                      Received received, std::function<void()> broken) {
+std::unique_ptr<FrameChannel> FrameChannel::toProgram(Task task, uint32_t longest, Received received,
+                                                      std::function<void()> broken) {
     std::array<int, 2> sockets{};
     std::array<int, 2> stop{};
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets.data()) != 0)
@@ -36,8 +35,6 @@ std::unique_ptr<FrameChannel> FrameChannel::toProgram(const std::string& program
         close(sockets[1]);
         return nullptr;
     }
-    Task task;
-    task.program = program;
     task.output = Task::Output::toHandle;
     task.handle = sockets[1];
     task.stopHandle = stop[0];

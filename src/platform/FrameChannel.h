@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "platform/FrameReader.h"
+#include "platform/Task.h"
 
 struct _GSource;  // NOLINT(bugprone-reserved-identifier): GLib's own name
 
@@ -25,8 +26,8 @@ public:
 
     /// Starts a program whose standard output is the socket to it; null if it cannot be started, which is
     /// reported. The program's group is killed when the channel ends.
-    static std::unique_ptr<FrameChannel> toProgram(const std::string& program, uint32_t longest,
-                                                   Received received, std::function<void()> broken);
+    static std::unique_ptr<FrameChannel> toProgram(Task program, uint32_t longest, Received received,
+                                                   std::function<void()> broken);
 
     /// Closes the socket.
     ~FrameChannel();

@@ -6,6 +6,7 @@ namespace platform {
 namespace {
 
 constexpr size_t kHeaderLength = 8;
+constexpr size_t kKeptLength = size_t{128} * 1024;
 
 uint32_t littleEndian32(const char* bytes) {
     uint32_t value = 0;
@@ -22,9 +23,23 @@ std::span<char> FrameReader::room(size_t length) {
         end_ -= begin_;
         begin_ = 0;
     }
+    if (bytes_.capacity() < end_ + length) {
+        // All that the front message needs at once, instead of doubling up to it.
+        const size_t message = front() == Front::part ? kHeaderLength + frontLength() : 0;
+        bytes_.reserve(std::max(end_ + length, message + length));
+    }
     if (bytes_.size() < end_ + length)
         bytes_.resize(end_ + length);
     return {bytes_.data() + end_, length};
+}
+
+void FrameReader::trim() {
+    const size_t held = end_ - begin_;
+    if (bytes_.capacity() <= kKeptLength || held > kKeptLength / 2)
+        return;
+    bytes_ = std::vector<char>(bytes_.data() + begin_, bytes_.data() + end_);
+    begin_ = 0;
+    end_ = held;
 }
 
 uint32_t FrameReader::frontLength() const {

@@ -37,6 +37,9 @@ public:
     /// Removes the front message. Only when front() is a message.
     Message takeMessage();
 
+    /// Gives back the memory of a long message that was taken. Ends the life of what takeMessage() returned.
+    void trim();
+
     /// Whether everything was taken.
     bool isEmpty() const { return begin_ == end_; }
 

@@ -1,21 +1,21 @@
 #include "platform/MessagePort.h"
 
-#include <fcntl.h>
 #include <glib-unix.h>
+#include <sys/epoll.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <deque>
 #include <list>
-#include <mutex>
-#include <set>
+#include <new>
 #include <utility>
+#include <vector>
 
 #include "platform/FrameReader.h"
-#include "platform/PrivateFolder.h"
+#include "platform/LocalSocket.h"
 #include "platform/Report.h"
 #include "platform/RunLoop.h"
 #include "platform/RuntimeFolder.h"
@@ -24,98 +24,21 @@ namespace platform {
 namespace {
 
 constexpr size_t kReadLength = 65536;
+constexpr int kMostEvents = 64;
 constexpr gint64 kBusyMicroseconds = 4000;
+constexpr gint64 kLateMicroseconds = 1000000;
 constexpr guint kAcceptPauseMilliseconds = 500;
-
-// Addressed through the open folder: no one can swap a folder on the way, and the path stays short
-// however long the runtime folder's own is.
-sockaddr_un addressIn(const PrivateFolder& folder, const std::string& name) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    const std::string path = "/proc/self/fd/" + std::to_string(folder.handle()) + "/" + name;
-    if (path.size() < sizeof address.sun_path)
-        std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    return address;
-}
-
-int openSocket() {
-    return socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-}
-
-bool someoneListens(const sockaddr_un& address) {
-    const int probe = openSocket();
-    const bool listens =
-        probe >= 0 &&
-        (connect(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 || errno == EAGAIN);
-    if (probe >= 0)
-        close(probe);
-    return listens;
-}
-
-int listenIn(const PrivateFolder& folder, const std::string& name) {
-    const sockaddr_un address = addressIn(folder, name);
-    const int listener = openSocket();
-    if (listener < 0)
-        return -1;
-    const auto* plain = reinterpret_cast<const sockaddr*>(&address);
-    int bound = bind(listener, plain, sizeof address);
-    if (bound != 0 && errno == EADDRINUSE && !someoneListens(address)) {
-        folder.remove(name);
-        bound = bind(listener, plain, sizeof address);
-    }
-    if (bound == 0 && fchmodat(folder.handle(), name.c_str(), S_IRUSR | S_IWUSR, 0) == 0 &&
-        listen(listener, SOMAXCONN) == 0)
-        return listener;
-    const int why = errno;
-    close(listener);
-    errno = why;
-    return -1;
-}
-
-bool isPeerOfUser(int connection) {
-    ucred peer{};
-    socklen_t length = sizeof peer;
-    return getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0 && peer.uid == geteuid();
-}
-
-// The paths of the sockets that this process has in the file system.
-class SocketPaths {
-public:
-    static SocketPaths& shared() {
-        static auto* const paths = new SocketPaths();
-        return *paths;
-    }
-
-    void add(const std::string& path) {
-        const std::lock_guard<std::mutex> hold(mutex_);
-        paths_.insert(path);
-    }
-
-    void forget(const std::string& path) {
-        const std::lock_guard<std::mutex> hold(mutex_);
-        paths_.erase(path);
-    }
-
-    void removeFiles() {
-        const std::lock_guard<std::mutex> hold(mutex_);
-        for (const auto& path : paths_)
-            unlink(path.c_str());
-    }
-
-private:
-    std::mutex mutex_;
-    std::set<std::string> paths_;
-};
 
 }  // namespace
 
 struct MessagePort::State {
     struct Connection {
-        State* owner = nullptr;
         int handle = -1;
-        GSource* readable = nullptr;
-        GSource* more = nullptr;
         FrameReader received{kMaxMessageLength};
+        gint64 began = 0;     // when the first byte of the message came that is not whole yet; else 0
+        size_t reserved = 0;  // its share of what long messages may hold
+        bool queued = false;  // among those with whole messages
+        bool parked = false;  // unread until there is room for its message
         bool ended = false;
     };
 
@@ -124,17 +47,27 @@ struct MessagePort::State {
     RuntimeFolder runtime;
     std::string path;
     Callback callback;
+    Limits limits;
     int listener = -1;
+    int poller = -1;  // epoll(7): one turn of the loop serves all peers, however many, for a few milliseconds
     GMainContext* context = nullptr;
-    GSource* acceptable = nullptr;
+    GSource* readable = nullptr;
+    GSource* more = nullptr;
+    GSource* deadline = nullptr;
+    GSource* acceptAgain = nullptr;
+    gint64 deadlineAt = 0;
+    bool held = false;
+    bool accepting = false;
+    size_t reserved = 0;
     std::list<Connection> connections;
+    std::deque<Connection*> withMessages;
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
 
     explicit State(RuntimeFolder folder) : runtime(std::move(folder)) {}
 
     template <typename Function>
-    static GSource* attach(GSource* source, Function function, gpointer data, GMainContext* context) {
-        g_source_set_callback(source, G_SOURCE_FUNC(function), data, nullptr);
+    GSource* attach(GSource* source, Function function) {
+        g_source_set_callback(source, G_SOURCE_FUNC(function), this, nullptr);
         g_source_attach(source, context);
         return source;
     }
@@ -147,24 +80,75 @@ struct MessagePort::State {
         source = nullptr;
     }
 
-    void watchListener() {
-        acceptable = attach(g_unix_fd_source_new(listener, G_IO_IN), &State::onConnect, this, context);
+    void watch(int handle, Connection* peer) const {
+        epoll_event event{};
+        event.events = EPOLLIN;
+        event.data.ptr = peer;
+        epoll_ctl(poller, EPOLL_CTL_ADD, handle, &event);
+    }
+    void ignore(int handle) const { epoll_ctl(poller, EPOLL_CTL_DEL, handle, nullptr); }
+
+    void setAccepting(bool accept) {
+        if (accept == accepting)
+            return;
+        accepting = accept;
+        if (accept)
+            watch(listener, nullptr);
+        else
+            ignore(listener);
     }
 
-    static gboolean onConnect(gint /*handle*/, GIOCondition /*condition*/, gpointer data) {
-        static_cast<State*>(data)->acceptAll();
+    void goOn() {
+        if (held || !context)
+            return;
+        if (!readable)
+            readable = attach(g_unix_fd_source_new(poller, G_IO_IN), &State::onReadable);
+        if (!more && !withMessages.empty()) {
+            more = g_idle_source_new();
+            g_source_set_priority(more, G_PRIORITY_DEFAULT);
+            attach(more, &State::onMore);
+        }
+    }
+
+    static gboolean onReadable(gint /*handle*/, GIOCondition /*condition*/, gpointer data) {
+        static_cast<State*>(data)->serve();
         return G_SOURCE_CONTINUE;
     }
-
-    static gboolean onAcceptAgain(gpointer data) {
+    static gboolean onMore(gpointer data) {
         auto* self = static_cast<State*>(data);
-        drop(self->acceptable);
-        self->watchListener();
+        drop(self->more);
+        self->serve();
         return G_SOURCE_REMOVE;
     }
 
+    // One turn: first what has been read, then what there is to read, for a few milliseconds in all.
+    void serve() {
+        const gint64 enough = g_get_monotonic_time() + kBusyMicroseconds;
+        const std::weak_ptr<bool> stillAlive = alive;
+        for (size_t left = withMessages.size(); left > 0 && !held; --left) {
+            Connection* const peer = withMessages.front();
+            withMessages.pop_front();
+            peer->queued = false;
+            handleMessagesOf(*peer, enough);
+            if (stillAlive.expired() || listener < 0)
+                return;
+        }
+        epoll_event events[kMostEvents];
+        const int count = held ? 0 : epoll_wait(poller, events, kMostEvents, 0);
+        for (int i = 0; i < count && !held && g_get_monotonic_time() <= enough; ++i) {
+            auto* const peer = static_cast<Connection*>(events[i].data.ptr);
+            if (!peer)
+                acceptAll();
+            else if (!peer->queued)
+                readFrom(*peer, enough);
+            if (stillAlive.expired() || listener < 0)
+                return;
+        }
+        goOn();
+    }
+
     void acceptAll() {
-        for (;;) {
+        while (connections.size() < limits.connections) {
             const int handle = accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
             if (handle < 0) {
                 if (errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == ENOBUFS)
@@ -177,47 +161,50 @@ struct MessagePort::State {
                 continue;
             }
             Connection& peer = connections.emplace_back();
-            peer.owner = this;
             peer.handle = handle;
-            peer.readable = attach(g_unix_fd_source_new(handle, G_IO_IN), &State::onReadable, &peer, context);
+            watch(handle, &peer);
         }
+        reportWarning(std::to_string(connections.size()) + " peers are connected at " + path +
+                      ", further ones have to wait");
+        setAccepting(false);
     }
 
     // The waiting connection keeps the listener readable: without a pause the loop would spin.
     void pauseAccepting() {
         reportWarning("a connection at " + path + " has to wait: " + std::strerror(errno));
-        drop(acceptable);
-        acceptable =
-            attach(g_timeout_source_new(kAcceptPauseMilliseconds), &State::onAcceptAgain, this, context);
+        setAccepting(false);
+        drop(acceptAgain);
+        acceptAgain = attach(g_timeout_source_new(kAcceptPauseMilliseconds), &State::onAcceptAgain);
     }
 
-    static gboolean onReadable(gint /*handle*/, GIOCondition /*condition*/, gpointer data) {
-        auto* peer = static_cast<Connection*>(data);
-        peer->owner->readFrom(*peer);
-        return G_SOURCE_CONTINUE;
+    static gboolean onAcceptAgain(gpointer data) {
+        auto* self = static_cast<State*>(data);
+        drop(self->acceptAgain);
+        self->setAccepting(true);
+        return G_SOURCE_REMOVE;
     }
 
-    static gboolean onMore(gpointer data) {
-        auto* peer = static_cast<Connection*>(data);
-        peer->owner->handleMessagesOf(*peer);
-        return G_SOURCE_CONTINUE;
-    }
-
-    void readFrom(Connection& peer) {
-        const auto room = peer.received.room(kReadLength);
+    void readFrom(Connection& peer, gint64 enough) {
+        std::span<char> room;
+        try {
+            room = peer.received.room(kReadLength);
+        } catch (const std::bad_alloc&) {
+            reportWarning("a message at " + path + " was lost with its peer: there is no memory for it");
+            disconnect(peer);
+            return;
+        }
         const ssize_t count = read(peer.handle, room.data(), room.size());
         if (count < 0 && (errno == EAGAIN || errno == EINTR))
             return;
         if (count > 0)
             peer.received.push(static_cast<size_t>(count));
         peer.ended = count <= 0;
-        handleMessagesOf(peer);
+        handleMessagesOf(peer, enough);
     }
 
-    // Handles what has been read, for a few milliseconds; the rest follows in a later turn of the loop,
-    // and nothing more is read until then.
-    void handleMessagesOf(Connection& peer) {
-        const gint64 enough = g_get_monotonic_time() + kBusyMicroseconds;
+    // Handles what has been read as long as there is time; the rest follows in a later turn of the loop,
+    // and nothing more is read from this peer until then.
+    void handleMessagesOf(Connection& peer, gint64 enough) {
         const std::weak_ptr<bool> stillAlive = alive;
         for (auto front = peer.received.front(); front != FrameReader::Front::part;
              front = peer.received.front()) {
@@ -227,53 +214,141 @@ struct MessagePort::State {
                 disconnect(peer);
                 return;
             }
-            if (g_get_monotonic_time() > enough) {
-                continueLater(peer);
+            if (held || g_get_monotonic_time() > enough) {
+                peer.queued = true;
+                withMessages.push_back(&peer);
                 return;
             }
-            const auto [id, data] = peer.received.takeMessage();
-            callback(*port, id, data.empty() ? std::nullopt : std::optional(data));
+            peer.began = 0;
+            deliver(peer.received.takeMessage());
             if (stillAlive.expired() || listener < 0)
                 return;
         }
-        if (peer.ended) {
-            if (!peer.received.isEmpty())
-                reportWarning("a peer at " + path + " left in the middle of a message");
-            disconnect(peer);
-        } else if (!peer.readable) {
-            drop(peer.more);
-            peer.readable =
-                attach(g_unix_fd_source_new(peer.handle, G_IO_IN), &State::onReadable, &peer, context);
+        peer.received.trim();
+        if (!peer.ended) {
+            awaitRestOf(peer);
+            return;
+        }
+        if (!peer.received.isEmpty())
+            reportWarning("a peer at " + path + " left in the middle of a message");
+        disconnect(peer);
+    }
+
+    void deliver(const FrameReader::Message& message) {
+        try {
+            callback(*port, message.id, message.data.empty() ? std::nullopt : std::optional(message.data));
+        } catch (const std::bad_alloc&) {
+            reportWarning("a message of " + std::to_string(message.data.size()) + " bytes at " + path +
+                          " was lost: there is no memory for it");
         }
     }
 
-    void continueLater(Connection& peer) {
-        if (peer.more)
+    // A long message is read on only when all of it has room, so that those that were begun can end.
+    void awaitRestOf(Connection& peer) {
+        const size_t length = peer.received.isEmpty() ? 0 : peer.received.frontLength();
+        const size_t wanted = length > kReadLength ? length : 0;
+        if (peer.reserved > 0 && wanted != peer.reserved)
+            release(peer);
+        if (wanted > 0 && peer.reserved == 0 && reserved + wanted > limits.unfinishedBytes) {
+            peer.parked = true;
+            peer.began = 0;
+            ignore(peer.handle);
             return;
-        drop(peer.readable);
-        peer.more = g_idle_source_new();
-        g_source_set_priority(peer.more, G_PRIORITY_DEFAULT);
-        attach(peer.more, &State::onMore, &peer, context);
+        }
+        reserved += wanted - peer.reserved;
+        peer.reserved = wanted;
+        if (peer.received.isEmpty() || peer.began != 0)
+            return;
+        peer.began = g_get_monotonic_time();
+        awaitDeadline();
     }
 
-    static void release(Connection& peer) {
-        drop(peer.readable);
-        drop(peer.more);
-        close(peer.handle);
+    // Gives back a peer's share; those that waited for one try again.
+    void release(Connection& peer) {
+        reserved -= std::exchange(peer.reserved, 0);
+        for (Connection& other : connections) {
+            if (!other.parked || &other == &peer)
+                continue;
+            other.parked = false;
+            watch(other.handle, &other);
+            awaitRestOf(other);
+        }
+    }
+
+    gint64 deadlineOf(const Connection& peer) const {
+        return peer.began + std::chrono::microseconds(limits.messageTime).count();
+    }
+
+    void awaitDeadline() {
+        gint64 first = 0;
+        for (const Connection& peer : connections) {
+            if (peer.began != 0 && (first == 0 || deadlineOf(peer) < first))
+                first = deadlineOf(peer);
+        }
+        if (first == 0 || (deadline && deadlineAt <= first))
+            return;
+        drop(deadline);
+        deadlineAt = first;
+        const gint64 rest = std::max<gint64>(0, first - g_get_monotonic_time()) / 1000 + 1;
+        deadline = attach(g_timeout_source_new(static_cast<guint>(rest)), &State::onDeadline);
+    }
+
+    static gboolean onDeadline(gpointer data) {
+        auto* self = static_cast<State*>(data);
+        drop(self->deadline);
+        const gint64 now = g_get_monotonic_time();
+        // It was this process that had no time: the rest may be there, unread.
+        const bool late = self->held || now > self->deadlineAt + kLateMicroseconds;
+        std::vector<Connection*> expired;
+        for (Connection& peer : self->connections) {
+            if (peer.began != 0 && late)
+                peer.began = now;
+            else if (peer.began != 0 && self->deadlineOf(peer) <= now)
+                expired.push_back(&peer);
+        }
+        for (Connection* const peer : expired) {
+            reportWarning("a message at " + self->path +
+                          " was not sent to its end, its peer is disconnected");
+            self->disconnect(*peer);
+        }
+        self->awaitDeadline();
+        return G_SOURCE_REMOVE;
     }
 
     void disconnect(Connection& peer) {
-        release(peer);
+        std::erase(withMessages, &peer);
+        close(peer.handle);
+        peer.began = 0;
+        peer.parked = false;
+        if (peer.reserved > 0)
+            release(peer);
         connections.remove_if([&](const Connection& other) { return &other == &peer; });
+        if (!acceptAgain)
+            setAccepting(true);
+    }
+
+    void setHeld(bool hold) {
+        if (held == hold || listener < 0)
+            return;
+        held = hold;
+        if (held) {
+            drop(readable);
+            drop(more);
+        } else {
+            goOn();
+        }
     }
 
     void closeAll() {
-        for (auto& peer : connections)
-            release(peer);
+        for (const Connection& peer : connections)
+            close(peer.handle);
         connections.clear();
-        drop(acceptable);
+        withMessages.clear();
+        for (GSource** source : {&readable, &more, &deadline, &acceptAgain})
+            drop(*source);
         if (listener >= 0) {
             close(listener);
+            close(poller);
             runtime.folder.remove(name);
             SocketPaths::shared().forget(path);
         }
@@ -286,11 +361,23 @@ MessagePort::MessagePort(std::unique_ptr<State> state) : state_(std::move(state)
 }
 
 std::unique_ptr<MessagePort> MessagePort::createLocal(const std::string& name, Callback callback) {
+    return createLocal(name, std::move(callback), Limits());
+}
+
+std::unique_ptr<MessagePort> MessagePort::createLocal(const std::string& name, Callback callback,
+                                                      const Limits& limits) {
     auto runtime = openRuntimeFolder();
     if (!runtime)
         return nullptr;
     const int listener = listenIn(runtime->folder, name);
-    if (listener < 0) {
+    const int poller = listener < 0 ? -1 : epoll_create1(EPOLL_CLOEXEC);
+    if (poller < 0) {
+        const int why = errno;
+        if (listener >= 0) {
+            runtime->folder.remove(name);
+            close(listener);
+        }
+        errno = why;
         reportWarning("the port " + runtime->path + "/" + name +
                       " cannot be opened: " + std::strerror(errno));
         return nullptr;
@@ -299,7 +386,9 @@ std::unique_ptr<MessagePort> MessagePort::createLocal(const std::string& name, C
     state->name = name;
     state->path = state->runtime.path + "/" + name;
     state->callback = std::move(callback);
+    state->limits = limits;
     state->listener = listener;
+    state->poller = poller;
     SocketPaths::shared().add(state->path);
     return std::unique_ptr<MessagePort>(new MessagePort(std::move(state)));
 }
@@ -310,7 +399,12 @@ MessagePort::~MessagePort() {
 
 void MessagePort::schedule(RunLoop& loop) {
     state_->context = loop.context();
-    state_->watchListener();
+    state_->setAccepting(true);
+    state_->goOn();
+}
+
+void MessagePort::setHeld(bool held) {
+    state_->setHeld(held);
 }
 
 void MessagePort::invalidate() {

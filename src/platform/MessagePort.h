@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -14,10 +16,12 @@ class RunLoop;
 /// A named local message port: the stream socket <name> of mode 0600 in the user's runtime folder
 /// ($XDG_RUNTIME_DIR, else /run/user/<uid>, else the folder /tmp/com.tellan.orvane.<uid> of mode 0700).
 ///
-/// A message is a little-endian int32 id, a little-endian uint32 length and that many bytes. Any number
-/// of peers may be connected; the messages of one peer arrive in order; there is no reply. Peers of
-/// another user are refused, and a peer that announces more than 1 MiB is disconnected; both are
-/// reported. Used on one thread, that of the loop it is scheduled on.
+/// A message is a little-endian int32 id, a little-endian uint32 length and that many bytes. Many peers may
+/// be connected, further ones wait; the messages of one peer arrive in order; there is no reply. Peers of
+/// another user are refused; a peer that announces more than 1 MiB, or lets a message wait for its end, is
+/// disconnected; all that is reported. What is held of unfinished messages is bounded: peers beyond that wait
+/// unread, and their time with them. A message for which there is no memory is lost, with a report.
+/// Used on one thread, that of the loop it is scheduled on.
 class MessagePort {
 public:
     /// `data` is the message's bytes, valid during the call; none for a message of length 0.
@@ -26,9 +30,17 @@ public:
 
     static constexpr uint32_t kMaxMessageLength = 1024 * 1024;
 
+    struct Limits {
+        size_t connections = 64;
+        std::chrono::milliseconds messageTime{10000};             ///< from a message's first byte to its last
+        size_t unfinishedBytes = size_t{16} * kMaxMessageLength;  ///< of long messages of all peers together
+    };
+
     /// Opens the port. The socket of a process that no longer listens is replaced. Null, with a report,
     /// when another process listens under that name or the runtime folder cannot be used.
     static std::unique_ptr<MessagePort> createLocal(const std::string& name, Callback callback);
+    static std::unique_ptr<MessagePort> createLocal(const std::string& name, Callback callback,
+                                                    const Limits& limits);
 
     /// As invalidate().
     ~MessagePort();
@@ -38,6 +50,10 @@ public:
     /// Delivers messages on that loop from now on; once. While messages pour in, the loop is given back
     /// after a few milliseconds each time, so that its other sources are served.
     void schedule(RunLoop& loop);
+
+    /// While it is held the port reads and delivers nothing, so that its peers wait; nothing is lost. Also
+    /// from inside the callback.
+    void setHeld(bool held);
 
     /// Closes all connections and removes the socket from the runtime folder.
     void invalidate();

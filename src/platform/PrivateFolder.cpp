@@ -210,7 +210,7 @@ bool PrivateFolder::createFile(const std::string& name) const {
     return true;
 }
 
-bool PrivateFolder::appendToFile(const std::string& name, std::string_view bytes) const {
+bool PrivateFolder::appendToFile(const std::string& name, std::string_view bytes, uint64_t largest) const {
     if (!isEntryName(name))
         return false;
     // O_NONBLOCK: a planted FIFO must not hang the writer.
@@ -220,13 +220,19 @@ bool PrivateFolder::appendToFile(const std::string& name, std::string_view bytes
         return false;
     struct stat before {};
     bool done = fstat(file, &before) == 0 && S_ISREG(before.st_mode);
-    if (done && !writeAll(file, bytes)) {
+    int why = errno;
+    if (done && static_cast<uint64_t>(before.st_size) + bytes.size() > largest) {
         done = false;
+        why = EFBIG;
+    } else if (done && !writeAll(file, bytes)) {
+        done = false;
+        why = errno;
         // Part of a record would spoil the next one.
         if (ftruncate(file, before.st_size) != 0)
             reportWarning("part of a record stays in " + name);
     }
     close(file);
+    errno = why;
     return done;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -50,8 +51,8 @@ public:
     bool createFile(const std::string& name) const;
 
     /// Appends to a regular file, which is made if it is missing: all of `bytes` or, where the disk is
-    /// full, none of them.
-    bool appendToFile(const std::string& name, std::string_view bytes) const;
+    /// full, none of them. Nothing, with errno EFBIG, where the file would grow beyond `largest` bytes.
+    bool appendToFile(const std::string& name, std::string_view bytes, uint64_t largest = UINT64_MAX) const;
 
     /// Puts a file of mode 0600 with these bytes in the place of whatever file has that name, whole or
     /// not at all.

@@ -33,7 +33,7 @@ std::string readBeginning(const std::string& path) {
 }
 
 bool isGone(int why) {
-    return why == ENOENT || why == ESRCH;
+    return why == ENOENT || why == ESRCH || why == ENOTDIR || why == EACCES;
 }
 
 std::optional<pid_t> decimal(const std::string& text) {
@@ -47,17 +47,21 @@ std::optional<pid_t> decimal(const std::string& text) {
 
 }  // namespace
 
-// The folder of a process that may not be debugged belongs to root, whoever runs it.
-bool RunningApplications::isOwnedByUser(const std::string& folder) const {
+// The folder of a process that may not be debugged belongs to root, whoever runs it. What cannot be read for
+// a moment, this process being out of handles or memory, says nothing: only a clear answer is a "no".
+bool RunningApplications::isOwnedByUser(const std::string& folder) {
     struct stat info {};
     if (stat(folder.c_str(), &info) != 0)
-        return false;
+        return !isGone(errno);
     if (info.st_uid == geteuid())
         return true;
     if (info.st_uid != 0)
         return false;
     constexpr std::string_view kKey = "\nUid:\t";
+    errno = 0;
     const std::string status = readBeginning(folder + "/status");
+    if (status.empty())
+        return errno != 0 && !isGone(errno);
     const size_t at = status.find(kKey);
     return at != std::string::npos &&
            std::strtoul(status.c_str() + at + kKey.size(), nullptr, 10) == geteuid();

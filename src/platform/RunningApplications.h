@@ -29,7 +29,7 @@ public:
     std::optional<RunningApplication> withProcessIdentifier(const std::string& text) const;
 
 private:
-    bool isOwnedByUser(const std::string& folder) const;
+    static bool isOwnedByUser(const std::string& folder);
     std::string root_ = "/proc";
 };
 

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/TaskEnvironment.h"
+
 namespace platform {
 
 /// A program to run, without a shell: arguments reach it as they are. It gets the standard streams and none
@@ -20,13 +22,7 @@ struct Task {
         toHandle        ///< standard output into `handle`; standard error stays ours
     };
 
-    /// What of our environment it gets; each holds the one before.
-    enum class Surroundings {
-        none,
-        system,   ///< search path, user, home and its folders, language, time zone
-        display,  ///< the display, what desktop it is
-        desktop   ///< the session's bus, and what toolkits read: for programs of the user's own
-    };
+    using Surroundings = TaskSurroundings;
 
     std::string program;
     std::vector<std::string> arguments;

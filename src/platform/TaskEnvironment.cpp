@@ -10,10 +10,10 @@ namespace {
 
 struct Variable {
     std::string_view name;  // with "*" behind it, all that begin so
-    Task::Surroundings since;
+    TaskSurroundings since;
 };
 
-using Surroundings = Task::Surroundings;
+using Surroundings = TaskSurroundings;
 
 constexpr Variable kVariables[] = {
     {"PATH", Surroundings::system},
@@ -57,6 +57,7 @@ constexpr Variable kVariables[] = {
     {"GDK_*", Surroundings::desktop},
     {"GIO_*", Surroundings::desktop},
     {"MOZ_*", Surroundings::desktop},
+    {"*", Surroundings::all},
 };
 
 bool isWanted(std::string_view name, Surroundings surroundings) {

@@ -12,6 +12,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <memory>
+#include <new>
 #include <thread>
 #include <vector>
 
@@ -63,10 +65,15 @@ private:
 
 class MessagePortTest : public testing::Test {
 protected:
-    void open(const std::string& name = "test.port") {
-        port_ = MessagePort::createLocal(name, [this](MessagePort&, int32_t id, auto data) {
+    void open(const std::string& name = "test.port", const MessagePort::Limits& limits = {}) {
+        const auto take = [this](MessagePort& port, int32_t id, auto data) {
+            if (id == kNoMemory)
+                throw std::bad_alloc();
             got_.push_back(std::to_string(id) + ":" + (data ? std::string(*data) : "(none)"));
-        });
+            if (id == kHold)
+                port.setHeld(true);
+        };
+        port_ = MessagePort::createLocal(name, take, limits);
         if (port_)
             port_->schedule(RunLoop::current());
     }
@@ -77,9 +84,55 @@ protected:
             RunLoop::current().runFor(10ms);
     }
 
+    static void serve() { RunLoop::current().runFor(100ms); }
+
+    static constexpr int32_t kNoMemory = -77;
+    static constexpr int32_t kHold = -78;
     std::unique_ptr<MessagePort> port_;
     std::vector<std::string> got_;
 };
+
+TEST_F(MessagePortTest, WhileItIsHeldItsPeersWaitAndNothingIsLost) {
+    open();
+    ASSERT_TRUE(port_);
+    const Peer peer(port_->path());
+    peer.send(frame("lost", kNoMemory) + frame("one", kHold) + frame("two") + frame("three").substr(0, 10));
+    serveUntil(1);
+    const Peer other(port_->path());
+    other.send(frame("other"));
+    peer.send(frame("three").substr(10));
+    serve();
+    EXPECT_EQ(got_, std::vector<std::string>{"-78:one"}) << "nor what cannot be held in memory";
+    port_->setHeld(false);
+    serveUntil(4);
+    EXPECT_EQ(std::erase(got_, "0:other"), 1U);
+    EXPECT_EQ(got_, (std::vector<std::string>{"-78:one", "0:two", "0:three"}));
+}
+
+TEST_F(MessagePortTest, PeersAndUnfinishedMessagesAreBounded) {
+    const std::string big = frame(std::string(300000, 'b'));
+    open("bounded", {.connections = 3, .messageTime = 300ms, .unfinishedBytes = 400000});
+    ASSERT_TRUE(port_);
+    auto slow = std::make_unique<Peer>(port_->path());
+    slow->send(std::string_view(big).substr(0, 100000));
+    const Peer slower(port_->path());
+    std::thread client([&] {
+        std::this_thread::sleep_for(50ms);
+        slower.send(big);
+    });
+    auto third = std::make_unique<Peer>(port_->path());
+    const Peer fourth(port_->path());
+    fourth.send(frame("fourth"));
+    serve();
+    EXPECT_TRUE(got_.empty()) << "the second has no room, the fourth is too many";
+    third.reset();
+    serveUntil(1);
+    EXPECT_EQ(got_, std::vector<std::string>{"0:fourth"});
+    serveUntil(2);
+    client.join();
+    EXPECT_TRUE(slow->isDisconnected()) << "too slow";
+    EXPECT_EQ(got_.back().size(), 300002U) << "its room went to the one that waited";
+}
 
 TEST_F(MessagePortTest, TooLongAMessageCostsOnlyItsOwnConnection) {
     open();
@@ -202,11 +255,21 @@ TEST_F(MessagePortTest, FindsTheRuntimeFolderAndRefusesAnOpenOne) {
     chmod(deep.c_str(), 0777);
     open();
     EXPECT_FALSE(port_) << "others could put a socket of their own there";
-    setenv("XDG_RUNTIME_DIR", "relative", 1);
-    open();
-    ASSERT_TRUE(port_);
-    EXPECT_TRUE(port_->path().starts_with("/run/user/") ||
-                port_->path().starts_with("/tmp/com.tellan.orvane."));
+    const std::string standard = "/run/user/" + std::to_string(geteuid());
+    const std::string own = "/tmp/com.tellan.orvane." + std::to_string(geteuid());
+    for (const char* unusable : {"relative", "", static_cast<const char*>(nullptr)}) {
+        for (const bool hasStandard : {true, false}) {
+            if (!hasStandard)
+                std::filesystem::rename(standard, standard + ".away");
+            unusable ? setenv("XDG_RUNTIME_DIR", unusable, 1) : unsetenv("XDG_RUNTIME_DIR");
+            open();
+            ASSERT_TRUE(port_);
+            EXPECT_EQ(port_->path(), (hasStandard ? standard : own) + "/test.port");
+            port_.reset();
+            if (!hasStandard)
+                std::filesystem::rename(standard + ".away", standard);
+        }
+    }
     setenv("XDG_RUNTIME_DIR", given.c_str(), 1);
 }
 

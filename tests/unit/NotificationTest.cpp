@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <thread>
 #include <vector>
 
 #include "platform/DistributedNotificationCenter.h"
@@ -34,8 +35,11 @@ TEST(DistributedNotifications, AnObserverGetsItsNameInOrderAndNothingElse) {
     });
     center.postNotification({"NAME_2", std::nullopt, {}}, true);
     center.postNotification({"NAME_12", std::nullopt, {}}, true);
-    for (int i = 0; i < 100; ++i)
+    for (int i = 0; i < 100; ++i) {
         center.postNotification({"NAME_1", std::to_string(i), {{"DgaJsonData", "{\"ä\": 1}"}}}, false);
+        for (int turn = 0; i % 10 == 9 && got.size() <= static_cast<size_t>(i) && turn < 1000; ++turn)
+            RunLoop::main().runFor(5ms);
+    }
     center.postNotification({"NAME_1", std::nullopt, {}}, true);
     center.postNotification({"NAME_1", "last", {{"bad", "\xFF\xFE"}}}, true);
     RunLoop::main().runFor(5s);
@@ -50,6 +54,45 @@ TEST(DistributedNotifications, AnObserverGetsItsNameInOrderAndNothingElse) {
     center.postNotification({"NAME_1", std::nullopt, {}}, true);
     RunLoop::main().runFor(100ms);
     EXPECT_EQ(got.size(), 102U);
+}
+
+TEST(DistributedNotifications, WhatComesTooFastIsPassedOverAndHeartbeatsOvertake) {
+    auto& center = DistributedNotificationCenter::defaultCenter();
+    std::vector<std::string> got;
+    uint64_t passedOver = 0;
+    const auto take = [&](const Notification& notification) {
+        got.push_back(notification.name + notification.object.value_or(""));
+        passedOver += notification.passedOver;
+        if (notification.object == "last")
+            RunLoop::main().stop();
+    };
+    const auto slow = center.addObserver("SLOW", take);
+    const auto beat = center.addObserver("BEAT", take, DistributedNotificationCenter::Delivery::overtaking);
+    // Each twice as long as may be, or half of it.
+    const std::string tooLong(DistributedNotificationCenter::kMaxTextLength + 1, 'x');
+    const std::string half(DistributedNotificationCenter::kMaxTextLength / 2, 'x');
+    center.postNotification({"SLOW", "ignored", {{"text", tooLong}}}, true);
+    for (int i = 0; i < 100; ++i)
+        center.postNotification({"SLOW", std::to_string(i), {}}, false);
+    center.postNotification({"BEAT", "", {}}, true);
+    std::this_thread::sleep_for(200ms);
+    center.deliverOvertaking();
+    EXPECT_EQ(got, std::vector<std::string>{"BEAT"});
+    center.postNotification({"SLOW", "last", {{"text", half}}}, true);
+    RunLoop::main().runFor(5s);
+    EXPECT_EQ(got.size() - 1 + passedOver, 101U) << "all are accounted for";
+    EXPECT_LE(got.size(), 18U);
+    EXPECT_EQ(got.back(), "SLOWlast");
+
+    for (const char* text : {"1", "2", "3"})
+        center.postNotification({"SLOW", text, {{"text", half}}}, true);
+    std::this_thread::sleep_for(200ms);
+    got.clear();
+    center.deliverLatest("SLOW");
+    RunLoop::main().runFor(50ms);
+    EXPECT_EQ(got, std::vector<std::string>{"SLOW3"});
+    center.removeObserver(slow);
+    center.removeObserver(beat);
 }
 
 TEST(DistributedNotifications, SignalsOfOddFormAreIgnored) {

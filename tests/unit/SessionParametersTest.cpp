@@ -67,9 +67,9 @@ std::map<std::string, Text> changesBy(const std::string& json) {
 const char* const kFull =
     R"({"serviceType": 1, "signInStatus": true, "processID": "4711", "activeLanguage": 9,
     "clientVersion": "43.1", "enableSendProblemReport": true, "enableTelementry": true, "enableAccompnyDGA": true,
-    "telemetrySessionID": "0123ABCD-0123-4567-89AB-0123456789AB", "telemetryMetricsURL": "https://m.example/v1",
-    "telemetryHttpHeaders": {"X-Token": "t"}, "confId": "123",
-    "uploadURL": "https://s.example/upload.do?next=upload.do", "smac": "s", "confName": "Weekly.123 and .123",
+    "telemetrySessionID": "0123ABCD-0123-4567-89AB-0123456789AB", "telemetryMetricsURL": "https://me:pw@m.example/v1?hook=1",
+    "telemetryHttpHeaders": {"X-Token": "t0ken"}, "confId": "123",
+    "uploadURL": "https://s.example/upload.do?next=upload.do", "smac": "s3cret", "confName": "Weekly.123 and .123",
     "UserID": 77, "siteID": 5, "siteURL": "https://s.example", "userName": "Ann", "meetingKey": 998877,
     "smacTimestap": 1234, "userEmail": "ann@s.example", "logFileName": "/tmp/orvtra_x.ovt"})";
 
@@ -94,14 +94,14 @@ TEST_F(SessionParameters, AFullMessageFillsTheRecord) {
         {"siteID", "5"},
         {"siteURL", "https://s.example"},
         {"meetingKey", "998877"},
-        {"smac", "s"},
+        {"smac", "s3cret"},
         {"smacTimestap", "1234"},
         {"uploadURL", "https://s.example/spr.do?next=spr.do"},
         {"logFileName", "/tmp/orvtra_x.ovt"},
         {"languageID", "9"},
         {"language", "German"},
         {"telemetrySessionID", "0123ABCD-0123-4567-89AB-0123456789AB"},
-        {"telemetryMetricsURL", "https://m.example/v1"},
+        {"telemetryMetricsURL", "https://me:pw@m.example/v1?hook=1"},
         {"serviceType", "1"},
         {"flags", "srta"},
         {"headers", "set"}};
@@ -111,9 +111,9 @@ TEST_F(SessionParameters, AFullMessageFillsTheRecord) {
 TEST_F(SessionParameters, KeysFollowTheirRules) {
     // Keys that are stored as sent: a message without them clears them.
     const std::string rest =
-        R"("processID": "4711", "clientVersion": "43.1", "telemetryMetricsURL": "https://m.example/v1",
-        "telemetryHttpHeaders": {"X-Token": "t"}, "confId": "123", "uploadURL": "https://s.example/spr.do?next=spr.do",
-        "smac": "s", "confName": "Weekly and ", "siteID": "5", "siteURL": "https://s.example", "userName": "Ann",
+        R"("processID": "4711", "clientVersion": "43.1", "telemetryMetricsURL": "https://me:pw@m.example/v1?hook=1",
+        "telemetryHttpHeaders": {"X-Token": "t0ken"}, "confId": "123", "uploadURL": "https://s.example/spr.do?next=spr.do",
+        "smac": "s3cret", "confName": "Weekly and ", "siteID": "5", "siteURL": "https://s.example", "userName": "Ann",
         "userEmail": "ann@s.example", "logFileName": "/tmp/orvtra_x.ovt", )";
     using Changes = std::map<std::string, Text>;
     const std::vector<std::pair<std::string, Changes>> rows = {
@@ -134,8 +134,12 @@ TEST_F(SessionParameters, KeysFollowTheirRules) {
         {R"("signInStatus": null, "enableSendProblemReport": {}, "enableTelementry": [], "enableAccompnyDGA": null})",
          {}},
         {R"("processID": 815})", {{"pID", "815"}}},
-        {R"("processID": "none"})", {{"pID", "none"}}},
-        {R"("processID": {"a": 1}})", {{"pID", "{\"a\":1}"}}},
+        {R"("processID": "none"})", {{"pID", {}}}},
+        {R"("processID": "1"})", {{"pID", {}}}},
+        {R"("processID": -815})", {{"pID", {}}}},
+        {R"("processID": "815 "})", {{"pID", {}}}},
+        {R"("processID": 99999999999})", {{"pID", {}}}},
+        {R"("processID": {"a": 1}})", {{"pID", {}}}},
         {R"("processID": null})", {{"pID", {}}}},
         {R"("UserID": 4294967297})", {{"userID", "1"}}},
         {R"("UserID": -1})", {{"userID", "4294967295"}}},
@@ -144,7 +148,7 @@ TEST_F(SessionParameters, KeysFollowTheirRules) {
         {R"("meetingKey": "12", "smacTimestap": "12"})", {}},
         {R"("meetingKey": 1.5, "smacTimestap": 18446744073709551615})",
          {{"meetingKey", "1.5"}, {"smacTimestap", "18446744073709551615"}}},
-        {R"("confId": null, "confName": "a.b."})", {{"confID", ""}, {"confName", "ab"}}},
+        {R"("confId": null, "confName": "a.b."})", {{"confID", ""}, {"confName", "a.b."}}},
         {R"("confId": 9, "confName": "a.9.99"})", {{"confID", "9"}, {"confName", "a9"}}},
         {R"("confName": 7})", {{"confName", "7"}}},
         {R"("uploadURL": "https://s.example/up"})", {{"uploadURL", "https://s.example/up"}}},
@@ -157,9 +161,9 @@ TEST_F(SessionParameters, KeysFollowTheirRules) {
     }
     send(kFull);
     EXPECT_EQ(
-        changesBy(R"({"serviceType": 2, "processID": "1", "confId": "x", "UserID": 1, "userEmail": "y"})"),
+        changesBy(R"({"serviceType": 2, "processID": "2", "confId": "x", "UserID": 1, "userEmail": "y"})"),
         (Changes{{"serviceType", "2"},
-                 {"pID", "1"},
+                 {"pID", "2"},
                  {"clientVersion", {}},
                  {"telemetryMetricsURL", {}},
                  {"headers", {}}}))
@@ -185,7 +189,8 @@ TEST_F(SessionParameters, MessagesThatSayNothingChangeNothing) {
 
 TEST_F(SessionParameters, ABadTrackingIDIsReplaced) {
     for (const char* json : {R"({})", R"({"telemetrySessionID": ""})", R"({"telemetrySessionID": 12})",
-                             R"({"telemetrySessionID": "0123abcd-0123-4567-89ab-0123456789ab"})"}) {
+                             R"({"telemetrySessionID": "0123abcd-0123-4567-89ab-0123456789ab"})",
+                             R"({"telemetrySessionID": "0123ABCD-0123-4567-89AB-0123456789AB\n"})"}) {
         send(json);
         const auto first = record().telemetrySessionID.get();
         EXPECT_TRUE(DGAUtilities::isValidTrackID(first)) << json;
@@ -199,6 +204,7 @@ TEST_F(SessionParameters, AreTracedInOrderAndLoggedWithoutPersonalData) {
     std::ifstream file(DGACSVFileTool::shareFileTool().orvdgaCSVFilePath());
     file.seekg(0, std::ios::end);
     const auto start = file.tellg();
+    record().telemetryMrg.reset();
     send(kFull);
     DGACSVFileTool::traceQueue().sync([] {});
     file.seekg(start);
@@ -213,10 +219,24 @@ TEST_F(SessionParameters, AreTracedInOrderAndLoggedWithoutPersonalData) {
             "39,1,1,confname,1.0,V2Vla2x5IGFuZCA=", "39,1,1,userid,0,77", "39,1,1,username,1.0,QW5u",
             "39,1,1,siteurl,0,https://s.example", "39,1,1,trackingid,0,0123ABCD-0123-4567-89AB-0123456789AB",
             "39,1,1,clientversion,0,43.1", "39,1,1,targetpid,0,4711", "39,1,1,dgapid,0," + own}));
+    const std::string longName(69, 'n');
+    send(R"({"siteURL": "a\n39,1,1,forged,0,,0,,0,T,1\r\u2028\u0085b", "userName": ")" + longName + "\"}");
+    DGACSVFileTool::traceQueue().sync([] {});
+    file.clear();
+    lines.clear();
+    for (std::string line; std::getline(file, line);)
+        lines.push_back(line);
+    ASSERT_EQ(lines.size(), 11U);
+    EXPECT_TRUE(lines[6].starts_with("39,1,1,siteurl,0,a 39,1,1,forged,0,,0,,0,T,1   b,0,,0,")) << lines[6];
+    EXPECT_EQ(lines[5].find('\r'), std::string::npos);
+    EXPECT_EQ(DGAUtilities::dga_Base64StrToObj(lines[5].substr(20, 92)), longName);
     std::ostringstream log;
     log << std::ifstream(ORVNLogger::sharedLogger().logFileName().value_or("")).rdbuf();
     EXPECT_NE(log.str().find("dealMessageFromClient，jsonStr={"), std::string::npos);
-    for (const char* personal : {"ann@s.example", "998877", "Weekly", "userEmail", "meetingKey", "confName"})
+    for (const char* kept : {"X-Token", "https://s.example/upload.do", "https://m.example/v1"})
+        EXPECT_NE(log.str().find(kept), std::string::npos) << kept;
+    for (const char* personal : {"ann@s.example", "998877", "Weekly", "userEmail", "meetingKey", "confName",
+                                 "s3cret", "smac\"", "t0ken", "next=", "hook", "me:"})
         EXPECT_EQ(log.str().find(personal), std::string::npos) << personal;
 }
 

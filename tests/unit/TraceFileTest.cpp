@@ -2,6 +2,7 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -11,6 +12,7 @@
 
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
+#include "platform/RunLoop.h"
 #include "platform/WorkQueue.h"
 
 namespace {
@@ -163,6 +165,38 @@ TEST_F(TraceFile, ALostRecordDisturbsNothingAndTheNextTriesAgain) {
         EXPECT_EQ(traceLines().size(), 1U) << name;
     }
     fs::remove_all("/tmp/victim");
+}
+
+TEST_F(TraceFile, AFullTraceStaysAsItIs) {
+    save(1);
+    drain();
+    constexpr auto kLargest = uintmax_t{256} * 1000 * 1000;
+    fs::resize_file(tool().orvdgaCSVFilePath(), kLargest - 30);
+    save(1);
+    save(1);
+    drain();
+    const auto size = fs::file_size(tool().orvdgaCSVFilePath());
+    EXPECT_GT(size, kLargest - 30);
+    EXPECT_LE(size, kLargest);
+}
+
+TEST_F(TraceFile, SaysWhenItHasRoomAgain) {
+    using namespace std::chrono_literals;
+    std::atomic<bool> stuck{true};
+    DGACSVFileTool::traceQueue().async([&] { stuck.wait(true); });
+    int saved = 0;
+    for (; DGACSVFileTool::hasRoom() && saved < 100000; ++saved)
+        save(0);
+    bool told = false;
+    DGACSVFileTool::whenRoom([&] { told = true; });
+    platform::RunLoop::main().runFor(10ms);
+    EXPECT_FALSE(told);
+    stuck = false;
+    stuck.notify_all();
+    for (int i = 0; i < 1000 && !told; ++i)
+        platform::RunLoop::main().runFor(5ms);
+    EXPECT_TRUE(told && DGACSVFileTool::hasRoom());
+    EXPECT_EQ(traceLines().size(), static_cast<size_t>(saved));
 }
 
 TEST_F(TraceFile, RemovingTakesTheFolderAfterTheQueuedRecords) {

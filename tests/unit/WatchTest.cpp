@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -145,6 +147,7 @@ protected:
         record().isUT = true;
         record().readyToQuit = false;
         record().clientHasQuit = false;
+        record().endReported = false;
         record().serviceType = 1;
         record().pID.set("4711");
         DGAApplicationWindows::sharedWindows().installFactory(factory);
@@ -160,6 +163,7 @@ protected:
     DGAHeartBeatCheckTool::Parts parts(bool startThread = false) const {
         return {.generator = generator,
                 .applications = tree.applications(),
+                .canHear = [this] { return canHear.load(); },
                 .tick = 2ms,
                 .startThread = startThread};
     }
@@ -176,6 +180,7 @@ protected:
     int reportWindowsShown() const { return factory->report ? factory->report->shown : 0; }
 
     ProcessTree tree;
+    std::atomic<bool> canHear{true};
     std::shared_ptr<FakeFactory> factory = std::make_shared<FakeFactory>();
     std::shared_ptr<RecordingGenerator> generator = std::make_shared<RecordingGenerator>();
 };
@@ -196,8 +201,19 @@ TEST(RunningApplicationsTest, FindsRunningProcessesByTheirExactId) {
     if (geteuid() == 0 && chown((tree.root + "/11").c_str(), 12345, 0) == 0) {
         EXPECT_FALSE(tree.applications().withProcessIdentifier("11"));
     }
-    const auto self = platform::RunningApplications().withProcessIdentifier(std::to_string(getpid()));
+    const std::string own = std::to_string(getpid());
+    const auto self = platform::RunningApplications().withProcessIdentifier(own);
     EXPECT_TRUE(self && self->startTime > 0) << "the real table";
+
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none{0, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    const auto unreadable = platform::RunningApplications().withProcessIdentifier(own);
+    const auto gone = platform::RunningApplications().withProcessIdentifier("4194305");
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_TRUE(unreadable && unreadable->startTime == 0) << "out of handles: it may well run";
+    EXPECT_FALSE(gone);
 }
 
 TEST_F(WatchTest, AsksAtTheTickThatReaches182SecondsAndAtMostTwice) {
@@ -232,21 +248,80 @@ TEST_F(WatchTest, CountsAPromptThatCannotBeShown) {
     EXPECT_EQ(generator->requests.size(), 1U) << "the watch goes on";
 }
 
-TEST_F(WatchTest, ReportRequestClosesThePromptWithin10SecondsOfAHeartbeat) {
-    for (const int ticksAfterHeartbeat : {5, 6}) {
-        factory->report.reset();
-        DGAApplicationWindows::sharedWindows().rpWindowCtrl.reset();
-        DGAHeartBeatCheckTool tool(parts());
-        tick(tool, 91);
-        factory->prompt->setVisible(false);
-        const std::weak_ptr<FakePrompt> prompt = std::exchange(factory->prompt, nullptr);
-        tool.reloadCheck();
-        tick(tool, ticksAfterHeartbeat);
-        tool.judgeIfShowReportWindow();
-        RunLoop::main().runFor(1ms);
-        EXPECT_EQ(prompt.expired(), ticksAfterHeartbeat == 5);
-        EXPECT_EQ(reportWindowsShown(), 1);
+TEST_F(WatchTest, SilenceCountsOnlyWhileHeartbeatsCanArrive) {
+    DGAHeartBeatCheckTool tool(parts());
+    tick(tool, 90);
+    canHear = false;
+    tick(tool, 200);
+    EXPECT_FALSE(promptIsUp());
+    canHear = true;
+    tick(tool, 90);
+    EXPECT_FALSE(promptIsUp()) << "counted from zero";
+    tick(tool, 1);
+    ASSERT_TRUE(promptIsUp());
+    canHear = false;
+    tick(tool, 1);
+    tool.judgeIfShowReportWindow();
+    EXPECT_FALSE(promptIsUp()) << "a request without silence answers the prompt";
+    EXPECT_EQ(reportWindowsShown(), 1);
+    tree.remove("4711");
+    tick(tool, 1);
+    EXPECT_EQ(generator->requests.size(), 1U) << "the process is watched all the same";
+}
+
+TEST_F(WatchTest, ThePromptClosesByItselfWhenTheClientBeatsSaysGoodbyeOrIsGone) {
+    struct Case {
+        const char* what;
+        std::function<void(DGADealNotifTargetTool&)> happen;
+        size_t reports;
+    };
+    const Case cases[] = {
+        {"beats", [](auto& target) { target.dealHeartBeatFromClient({}); }, 0},
+        {"goodbye", [](auto& target) { target.dealNormalQuitFromClient({}); }, 1},
+        {"gone", [&](auto&) { tree.remove("4711"); }, 1},
+        {"gone when ready", [&](auto&) { tree.remove("4711"), record().readyToQuit = true; }, 0},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.what);
+        tree.put("4711", 100);
+        record().readyToQuit = record().clientHasQuit = false;
+        generator->requests.clear();
+        DGADealNotifTargetTool target(parts(true), generator);
+        ASSERT_TRUE(serveUntil([&] { return promptIsUp(); }));
+        const int asked = factory->prompts;
+        RunLoop::main().runFor(30ms);
+        EXPECT_TRUE(promptIsUp());
+        test.happen(target);
+        EXPECT_TRUE(serveUntil([&] { return !promptIsUp() && generator->requests.size() == test.reports; }));
+        EXPECT_EQ(factory->prompts, asked);
+        target.dealHeartBeatFromClient({});
     }
+}
+
+TEST_F(WatchTest, ReadyOnceTheGoodbyesReportHasEndedHoweverThePromptIsAnswered) {
+    DGADealNotifTargetTool target(parts(true), generator);
+    ASSERT_TRUE(serveUntil([&] { return promptIsUp(); }));
+    const auto answer = factory->prompt->delegate.lock();
+    target.dealNormalQuitFromClient({});
+    tree.remove("4711");
+    generator->completion();
+    ASSERT_TRUE(serveUntil([] { return record().readyToQuit.load(); }));
+    answer->frozeWindowButtonDidClickWithIndex(1);
+    EXPECT_TRUE(serveUntil([] { return record().readyToQuit.load(); }));
+}
+
+TEST_F(WatchTest, TheProcessIsPinnedWhenItsIdArrives) {
+    const Child client;
+    const std::string id = std::to_string(client.pid);
+    record().pID.set(id);
+    tree.put(id, 100);
+    DGAHeartBeatCheckTool tool(parts());
+    tool.pinClient();
+    tree.put(id, 101);
+    tick(tool, 1);
+    EXPECT_EQ(generator->requests.size(), 1U) << "another process by the first tick";
+    tool.frozeWindowButtonDidClickWithIndex(0);
+    EXPECT_FALSE(client.ends(false));
 }
 
 TEST_F(WatchTest, ReportRequestPrefersTheVisibleUploadWindow) {
@@ -359,18 +434,6 @@ TEST_F(WatchTest, QuitAndSendEndsOnlyTheWatchedProcess) {
         tick(tool, 1);
         EXPECT_TRUE(generator->requests.empty()) << "not a crash";
     }
-}
-
-TEST_F(WatchTest, PromptPausesTheThreadAndAHeartbeatResumesIt) {
-    DGAHeartBeatCheckTool tool(parts(true));
-    ASSERT_TRUE(serveUntil([&] { return promptIsUp(); }));
-    // A tick without a process id, after this much silence, would make it ready.
-    record().pID.set(std::nullopt);
-    RunLoop::main().runFor(100ms);
-    EXPECT_FALSE(record().readyToQuit);
-    tool.reloadCheck();
-    EXPECT_FALSE(promptIsUp());
-    EXPECT_TRUE(serveUntil([&] { return record().readyToQuit.load(); }));
 }
 
 TEST_F(WatchTest, GoodbyeThatWaitsForTheMainThreadCounts) {

@@ -43,9 +43,9 @@ inline constexpr double kDGANoClientPIDTimeout = 30.0;
 inline constexpr int kDGAMaxFrozenPrompts = 2;
 
 /// Forms of a tracking id: one of the meeting service, and the one that DGAUtilities::createUUID makes.
-inline constexpr char kDGATrackIDPatternDocShow[] = "^[0-9A-Z]{32}_[0-9A-Z]{13}$";
+inline constexpr char kDGATrackIDPatternDocShow[] = "^[0-9A-Z]{32}_[0-9A-Z]{13}\\z";
 inline constexpr char kDGATrackIDPatternClientGen[] =
-    "^[0-9A-Z]{8}-[0-9A-Z]{4}-[0-9A-Z]{4}-[0-9A-Z]{4}-[0-9A-Z]{12}$";
+    "^[0-9A-Z]{8}-[0-9A-Z]{4}-[0-9A-Z]{4}-[0-9A-Z]{4}-[0-9A-Z]{12}\\z";
 
 // Base names of the notifications between the client and the assistant; the full name ends in an
 // underscore and the assistant's process id.

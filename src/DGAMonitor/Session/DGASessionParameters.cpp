@@ -1,6 +1,9 @@
 #include "DGAMonitor/Session/DGASessionParameters.h"
 
 #include <fmt/format.h>
+#include <sys/types.h>
+
+#include <charconv>
 
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Const/DGADicKeyStrings.h"
@@ -9,6 +12,7 @@
 #include "DGAMonitor/Utilities/Tool/DGALanguageManager.h"
 #include "support/JsonValue.h"
 #include "support/ORVNLogger.h"
+#include "support/PlainText.h"
 
 namespace {
 
@@ -58,6 +62,16 @@ std::string replaceAll(std::string text, const std::string& what, const std::str
     return text;
 }
 
+// A decimal number that names a process which is not the system's first; none for anything else.
+MaybeText processID(MaybeText sent) {
+    pid_t number = 0;
+    const char* const end = sent ? sent->data() + sent->size() : nullptr;
+    if (!sent || std::from_chars(sent->data(), end, number).ptr != end || number <= 1 ||
+        std::to_string(number) != *sent)
+        return std::nullopt;
+    return sent;
+}
+
 void readServiceType(const Reader& reader, DGASessionRecord& record) {
     const Json* sent = reader.value(dDGAServiceTypeKey);
     if (!sent)
@@ -98,7 +112,7 @@ void readMeeting(const Reader& reader, DGASessionRecord& record) {
     record.uploadURL.set(std::move(uploadURL));
     record.smac.set(reader.asSent(dDGASmacKey));
     MaybeText confName = reader.asSent(dDGAConfNameKey);
-    if (confName)
+    if (confName && !confID.empty())
         confName = replaceAll(std::move(*confName), "." + confID, "");
     record.confName.set(std::move(confName));
     const Json* userID = reader.value(dDGAUserIDKey);
@@ -119,7 +133,7 @@ void readSessionParameters(const nlohmann::json& parameters, DGASessionRecord& r
     const Reader reader(parameters);
     readServiceType(reader, record);
     reader.readFlag(dDGASignInStatusKey, record.isSignStatus);
-    record.pID.set(reader.textOrNumber(dDGAProcessIDKey));
+    record.pID.set(processID(reader.textOrNumber(dDGAProcessIDKey)));
     readLanguage(reader, record);
     record.clientVersion.set(reader.asSent(dDGAClientVersionKey));
     reader.readFlag(dDGAEnableSendProblemReportKey, record.enableSendReport);
@@ -128,4 +142,25 @@ void readSessionParameters(const nlohmann::json& parameters, DGASessionRecord& r
     readTelemetry(reader, record);
     if (record.serviceType == kDGAServiceTypeHV)
         readMeeting(reader, record);
+}
+
+nlohmann::json sessionParametersForLog(nlohmann::json parameters) {
+    for (const char* key : {dDGAUserEmailKey, dDGAMeetingKeyKey, dDGAConfNameKey, dDGASmacKey})
+        parameters.erase(key);
+    for (const char* key : {dDGAUploadURLKey, dDGATelemetryMetricsURLKey}) {
+        const auto address = parameters.find(key);
+        if (address != parameters.end())
+            *address =
+                address->is_string() ? support::addressWithoutSecrets(address->get<std::string>()) : "";
+    }
+    const auto headers = parameters.find(dDGATelemetryHttpHeadersKey);
+    if (headers == parameters.end())
+        return parameters;
+    Json names = Json::array();
+    for (const auto& [name, value] : headers->items()) {
+        if (headers->is_object())
+            names.push_back(name);
+    }
+    *headers = names;
+    return parameters;
 }

@@ -65,6 +65,7 @@ public:
     std::atomic<bool> isFreeze{false};       ///< the client counts as frozen
     std::atomic<bool> isUT{false};           ///< keeps the process alive at quit
     std::atomic<bool> clientHasQuit{false};  ///< the client has said goodbye
+    std::atomic<bool> endReported{false};    ///< the report of the client's end, good or bad, has ended
 
     DGASessionRecord(const DGASessionRecord&) = delete;
     DGASessionRecord& operator=(const DGASessionRecord&) = delete;

@@ -4,6 +4,21 @@
 #include "DGAMonitor/Session/DGATelemetryManager.h"
 #include "support/JsonValue.h"
 #include "support/ORVNLogger.h"
+#include "support/PlainText.h"
+
+namespace {
+
+// The headers' names: their values may be secrets.
+std::string namesOf(const nlohmann::json* headers) {
+    if (!headers)
+        return "(null)";
+    std::string names;
+    for (const auto& [name, value] : headers->items())
+        names += (names.empty() ? "" : ",") + (headers->is_object() ? name : std::string());
+    return names;
+}
+
+}  // namespace
 
 void dgaSetupTelemetry(DGASessionRecord& record) {
     const auto metricsURL = record.telemetryMetricsURL.get();
@@ -17,9 +32,8 @@ void dgaSetupTelemetry(DGASessionRecord& record) {
     manager->enableAccompnyDGA = record.enableAccompnyDGA;
     record.telemetryMrg = manager;
 
-    const auto& headers = manager->telemetryHttpHeaders;
     logInfo("DGAMonitorToolManager::setupTelemetry,_telemetryHttpHeaders:{},_telemetryMetricsURL:{}",
-            support::orNull(headers ? support::jsonAsSent(*headers) : std::nullopt), *metricsURL);
+            namesOf(manager->telemetryHttpHeaders.get()), support::addressWithoutSecrets(*metricsURL));
     manager->startTelemetry();
 }
 

@@ -42,13 +42,22 @@ void DGADealNotifTargetTool::dealNormalQuitFromClient(const platform::Notificati
     DGASessionRecord& record = DGASessionRecord::sharedRecord();
     record.clientHasQuit = true;
     ORVN_LOG_METHOD();
+    checkTool_.clientSaidGoodbye();
     DGACSVFileTool::saveTraceRecord({.moduleType = DGATraceModule::clientQuit, .basicInfo = "client quit"});
     // Behind a window that has been asked for meanwhile and is still coming up.
     reportGenerator_->startOnceGenerateReportIfScreenShot(
-        {.systemInfo = true, .serviceType = record.serviceType},
-        [&record] { platform::performOnMain([&record] { record.readyToQuit = true; }); });
+        {.systemInfo = true, .serviceType = record.serviceType}, [&record] {
+            platform::performOnMain([&record] {
+                record.endReported = true;
+                record.readyToQuit = true;
+            });
+        });
     platform::performOnMainAfter(std::chrono::milliseconds(500),
                                  [] { DGAUtilities::dga_bringingAllWindowFront(); });
+}
+
+void DGADealNotifTargetTool::clientIsKnown() {
+    checkTool_.pinClient();
 }
 
 void DGADealNotifTargetTool::reportFileGeneratedAt(const std::string& /*path*/) {

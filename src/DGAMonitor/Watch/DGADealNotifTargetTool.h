@@ -28,6 +28,9 @@ public:
     /// As a report request of the client.
     void showReportWindow();
 
+    /// Session parameters came: the client's process is watched from now on.
+    void clientIsKnown();
+
     /// ORVANE_DGA_APP_EXIT; only the first one of the process counts.
     void dealNormalQuitFromClient(const platform::Notification& notification);
 

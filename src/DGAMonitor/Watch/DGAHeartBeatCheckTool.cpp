@@ -13,6 +13,7 @@
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/Windows/DGAUtilitiesWindows.h"
 #include "platform/DGALoopThread.h"
+#include "platform/DistributedNotificationCenter.h"
 #include "platform/RunLoop.h"
 #include "support/ORVNLogger.h"
 
@@ -47,6 +48,10 @@ DGAHeartBeatCheckTool::DGAHeartBeatCheckTool(Parts parts)
     : parts_(std::move(parts)),
       hop_(std::make_shared<MainHop>()),
       self_(this, [](DGAHeartBeatCheckTool*) {}) {
+    if (!parts_.canHear)
+        parts_.canHear = [] {
+            return platform::DistributedNotificationCenter::defaultCenter().isConnected();
+        };
     if (!parts_.generator)
         parts_.generator = std::make_shared<DGAReportGenerator>();
     parts_.generator->setDelegate(self_);
@@ -119,15 +124,13 @@ void DGAHeartBeatCheckTool::performOnMainAndWait(const std::function<void()>& ca
 
 void DGAHeartBeatCheckTool::heartBeatCheck() {
     DGAWatchFacts facts;
+    facts.promptIsUp = promptIsUp_;
     facts.readyToQuit = record().readyToQuit;
-    if (!facts.readyToQuit) {
-        {
-            const std::lock_guard<std::mutex> hold(lock_);
-            timeInterval_ += kTickSeconds;
-            facts.silence = timeInterval_;
-        }
+    if (!facts.readyToQuit || facts.promptIsUp)
         check(facts);
-    }
+    // Nobody is left whom the answer could be about.
+    if (facts.promptIsUp && !facts.processFound)
+        performOnMainAndWait([this] { closeFrozeWindow(); });
     const DGAWatchVerdict verdict = dgaWatchVerdict(facts);
     switch (verdict) {
         case DGAWatchVerdict::judgeQuit:
@@ -143,29 +146,49 @@ void DGAHeartBeatCheckTool::heartBeatCheck() {
     }
 }
 
+// A client that cannot be heard is not silent. One that has not said who it is has to be waited for all the
+// same.
+double DGAHeartBeatCheckTool::countSilence(bool clientKnown) {
+    const bool canHear = !clientKnown || parts_.canHear();
+    const std::lock_guard<std::mutex> hold(lock_);
+    if (!canHear)
+        timeInterval_ = 0.0;
+    else if (!promptIsUp_)
+        timeInterval_ += kTickSeconds;
+    return timeInterval_;
+}
+
 void DGAHeartBeatCheckTool::check(DGAWatchFacts& facts) {
     const auto monitoredPID = record().pID.get();
     facts.clientKnown = monitoredPID && !monitoredPID->empty();
+    facts.silence = countSilence(facts.clientKnown);
     if (!facts.clientKnown)
         return;
     facts.promptsSoFar = frozenWindowShowingTimesFlag_;
-    facts.processFound = checkProcessWithArr(processInfo(), *monitoredPID);
+    facts.processFound = checkProcessWithArr(*monitoredPID);
     // A goodbye that has come, but that the main thread has not read yet, counts.
     if (!facts.processFound && !crashSeen_ && !record().clientHasQuit)
-        performOnMainAndWait([] {});
+        performOnMainAndWait(
+            [] { platform::DistributedNotificationCenter::defaultCenter().deliverOvertaking(); });
     facts.clientHasQuit = record().clientHasQuit;
 }
 
-bool DGAHeartBeatCheckTool::checkProcessWithArr(const platform::RunningApplications& applications,
-                                                const std::string& monitoredPID) {
-    const auto found = applications.withProcessIdentifier(monitoredPID);
-    if (!found)
-        return false;
+// Under the lock.
+platform::PinnedProcess& DGAHeartBeatCheckTool::pinnedProcess(const std::string& processID) {
+    if (watched_.text() != processID)
+        watched_ = platform::PinnedProcess(parts_.applications, processID);
+    return watched_;
+}
+
+bool DGAHeartBeatCheckTool::checkProcessWithArr(const std::string& monitoredPID) {
     const std::lock_guard<std::mutex> hold(lock_);
-    if (watched_.text != monitoredPID || watched_.process.startTime == 0)
-        watched_ = {monitoredPID, *found};
-    // Another start time: the client is gone and its process id was given to somebody else.
-    return found->startTime == 0 || found->startTime == watched_.process.startTime;
+    return pinnedProcess(monitoredPID).isRunning();
+}
+
+void DGAHeartBeatCheckTool::pinClient() {
+    const std::string processID = record().pID.get().value_or("");
+    const std::lock_guard<std::mutex> hold(lock_);
+    pinnedProcess(processID);
 }
 
 void DGAHeartBeatCheckTool::findProcess(DGAWatchVerdict verdict) {
@@ -177,8 +200,9 @@ void DGAHeartBeatCheckTool::findProcess(DGAWatchVerdict verdict) {
             break;
         case DGAWatchVerdict::leftNormally:
             logInfo("checkProcessWithArr,no orvane client process (quit)");
-            // Where there is a report to wait for, its end makes the assistant ready.
-            if (!DGAReportGenerator::hasReports(record().serviceType))
+            // Where there is a report to wait for, its end makes the assistant ready, and it stays so,
+            // however a prompt was answered.
+            if (record().endReported || !DGAReportGenerator::hasReports(record().serviceType))
                 record().readyToQuit = true;
             break;
         case DGAWatchVerdict::askUser:
@@ -196,7 +220,10 @@ void DGAHeartBeatCheckTool::dealCrash() {
     // The delegate is told of an archive only; where none could be made, the end of the run has to do, or the
     // assistant would outlive its client for ever. On the main thread, behind the window: that may take
     // longer to come up than the report, and without one the assistant would quit.
-    const auto getReady = [] { record().readyToQuit = true; };
+    const auto getReady = [] {
+        record().endReported = true;
+        record().readyToQuit = true;
+    };
     platform::performOnMain([self = std::weak_ptr(self_), serviceType, getReady] {
         if (const auto tool = self.lock())
             tool->judgeIfShowReportWindow();
@@ -231,7 +258,13 @@ void DGAHeartBeatCheckTool::reloadCheck() {
     judgeIfShouldHideFrozeWindowWhileReceiveHeartbeat();
 }
 
+void DGAHeartBeatCheckTool::clientSaidGoodbye() {
+    if (frozeWinCtrl_)
+        closeFrozeWindow();
+}
+
 void DGAHeartBeatCheckTool::judgeIfShouldHideFrozeWindowWhileReceiveHeartbeat() {
+    promptIsUp_ = false;
     if (frozeWinCtrl_ && frozeWinCtrl_->isVisible())
         closeFrozeWindow();
 }
@@ -269,19 +302,14 @@ void DGAHeartBeatCheckTool::showReportWindowWhileNoWindowVisible() {
 
 void DGAHeartBeatCheckTool::frozeAlert() {
     ORVN_LOG_METHOD();
-    const auto watchTimer = timer();
-    if (watchTimer)
-        watchTimer->pause();
     if (frozeWinCtrl_)
         return;
     ++frozenWindowShowingTimesFlag_;
     frozeWinCtrl_ = DGAApplicationWindows::sharedWindows().makeFrozeWindow(self_);
-    if (!frozeWinCtrl_) {
-        // Nobody will ever answer.
-        if (watchTimer)
-            watchTimer->fireAfter(parts_.tick);
+    // Nobody will ever answer.
+    if (!frozeWinCtrl_)
         return;
-    }
+    promptIsUp_ = true;
     frozeWinCtrl_->setLevel(DGAUtilities::dga_fetchWindowLevel());
     frozeWinCtrl_->center();
     frozeWinCtrl_->show();
@@ -309,6 +337,7 @@ void DGAHeartBeatCheckTool::frozeWindowButtonDidClickWithIndex(int index) {
 
 // The watch goes on at once.
 void DGAHeartBeatCheckTool::closeFrozeWindow() {
+    promptIsUp_ = false;
     if (const auto window = std::move(frozeWinCtrl_)) {
         window->close();
         // Released later: this may be running inside one of the window's own handlers.
@@ -326,18 +355,19 @@ void DGAHeartBeatCheckTool::generateReportWindow() {
 
 // Only the process that was watched, whatever its process id names by now.
 void DGAHeartBeatCheckTool::killWatchedProcess() {
-    const auto text = record().pID.get();
-    const auto found = text ? processInfo().withProcessIdentifier(*text) : std::nullopt;
-    bool isWatched = false;
-    if (found && found->startTime != 0) {
+    using Kill = platform::PinnedProcess::Kill;
+    const std::string processID = record().pID.get().value_or("");
+    Kill outcome = Kill::gone;
+    {
         const std::lock_guard<std::mutex> hold(lock_);
-        isWatched = watched_.text == *text && watched_.process.startTime == found->startTime;
+        if (watched_.text() == processID)
+            outcome = watched_.kill();
     }
-    if (!isWatched) {
+    if (outcome == Kill::gone)
         logWarning("the client is not ended: its process id does not name the watched process");
+    if (outcome != Kill::noHandle)
         return;
-    }
-    const auto said = DGATaskTool::runTaskWithCMD("/bin/kill -9 " + std::to_string(found->processIdentifier));
+    const auto said = DGATaskTool::runTaskWithCMD("/bin/kill -9 " + processID);
     if (!said || !said->empty())
         logWarning("the client could not be ended: {}", support::orNull(said));
 }

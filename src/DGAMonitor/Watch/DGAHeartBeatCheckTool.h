@@ -11,6 +11,7 @@
 #include "DGAMonitor/Report/DGAReportGenerator.h"
 #include "DGAMonitor/Watch/DGAWatchVerdict.h"
 #include "DGAMonitor/Windows/DGAWindowInterfaces.h"
+#include "platform/PinnedProcess.h"
 #include "platform/RunningApplications.h"
 
 class DGALoopThread;
@@ -20,9 +21,10 @@ class Timer;
 }
 
 /// Watches the client: every 2 seconds a tick on a thread of its own looks for the client's process and
-/// counts the seconds since the last heartbeat. Asks the user about a frozen client, reports a crashed one
-/// once, and hands over to the quit policy when nothing is left to watch. Also decides which window answers
-/// a report request.
+/// counts the seconds since the last heartbeat, but only while heartbeats can arrive and no prompt is up.
+/// Asks the user about a frozen client, reports a crashed one once, and hands over to the quit policy when
+/// nothing is left to watch. The prompt closes by itself when the client beats again, says goodbye or is
+/// gone. Also decides which window answers a report request.
 ///
 /// Made, ended and told about heartbeats, requests and answers on the main thread.
 class DGAHeartBeatCheckTool final : public DGAReportGeneratorDelegate, public DGAFrozeWindowDelegate {
@@ -31,6 +33,8 @@ public:
     struct Parts {
         std::shared_ptr<DGAReportGenerator> generator;  ///< one of its own if null
         platform::RunningApplications applications;
+        std::function<bool()>
+            canHear;  ///< whether heartbeats can arrive, any thread; the session bus's answer if empty
         std::chrono::milliseconds tick{2000};
         bool startThread = true;  ///< without it the ticks come from outside only
     };
@@ -50,14 +54,20 @@ public:
     /// A heartbeat came: the silence ends, and so does the prompt.
     void reloadCheck();
 
+    /// The session record has the client's process id: holds on to the process that has it now.
+    void pinClient();
+
+    /// The client has said goodbye: the prompt is answered by that.
+    void clientSaidGoodbye();
+
     /// Ends the watch; returns when no tick runs any more.
     void stopCheck();
 
     /// Answers a report request: with the upload window if it is up, else with the problem reporting window.
     void judgeIfShowReportWindow();
 
-    /// Asks the user about a frozen client and pauses the watch until there is an answer. Where no prompt
-    /// can be shown it counts as asked and the watch goes on.
+    /// Asks the user about a frozen client; the silence is not counted until there is an answer. Where no
+    /// prompt can be shown it counts as asked and the watch goes on.
     void frozeAlert();
 
     /// The answer: 0 quit the client and report, 1 wait, -1 the client works again.
@@ -67,16 +77,12 @@ public:
 
 private:
     struct MainHop;
-    struct WatchedProcess {
-        std::string text;
-        platform::RunningApplication process;
-    };
 
     void doInitialize();
-    const platform::RunningApplications& processInfo() const { return parts_.applications; }
+    double countSilence(bool clientKnown);
     void check(DGAWatchFacts& facts);
-    bool checkProcessWithArr(const platform::RunningApplications& applications,
-                             const std::string& monitoredPID);
+    platform::PinnedProcess& pinnedProcess(const std::string& processID);
+    bool checkProcessWithArr(const std::string& monitoredPID);
     void findProcess(DGAWatchVerdict verdict);
     static void judgeIfReadyToQuit(DGAWatchVerdict verdict);
     void dealCrash();
@@ -96,10 +102,11 @@ private:
     // Guards what both threads use: the interval, the pinned process and the timer.
     std::mutex lock_;
     double timeInterval_ = 0.0;
-    WatchedProcess watched_;
+    platform::PinnedProcess watched_;
     std::shared_ptr<platform::Timer> timer_;
 
     std::atomic<int32_t> frozenWindowShowingTimesFlag_{0};
+    std::atomic<bool> promptIsUp_{false};
     bool crashSeen_ = false;
     std::shared_ptr<DGAFrozeWindowInterface> frozeWinCtrl_;
     // What others hold weakly; it ends with this object.

@@ -3,6 +3,8 @@
 #include "DGAMonitor/Const/DGAConst.h"
 
 DGAWatchVerdict dgaWatchVerdict(const DGAWatchFacts& facts) {
+    if (facts.promptIsUp && facts.processFound)
+        return DGAWatchVerdict::awaitAnswer;
     if (facts.readyToQuit)
         return DGAWatchVerdict::judgeQuit;
     if (!facts.clientKnown)
@@ -10,7 +12,8 @@ DGAWatchVerdict dgaWatchVerdict(const DGAWatchFacts& facts) {
                                                       : DGAWatchVerdict::noClient;
     if (!facts.processFound)
         return facts.clientHasQuit ? DGAWatchVerdict::leftNormally : DGAWatchVerdict::crashed;
-    if (facts.silence <= kDGAFrozeTimeInterval)
+    // Of a client that is ending no heartbeat is to be expected.
+    if (facts.silence <= kDGAFrozeTimeInterval || facts.clientHasQuit)
         return DGAWatchVerdict::alive;
     return facts.promptsSoFar < kDGAMaxFrozenPrompts ? DGAWatchVerdict::askUser
                                                      : DGAWatchVerdict::frozenForGood;

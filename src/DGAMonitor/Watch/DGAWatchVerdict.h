@@ -3,6 +3,7 @@
 /// What one tick of the watch knows.
 struct DGAWatchFacts {
     bool readyToQuit = false;
+    bool promptIsUp = false;     ///< the user is being asked about a frozen client
     bool clientKnown = false;    ///< the client has told its process id
     bool processFound = false;   ///< the client's process runs
     bool clientHasQuit = false;  ///< the client has said goodbye
@@ -12,6 +13,7 @@ struct DGAWatchFacts {
 
 /// What one tick of the watch has to do.
 enum class DGAWatchVerdict {
+    awaitAnswer,    ///< nothing to do until the user answers or the client does something
     judgeQuit,      ///< ask the quit policy, nothing else
     awaitClient,    ///< the client may still tell its process id
     noClient,       ///< it had time enough: nothing is left to watch

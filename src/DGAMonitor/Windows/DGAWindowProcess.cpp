@@ -155,8 +155,11 @@ bool DGAWindowProcess::start() {
         return false;
     }
     starts_.push_back(now);
+    platform::Task program;
+    program.program = settings_.program;
+    program.surroundings = platform::Task::Surroundings::all;
     channel_ = platform::FrameChannel::toProgram(
-        settings_.program, kLongest, [this](const platform::FrameReader::Message& frame) { receive(frame); },
+        std::move(program), kLongest, [this](const platform::FrameReader::Message& frame) { receive(frame); },
         [this, start = ++lastStart_] {
             if (start == lastStart_ && channel_)
                 ended("the window program has ended");

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "platform/net/HttpConnectionPool.h"
-#include "platform/net/HttpReadStream.h"
+#include "platform/net/HttpMessage.h"
 
 namespace platform {
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <deque>
 #include <exception>
 #include <map>
@@ -12,9 +13,9 @@
 #include <utility>
 
 #include "platform/BundleInfo.h"
+#include "platform/FrameChannel.h"
 #include "platform/Report.h"
 #include "platform/RunLoop.h"
-#include "platform/net/ScriptChannel.h"
 
 namespace platform {
 namespace {
@@ -23,6 +24,7 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr char kProgram[] = "pac_evaluator";
+constexpr uint32_t kLongestMessage = uint32_t{64} * 1024;
 constexpr std::chrono::minutes kLongestPause{10};
 constexpr int kMostDoublings = 10;
 // A script may come in a page or with helper functions.
@@ -71,7 +73,7 @@ struct ScriptProcess::Impl : std::enable_shared_from_this<Impl> {
     Settings settings;
     std::vector<Step> steps;
     std::map<std::string, Question> questions;
-    std::unique_ptr<ScriptChannel> channel;
+    std::unique_ptr<FrameChannel> channel;
     std::deque<Request> requests;
     bool busy = false;  // the first request is with the program
     std::string asked;  // the question that is being answered
@@ -116,9 +118,14 @@ struct ScriptProcess::Impl : std::enable_shared_from_this<Impl> {
             failAll("is not started again yet, after it broke repeatedly");
             return;
         }
-        channel = ScriptChannel::start(
-            settings.program, [this](const FrameReader::Message& message) { receive(message); },
-            [this] { giveUp("ended"); });
+        Task program;
+        program.program = settings.program;
+        program.surroundings = Task::Surroundings::none;
+        if (const char* const zone = std::getenv("TZ"))
+            program.arguments = {zone};
+        channel = FrameChannel::toProgram(
+            std::move(program), kLongestMessage,
+            [this](const FrameReader::Message& message) { receive(message); }, [this] { giveUp("ended"); });
         if (!channel) {
             giveUp("cannot be started");
             return;

@@ -39,6 +39,11 @@ void reportViolations() {
     });
 }
 
+[[maybe_unused]] const bool kFetchesScripts = [] {
+    setPacTransferMaker([]() -> IPacTransfer* { return new CNetworkDownload; });
+    return true;
+}();
+
 }  // namespace
 
 CNetworkDownload::TimeoutProc CNetworkDownload::s_timeoutProc = nullptr;
@@ -54,6 +59,12 @@ CNetworkDownload::~CNetworkDownload() {
     TerminateDownload();
     StopBlocking();
     std::free(m_pData);
+}
+
+int CNetworkDownload::beginScript(const char* url, IUrlDownloadSink* sink, unsigned long timeout) {
+    m_bAutoDelete = true;
+    m_bSkipCheckProxy = true;
+    return DownloadURL(url, sink, timeout, false, false);
 }
 
 int CNetworkDownload::DownloadURL(const char* url, IUrlDownloadSink* sink, unsigned long timeout, bool block,

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "DGAUpload/logic/webaccess/IUrlDownloadSink.h"
+#include "DGAUpload/logic/webaccess/PacDownload.h"
 #include "platform/RunLoop.h"
 #include "platform/net/HttpReadStream.h"
 
@@ -37,15 +38,17 @@ struct PacProxy;
 /// m_bSkipCheckProxy, m_nLargestBody and m_proxyMemory, which the creator sets before the request, and
 /// m_postBody, which it may set instead of having PostData copy a body.
 // NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): one engine at a time, its fields by meaning
-class CNetworkDownload {
+class CNetworkDownload : public IPacTransfer {
 public:
     using Headers = std::map<std::string, std::string>;
 
     CNetworkDownload();
     /// Ends a transfer without a report.
-    virtual ~CNetworkDownload();
+    ~CNetworkDownload() override;
     CNetworkDownload(const CNetworkDownload&) = delete;
     CNetworkDownload& operator=(const CNetworkDownload&) = delete;
+
+    int beginScript(const char* url, IUrlDownloadSink* sink, unsigned long timeout) override;
 
     /// Sends a GET. `timeout` in milliseconds, 0 for none; `sink` must live until the report. With `block`
     /// the call returns after the transfer has ended, and the engine may be gone by then. 0 when the request

@@ -4,7 +4,6 @@
 #include <optional>
 #include <utility>
 
-#include "DGAUpload/logic/webaccess/CFNetworkHTTPDownload.h"
 #include "DGAUpload/logic/webaccess/PacText.h"
 #include "platform/RunLoop.h"
 #include "platform/SmallFile.h"
@@ -20,8 +19,10 @@ constexpr std::chrono::milliseconds kLoopStep{100};
 // The engine's own time-out comes first.
 constexpr std::chrono::seconds kLongestWait{35};
 
+IPacTransfer* (*makeTransfer)() = nullptr;
+
 struct TextSink : IUrlDownloadSink {
-    CNetworkDownload* engine = nullptr;
+    IPacTransfer* engine = nullptr;
     bool answered = false;
     std::string text;
 
@@ -44,12 +45,14 @@ struct TextSink : IUrlDownloadSink {
 
 }  // namespace
 
-int downloadPacScript(const std::string& url, IUrlDownloadSink* sink, CNetworkDownload*& engine,
+void setPacTransferMaker(IPacTransfer* (*make)()) {
+    makeTransfer = make;
+}
+
+int downloadPacScript(const std::string& url, IUrlDownloadSink* sink, IPacTransfer*& engine,
                       const std::function<bool()>& finished) {
-    engine = new CNetworkDownload;
-    engine->m_bAutoDelete = true;
-    engine->m_bSkipCheckProxy = true;
-    const int returned = engine->DownloadURL(url.c_str(), sink, kDownloadTimeout, false, false);
+    engine = makeTransfer();
+    const int returned = engine->beginScript(url.c_str(), sink, kDownloadTimeout);
     if (returned == 0) {
         logInfo("CPacParser::sharedInstance,wait for url return!");
         const auto end = std::chrono::steady_clock::now() + kLongestWait;

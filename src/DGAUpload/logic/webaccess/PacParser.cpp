@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "DGAUpload/logic/webaccess/CFNetworkHTTPDownload.h"
 #include "DGAUpload/logic/webaccess/PacDownload.h"
-#include "DGAUpload/logic/webaccess/PacInUse.h"
 #include "DGAUpload/logic/webaccess/PacText.h"
 #include "DGAUpload/logic/webaccess/UrlEscape.h"
 #include "platform/ProxySettings.h"

@@ -11,7 +11,7 @@
 #include "DGAUpload/logic/webaccess/WebViewLoad.h"
 #include "platform/net/PacEvaluator.h"
 
-class CNetworkDownload;
+class IPacTransfer;
 
 /// A proxy that an auto-configuration script named.
 struct PacProxy {
@@ -80,7 +80,17 @@ protected:
     ~CPacParser() override;
 
 private:
-    class InUse;
+    /// Keeps a parser alive while one of its calls waits: the loop that is served meanwhile may clean it up.
+    class InUse {
+    public:
+        explicit InUse(CPacParser* parser);
+        ~InUse();
+        InUse(const InUse&) = delete;
+        InUse& operator=(const InUse&) = delete;
+
+    private:
+        CPacParser* parser_;
+    };
 
     void load();
     void waitForPage() const;
@@ -97,7 +107,7 @@ private:
     WebViewLoad m_webViewLoad;
     std::unique_ptr<PacPage> m_pWebView;
     bool m_bAnswered = false;
-    CNetworkDownload* m_pDownload = nullptr;  ///< while it may still answer
+    IPacTransfer* m_pDownload = nullptr;  ///< while it may still answer
     platform::PacEvaluator m_evaluator;
     std::atomic<int> m_nInUse{0};
     std::atomic<bool> m_bCleanedUp{false};

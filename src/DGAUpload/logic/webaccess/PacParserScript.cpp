@@ -3,8 +3,6 @@
 #include <memory>
 #include <optional>
 
-#include "DGAUpload/logic/webaccess/CFNetworkHTTPDownload.h"
-#include "DGAUpload/logic/webaccess/PacInUse.h"
 #include "DGAUpload/logic/webaccess/PacParser.h"
 #include "DGAUpload/logic/webaccess/PacText.h"
 #include "platform/RunLoop.h"
