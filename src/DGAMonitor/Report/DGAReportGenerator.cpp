@@ -192,7 +192,11 @@ void DGAReportGenerator::generateSystemProfile(const std::string& detailLevel) {
 
 void DGAReportGenerator::generateScreenshot() {
     ORVN_LOG_METHOD();
+    if (tools_.hideWindows)
+        tools_.hideWindows();
     tools_.screenshot(*screenshotFullPath_);
+    if (tools_.showWindows)
+        tools_.showWindows();
 }
 
 void DGAReportGenerator::fetchHVLogsReportFile() {

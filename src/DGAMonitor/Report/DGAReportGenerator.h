@@ -27,6 +27,10 @@ public:
         std::function<void(const std::string& program, const Paths& args, const TerminateHandle&)> run;
         std::function<void(const std::string& path, const std::string& detailLevel)> systemProfile;
         std::function<void(const std::string& path)> screenshot;
+        /// Takes the assistant's own windows off the screen, and puts those back that were there. Around each
+        /// screenshot, in pairs; left empty, nothing is done.
+        std::function<void()> hideWindows;
+        std::function<void()> showWindows;
         /// Writes down what the system has recorded of a client's crash.
         std::function<void(const std::string& processId, const std::string& namePrefix)> crashRecord;
         std::function<std::string()> saveTime;

@@ -312,9 +312,12 @@ bool DGAProblemReportingWindowController::showUploadWindow() {
 }
 
 DGAReportOptions DGAProblemReportingWindowController::options() const {
-    return {.screenShot = ui_->_fullBtn->selected(),
-            .systemInfo = ui_->_sysInfoBtn->selected(),
-            .serviceType = record().serviceType};
+    return {
+        .screenShot = ui_->_fullBtn->selected(),
+        .systemInfo = ui_->_sysInfoBtn->selected(),
+        .serviceType = record().serviceType,
+        .description = ui_->_textField->stringValue(),
+        .category = DGAReportCategory{problemCatagory_, problemCatagoryTitle_.value_or("").toStdString()}};
 }
 
 void DGAProblemReportingWindowController::generateReport() {
