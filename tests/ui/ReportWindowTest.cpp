@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
+#include "DGAMonitor/Session/DGASessionTelemetry.h"
 #include "DGAMonitor/Session/DGATelemetryManager.h"
 #include "DGAMonitor/View/SendReport/View/DGASendReportInfoView.h"
 #include "platform/RunLoop.h"
@@ -366,7 +367,7 @@ TEST_F(ProblemReportingWindowTest, EveryButtonTellsItsTelemetryAction) {
     record().telemetryEnable = true;
     record().telemetryMetricsURL.set("http://127.0.0.1:" + std::to_string(port) + "/");
     record().telemetryHttpHeaders.set(std::make_shared<nlohmann::json>(nlohmann::json::object()));
-    record().setupTelemetry();
+    dgaSetupTelemetry(record());
 
     const auto expectAction = [&](const char* button, bool sends, const std::string& action) {
         SCOPED_TRACE(action);

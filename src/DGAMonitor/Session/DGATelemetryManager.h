@@ -6,7 +6,7 @@
 #include <string>
 
 /// Sends a few actions of the user by number, where the client allows it. The settings are copies of the
-/// session record's, made once a run by DGAMonitorToolManager::setupTelemetry. Main thread.
+/// session record's, made once a run by dgaSetupTelemetry(). Main thread.
 class DGATelemetryManager {
 public:
     bool telemetryEnable = false;
