@@ -1,6 +1,5 @@
 #include "platform/PrivateFolder.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,6 +11,7 @@
 #include <set>
 #include <utility>
 
+#include "platform/OpenFolder.h"
 #include "platform/Report.h"
 
 namespace platform {
@@ -89,24 +89,6 @@ int openEmptyIn(int folder, const std::string& name) {
     return -1;
 }
 
-std::vector<std::string> namesIn(int folder) {
-    std::vector<std::string> names;
-    const int own = openat(folder, ".", kFolderFlags);
-    DIR* listing = own < 0 ? nullptr : fdopendir(own);
-    if (!listing) {
-        if (own >= 0)
-            close(own);
-        return names;
-    }
-    while (const dirent* entry = readdir(listing)) {
-        const std::string name = entry->d_name;
-        if (name != "." && name != "..")
-            names.push_back(name);
-    }
-    closedir(listing);
-    return names;
-}
-
 bool removeEntry(int parent, const std::string& name, dev_t device) {
     if (unlinkat(parent, name.c_str(), 0) == 0 || errno == ENOENT)
         return true;
@@ -117,7 +99,7 @@ bool removeEntry(int parent, const std::string& name, dev_t device) {
         return false;
     struct stat info {};
     if (fstat(folder, &info) == 0 && info.st_dev == device) {
-        for (const auto& entry : namesIn(folder))
+        for (const auto& entry : namesInOpenFolder(folder))
             removeEntry(folder, entry, device);
     }
     close(folder);
@@ -196,7 +178,7 @@ std::optional<std::chrono::nanoseconds> PrivateFolder::creationTime(const std::s
 }
 
 std::vector<std::string> PrivateFolder::entries() const {
-    return namesIn(handle_);
+    return namesInOpenFolder(handle_);
 }
 
 bool PrivateFolder::createFile(const std::string& name) const {

@@ -16,10 +16,10 @@
 #include "DGAMonitor/Utilities/DGAUtilitiesText.h"
 #include "DGAMonitor/Utilities/Tool/DGATaskTool.h"
 #include "platform/CoredumpRecord.h"
-#include "platform/FolderListing.h"
 #include "platform/HomePath.h"
 #include "platform/PrivateFolder.h"
 #include "platform/RunLoop.h"
+#include "platform/UserFiles.h"
 #include "platform/WorkQueue.h"
 #include "reportproblem/OrvLogCollectorConfigurator.h"
 #include "reportproblem/OrvLogConstants.h"
@@ -302,7 +302,7 @@ std::optional<DGAReportGenerator::Paths> DGAReportGenerator::allCrashLogs() {
         return std::nullopt;
     const std::string folder = libraryFolder(kDGAKTCrashStorePath);
     Paths reports;
-    for (const auto& name : platform::namesInFolder(folder)) {
+    for (const auto& name : platform::namesInUserFolder(folder)) {
         if (name.starts_with(kDGAKTCrashLogPrefix))
             reports.push_back(fmt::format("{}/{}", folder, name));
     }
@@ -319,7 +319,7 @@ DGAReportGenerator::Paths DGAReportGenerator::screenShotPicture() {
 
 DGAReportGenerator::Paths DGAReportGenerator::allLogsInFolder(const std::string& folder) {
     const std::string path = libraryFolder(folder);
-    Paths logs = platform::namesInFolder(path);
+    Paths logs = platform::namesInUserFolder(path);
     for (auto& log : logs)
         log = fmt::format("{}/{}", path, log);
     return logs;
