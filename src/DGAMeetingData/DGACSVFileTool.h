@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "DGAMonitor/Const/DGATraceRecord.h"
+#include "platform/PrivateFolder.h"
 
 namespace platform {
 class SerialQueue;
@@ -62,4 +64,5 @@ private:
 
     std::string dateStr_;
     std::string dirFilePath_;
+    std::optional<platform::PrivateFolder> folder_;  ///< holds the mark of its being in use
 };

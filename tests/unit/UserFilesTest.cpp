@@ -10,6 +10,8 @@
 #include <functional>
 #include <set>
 
+#include "platform/StorePath.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -121,6 +123,23 @@ TEST_F(UserFilesTest, AFolderAtHomeGivesItsFilesWithoutFollowingLinks) {
     EXPECT_EQ(platform::namesInUserFolder(kHome / "files/a").size(), 3U);
     EXPECT_TRUE(platform::namesInUserFolder(kHome / "files/a/out").empty());
     EXPECT_FALSE(platform::namesInUserFolder("/tmp").empty());
+}
+
+TEST(StorePathTest, AFolderThatIsSomebodyElsesIsReplacedByTheUsersOwn) {
+    const std::string cache = kHome / "cache";
+    setenv("XDG_CACHE_HOME", cache.c_str(), 1);
+    EXPECT_EQ(platform::storePath("store-own"), "/tmp/store-own");
+    fs::create_directory("/tmp/store-other");
+    fs::permissions("/tmp/store-other", fs::perms::all);
+    fs::create_symlink(kHome, "/tmp/store-link");
+    for (const std::string name : {"store-other", "store-link"}) {
+        const std::string path = platform::storePath(name);
+        EXPECT_EQ(path, cache + "/orvanedga/" + name);
+        EXPECT_EQ(fs::status(path).permissions() & fs::perms::mask, fs::perms::owner_all);
+        fs::remove("/tmp/" + name);
+        EXPECT_EQ(platform::storePath(name), path) << "the same as long as the process lives";
+    }
+    unsetenv("XDG_CACHE_HOME");
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 /// What kind of problem a report is about.
 struct DGAReportCategory {
     int64_t number = 0;
-    std::string name;  ///< as the user has read it
+    std::string name;  ///< in English
 
     bool operator==(const DGAReportCategory&) const = default;
 };

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 
+#include "DGAMonitor/Session/DGASessionEvents.h"
 #include "platform/Guarded.h"
 
 class DGATelemetryManager;
@@ -65,6 +67,8 @@ public:
     std::atomic<bool> isFreeze{false};       ///< the client counts as frozen
     std::atomic<bool> isUT{false};           ///< keeps the process alive at quit
     std::atomic<bool> clientHasQuit{false};  ///< the client has said goodbye
+    DGASessionEvents events;                 ///< what has happened so far
+    const std::chrono::system_clock::time_point started = std::chrono::system_clock::now();
 
     DGASessionRecord(const DGASessionRecord&) = delete;
     DGASessionRecord& operator=(const DGASessionRecord&) = delete;
