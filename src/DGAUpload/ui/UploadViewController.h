@@ -44,6 +44,10 @@ public:
     void detach();
 
     void reportFileGeneratedAt(const std::string& path) override;
+    void reportFailed(const std::string& reason) override;
+
+    /// Begins anew, in place of this controller, where the user wants a failed report tried again.
+    void setTryAgain(std::function<void()> tryAgain) { tryAgain_ = std::move(tryAgain); }
 
     /// Shows the uploader's "progressUpdate" or "statusUpdate".
     void notifyMainThread(const std::string& what);
@@ -86,6 +90,7 @@ private:
     static void finishThread(Polling& polling) { polling.myShouldExitThread = true; }
     void doRelease();
     void readStatus(int32_t status);
+    void tellUpload(const char* state, const char* reason = "");
     void showSuccessSteps();
     void showFailedSteps();
     void closeWindow();
@@ -117,6 +122,9 @@ private:
     std::string catagory_;
     std::shared_ptr<DGAReportMaker> maker_;
     std::string fileFullPath_;
+    bool failed_ = false;  ///< there is no archive
+    std::function<void()> tryAgain_;
+    bool sending_ = false;  ///< the assistant was told so, and not yet how it ended
 
     Parts parts_;
     std::function<void()> closeWindow_;
