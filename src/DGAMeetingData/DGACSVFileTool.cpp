@@ -103,9 +103,9 @@ DGACSVFileTool& DGACSVFileTool::shareFileTool() {
 }
 
 DGACSVFileTool::DGACSVFileTool() : dateStr_(dga_transformToCurrentDateString("yyyMMdd_HHmmss")) {
-    dirFilePath_ = fmt::format("{}/{}{}_{}", kDGATempStorePath,
-                               isToolsService() ? kDGAKTRunPrefix : kDGATraceFolderPrefix, dateStr_,
-                               support::orNull(DGASessionRecord::sharedRecord().dga_pID.get()));
+    dirFilePath_ =
+        fmt::format("{}/{}{}_{}", dgaStorePath(), isToolsService() ? kDGAKTRunPrefix : kDGATraceFolderPrefix,
+                    dateStr_, support::orNull(DGASessionRecord::sharedRecord().dga_pID.get()));
     checkFilePathIfExist();
 }
 
@@ -147,10 +147,15 @@ void DGACSVFileTool::writeToCSVWWithContent(const std::string& content) {
 }
 
 void DGACSVFileTool::checkFilePathIfExist() {
-    const auto store = PrivateFolder::open(kDGATempStorePath, PrivateFolder::Create::yes);
+    const auto store = PrivateFolder::open(dgaStorePath(), PrivateFolder::Create::yes);
     const std::string name = lastComponent(dirFilePath_);
-    if (!store || store->contains(name) || !store->subfolder(name, PrivateFolder::Create::yes))
+    if (!store || store->contains(name))
         return;
+    folder_ = store->subfolder(name, PrivateFolder::Create::yes);
+    // Other assistants leave it alone as long as it is marked.
+    if (!folder_)
+        return;
+    folder_->lock();
     if (!isToolsService())
         DGAUtilities::dga_createOrvdgaTopicFileAtPath(orvdgaTopicFilePath(),
                                                       DGASessionRecord::sharedRecord().confName.get());
@@ -179,7 +184,7 @@ void DGACSVFileTool::outputContent(const std::string& content) {
 
 void DGACSVFileTool::removeFile() {
     traceQueue().sync([this] {
-        if (const auto store = PrivateFolder::open(kDGATempStorePath, PrivateFolder::Create::no))
+        if (const auto store = PrivateFolder::open(dgaStorePath(), PrivateFolder::Create::no))
             store->remove(lastComponent(dirFilePath_));
     });
 }

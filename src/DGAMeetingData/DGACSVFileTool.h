@@ -2,9 +2,11 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "DGAMonitor/Const/DGATraceRecord.h"
+#include "platform/PrivateFolder.h"
 
 namespace platform {
 class SerialQueue;
@@ -72,4 +74,5 @@ private:
     std::string dateStr_;
     std::string dirFilePath_;
     bool isFull_ = false;  // trace queue
+    std::optional<platform::PrivateFolder> folder_;  ///< holds the mark of its being in use
 };

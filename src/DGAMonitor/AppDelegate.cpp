@@ -6,6 +6,7 @@
 #include "DGAMeetingData/DGAMeetingDataRecordTool.h"
 #include "DGAMonitor/DGACoreWindowServices.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Report/DGAReportGenerator.h"
 #include "DGAMonitor/Session/DGATelemetryManager.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/Windows/DGAWindowProcess.h"
@@ -36,6 +37,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 void AppDelegate::applicationWillTerminate() {
     ORVN_LOG_METHOD();
+    DGAReportGenerator::endAllRuns();
     writeWhatIsQueued();
     std::quick_exit(EXIT_SUCCESS);
 }

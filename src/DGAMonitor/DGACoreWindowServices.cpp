@@ -23,6 +23,8 @@ void DGACoreWindowServices::sendTelemetryAction(DGATelemetryAction action) {
 // Cancelled is kept, too: who cancels may have lost patience with the network only.
 void DGACoreWindowServices::uploadChanged(const DGAUploadState& state) {
     logInfo("the report {}: {}{}{}", state.path, state.state, state.reason.empty() ? "" : ", ", state.reason);
+    DGASessionRecord::sharedRecord().events.add(
+        DGASessionEventKind::upload, state.state + (state.reason.empty() ? "" : ": " + state.reason));
     if (state.state == "sending")
         return;
     const bool isOver = state.state == "sent" || state.state == "saved";

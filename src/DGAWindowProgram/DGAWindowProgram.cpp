@@ -47,9 +47,12 @@ public:
             program->send(MakeReport{number_, lastRun_, options});
     }
 
-    void made(const std::string& path) const {
-        if (const auto delegate = delegate_.lock())
-            delegate->reportFileGeneratedAt(path);
+    void made(const ReportMade& message) const {
+        const auto delegate = delegate_.lock();
+        if (delegate && message.fault.empty())
+            delegate->reportFileGeneratedAt(message.path);
+        else if (delegate)
+            delegate->reportFailed(message.fault);
     }
     void ended(int64_t run) {
         const auto ended = completions_.extract(run);
@@ -180,7 +183,7 @@ void DGAWindowProgram::toFront(const ToFront& message) {
 
 void DGAWindowProgram::reportMade(const ReportMade& message) {
     if (const auto maker = makers_[message.maker].lock())
-        maker->made(message.path);
+        maker->made(message);
 }
 
 void DGAWindowProgram::reportEnded(const ReportEnded& message) {

@@ -1,5 +1,6 @@
 #include "platform/CoredumpRecord.h"
 
+#include <fcntl.h>
 #include <glib.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,16 +10,23 @@
 #include <ctime>
 #include <mutex>
 #include <set>
+#include <thread>
+#include <vector>
 
+#include "platform/OpenFolder.h"
 #include "platform/PrivateFolder.h"
 #include "platform/Report.h"
+#include "platform/SmallFile.h"
 #include "platform/Task.h"
 #include "platform/Text.h"
 
 namespace platform {
 namespace {
 
-constexpr char kService[] = "/usr/bin/coredumpctl";
+constexpr std::string_view kServiceName = "systemd-coredum";  // the kernel cuts names
+constexpr std::chrono::seconds kLongestWait{10};
+constexpr std::chrono::seconds kShortestWait{1};
+constexpr std::chrono::milliseconds kAskAgain{250};
 constexpr size_t kTimeLength = 19;
 constexpr size_t kMaxStackLength = size_t{256} * 1024;
 
@@ -45,16 +53,44 @@ std::string timeIn(std::string_view text) {
 // When the program was loaded: the client was alive then.
 const std::time_t theStart = std::time(nullptr);
 
-std::string listingOf(const std::string& processId) {
+std::string listingOf(const std::string& processId, const std::string& service) {
     Task task;
     // Its words are read, so they have to be the untranslated ones.
     task.program = "/usr/bin/env";
-    task.arguments = {"LC_ALL=C.UTF-8", kService, "info",
-                      "--no-pager",     "-1",     "--since=@" + std::to_string(theStart),
+    task.arguments = {"LC_ALL=C.UTF-8", service, "info",
+                      "--no-pager",     "-1",    "--since=@" + std::to_string(theStart),
                       processId};
     // A dump of gigabytes can keep the service busy; the report does not wait for it.
     task.limit = std::chrono::seconds(5);
     return runTask(task).output;
+}
+
+// A dump is written by a process of the service's name.
+bool isAtWork(const std::string& procRoot) {
+    const int proc = open(procRoot.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const auto processes = proc < 0 ? std::vector<std::string>() : namesInOpenFolder(proc);
+    if (proc >= 0)
+        close(proc);
+    return std::any_of(processes.begin(), processes.end(), [&procRoot](const std::string& process) {
+        const auto name =
+            isNumber(process) ? readSmallFile(procRoot + "/" + process + "/comm", 64) : std::nullopt;
+        return name && name->starts_with(kServiceName);
+    });
+}
+
+std::optional<CoredumpRecord> recordOf(const std::string& processId, const CoredumpService& service) {
+    const auto begin = std::chrono::steady_clock::now();
+    for (;;) {
+        // Before it is asked: what it finishes meanwhile is in its answer.
+        const bool atWork = isAtWork(service.procRoot);
+        auto record = CoredumpRecord::parse(listingOf(processId, service.program));
+        if (record && record->processId == processId)
+            return record;
+        const auto waited = std::chrono::steady_clock::now() - begin;
+        if (waited >= (atWork ? kLongestWait : kShortestWait))
+            return std::nullopt;
+        std::this_thread::sleep_for(kAskAgain);
+    }
 }
 
 bool makeFolders(const std::string& path) {
@@ -110,7 +146,8 @@ std::string CoredumpRecord::fileName(std::string_view prefix, std::string_view h
     return std::string(prefix) + name + "_" + cleanHost + ".crash";
 }
 
-void writeCoredumpRecord(const std::string& processId, const std::string& folder, std::string_view prefix) {
+void writeCoredumpRecord(const std::string& processId, const std::string& folder, std::string_view prefix,
+                         const CoredumpService& service) {
     static std::mutex mutex;
     static std::set<std::string>* const done = new std::set<std::string>;
     if (!isNumber(processId) || access(("/proc/" + processId + "/exe").c_str(), F_OK) == 0)
@@ -118,13 +155,13 @@ void writeCoredumpRecord(const std::string& processId, const std::string& folder
     const std::lock_guard<std::mutex> hold(mutex);
     if (done->contains(processId))
         return;
-    if (access(kService, X_OK) != 0) {
+    if (access(service.program.c_str(), X_OK) != 0) {
         done->insert(processId);
         reportInfo("this system has no core dump service to ask about the client's crash");
         return;
     }
-    const auto record = CoredumpRecord::parse(listingOf(processId));
-    if (!record || record->processId != processId) {
+    const auto record = recordOf(processId, service);
+    if (!record) {
         reportInfo("the core dump service knows no crash of the process " + processId);
         return;
     }

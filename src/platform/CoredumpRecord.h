@@ -24,10 +24,19 @@ struct CoredumpRecord {
     std::string fileName(std::string_view prefix, std::string_view host) const;
 };
 
+/// Where the service's answers come from; tests put others in their place.
+struct CoredumpService {
+    std::string program = "/usr/bin/coredumpctl";
+    std::string procRoot = "/proc";  ///< tells whether the service is at work
+};
+
 /// Asks the service for the newest crash of a process, which happened while this process was running, and
 /// writes "<prefix><yyyy-MM-dd-HHmmss>_<host>.crash" into `folder`, which is made if it is missing. Does
 /// nothing while the process is there or is no decimal number, and writes only once for a process. Where
-/// there is no such service a line of the log says so. Blocks for up to 5 seconds.
-void writeCoredumpRecord(const std::string& processId, const std::string& folder, std::string_view prefix);
+/// there is no such service a line of the log says so. As long as the service writes a dump, and for a second
+/// in any case, it is asked again: blocks for up to 10 seconds, and 5 more if it does not answer. Only
+/// systemd's service is asked; what apport or others keep in /var/crash is not read.
+void writeCoredumpRecord(const std::string& processId, const std::string& folder, std::string_view prefix,
+                         const CoredumpService& service = {});
 
 }  // namespace platform

@@ -73,6 +73,11 @@ std::optional<uint64_t> readPhysicalMemory(const std::string& meminfoPath) {
     return total ? std::optional<uint64_t>(*total * 1024) : std::nullopt;
 }
 
+std::optional<uint64_t> readAvailableMemory(const std::string& meminfoPath) {
+    const auto available = valueOf(readMeminfo(meminfoPath), "MemAvailable:");
+    return available ? std::optional<uint64_t>(*available * 1024) : std::nullopt;
+}
+
 uint64_t pageSize() {
     static const auto size = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
     return size;

@@ -31,6 +31,8 @@ std::optional<MemoryPages> readMemoryPages(const std::string& meminfoPath = "/pr
 
 /// In bytes.
 std::optional<uint64_t> readPhysicalMemory(const std::string& meminfoPath = "/proc/meminfo");
+/// What programs can get without swapping: free memory and most of the file cache (MemAvailable).
+std::optional<uint64_t> readAvailableMemory(const std::string& meminfoPath = "/proc/meminfo");
 uint64_t pageSize();
 
 }  // namespace platform

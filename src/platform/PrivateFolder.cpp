@@ -1,17 +1,19 @@
 #include "platform/PrivateFolder.h"
 
-#include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <mutex>
 #include <set>
 #include <utility>
 
+#include "platform/OpenFolder.h"
 #include "platform/Report.h"
 
 namespace platform {
@@ -31,7 +33,14 @@ bool belongsToUserAlone(int handle) {
            (info.st_mode & kOthersMayWrite) == 0;
 }
 
-int openPrivate(int parent, const std::string& name, PrivateFolder::Create create) {
+bool belongsToTheSystem(int handle) {
+    struct stat info {};
+    return fstat(handle, &info) == 0 && info.st_uid == 0 && (info.st_mode & kOthersMayWrite) == 0;
+}
+
+enum class Rule { own, ownOrSystems };
+
+int openPrivate(int parent, const std::string& name, PrivateFolder::Create create, Rule rule = Rule::own) {
     if (!isEntryName(name)) {
         errno = EINVAL;
         return -1;
@@ -42,7 +51,8 @@ int openPrivate(int parent, const std::string& name, PrivateFolder::Create creat
             return -1;
         handle = openat(parent, name.c_str(), kFolderFlags);
     }
-    if (handle >= 0 && !belongsToUserAlone(handle)) {
+    const bool systems = handle >= 0 && rule == Rule::ownOrSystems && belongsToTheSystem(handle);
+    if (handle >= 0 && !systems && !belongsToUserAlone(handle)) {
         close(handle);
         errno = EPERM;
         return -1;
@@ -89,24 +99,6 @@ int openEmptyIn(int folder, const std::string& name) {
     return -1;
 }
 
-std::vector<std::string> namesIn(int folder) {
-    std::vector<std::string> names;
-    const int own = openat(folder, ".", kFolderFlags);
-    DIR* listing = own < 0 ? nullptr : fdopendir(own);
-    if (!listing) {
-        if (own >= 0)
-            close(own);
-        return names;
-    }
-    while (const dirent* entry = readdir(listing)) {
-        const std::string name = entry->d_name;
-        if (name != "." && name != "..")
-            names.push_back(name);
-    }
-    closedir(listing);
-    return names;
-}
-
 bool removeEntry(int parent, const std::string& name, dev_t device) {
     if (unlinkat(parent, name.c_str(), 0) == 0 || errno == ENOENT)
         return true;
@@ -117,7 +109,7 @@ bool removeEntry(int parent, const std::string& name, dev_t device) {
         return false;
     struct stat info {};
     if (fstat(folder, &info) == 0 && info.st_dev == device) {
-        for (const auto& entry : namesIn(folder))
+        for (const auto& entry : namesInOpenFolder(folder))
             removeEntry(folder, entry, device);
     }
     close(folder);
@@ -131,11 +123,14 @@ std::optional<PrivateFolder> PrivateFolder::open(const std::string& path, Create
         return std::nullopt;
     size_t start = path.find('/', 1);
     int handle = ::open(path.substr(0, start).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    bool systemsSoFar = true;
     while (handle >= 0 && start != std::string::npos && start + 1 < path.size()) {
         const size_t end = path.find('/', start + 1);
         const std::string name = path.substr(start + 1, end == std::string::npos ? end : end - start - 1);
-        const int next = openPrivate(handle, name, create);
+        const Rule rule = systemsSoFar && end != std::string::npos ? Rule::ownOrSystems : Rule::own;
+        const int next = openPrivate(handle, name, create, rule);
         const int why = errno;
+        systemsSoFar = systemsSoFar && next >= 0 && !belongsToUserAlone(next);
         close(handle);
         errno = why;
         handle = next;
@@ -181,6 +176,10 @@ std::optional<PrivateFolder> PrivateFolder::subfolder(const std::string& name, C
     return PrivateFolder(handle);
 }
 
+bool PrivateFolder::createFolder(const std::string& name) const {
+    return isEntryName(name) && mkdirat(handle_, name.c_str(), S_IRWXU) == 0;
+}
+
 bool PrivateFolder::contains(const std::string& name) const {
     struct stat info {};
     return isEntryName(name) && fstatat(handle_, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
@@ -196,7 +195,7 @@ std::optional<std::chrono::nanoseconds> PrivateFolder::creationTime(const std::s
 }
 
 std::vector<std::string> PrivateFolder::entries() const {
-    return namesIn(handle_);
+    return namesInOpenFolder(handle_);
 }
 
 bool PrivateFolder::createFile(const std::string& name) const {
@@ -255,6 +254,46 @@ bool PrivateFolder::replaceFile(const std::string& name, std::string_view bytes)
 
 int PrivateFolder::openEmptyFile(const std::string& name) const {
     return openEmptyIn(handle_, name);
+}
+
+bool PrivateFolder::createLink(const std::string& name, const std::string& target) const {
+    return isEntryName(name) && symlinkat(target.c_str(), handle_, name.c_str()) == 0;
+}
+
+bool PrivateFolder::moveEntry(const std::string& name, const PrivateFolder& target,
+                              const std::string& newName) const {
+    if (!isEntryName(name) || !isEntryName(newName))
+        return false;
+    if (renameat2(handle_, name.c_str(), target.handle_, newName.c_str(), RENAME_NOREPLACE) == 0)
+        return true;
+    // Not every file system knows the flag.
+    return (errno == EINVAL || errno == ENOSYS) && !target.contains(newName) &&
+           renameat(handle_, name.c_str(), target.handle_, newName.c_str()) == 0;
+}
+
+bool PrivateFolder::lock() const {
+    return flock(handle_, LOCK_EX | LOCK_NB) == 0;
+}
+
+bool PrivateFolder::lockFileForGood(const std::string& name) const {
+    const int file = isEntryName(name)
+                         ? openat(handle_, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)
+                         : -1;
+    if (file >= 0 && flock(file, LOCK_SH | LOCK_NB) == 0)
+        return true;  // it stays open, on purpose
+    if (file >= 0)
+        close(file);
+    return false;
+}
+
+bool PrivateFolder::isLocked(const std::string& name) const {
+    if (!isEntryName(name))
+        return false;
+    const int entry = openat(handle_, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    const bool locked = entry >= 0 && flock(entry, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    if (entry >= 0)
+        close(entry);
+    return locked;
 }
 
 bool PrivateFolder::remove(const std::string& name) const {

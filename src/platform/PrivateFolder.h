@@ -17,10 +17,11 @@ class PrivateFolder {
 public:
     enum class Create { no, yes };
 
-    /// Opens an absolute path. The first component (/tmp) is the system's and is taken as it is; each of
-    /// the others must be a real folder, owned by the user and writable by nobody else, and no link is
-    /// followed. With Create::yes missing ones are made with mode 0700. A folder that exists but is not
-    /// as required is reported at level 8, once until the path opens again.
+    /// Opens an absolute path. The first component (/tmp) is the system's and is taken as it is, and so are
+    /// further ones that only root can change, but for the last; each of the others must be a real folder,
+    /// owned by the user and writable by nobody else, and no link is followed. With Create::yes missing ones
+    /// are made with mode 0700. A folder that exists but is not as required is reported at level 8, once
+    /// until the path opens again.
     static std::optional<PrivateFolder> open(const std::string& path, Create create);
 
     /// Opens a path of which only the last component must be private (a user's runtime folder).
@@ -37,6 +38,9 @@ public:
 
     /// A folder inside, with the same demands. Failures are not reported.
     std::optional<PrivateFolder> subfolder(const std::string& name, Create create) const;
+
+    /// Makes an empty folder of mode 0700. False if an entry of that name exists.
+    bool createFolder(const std::string& name) const;
 
     bool contains(const std::string& name) const;
 
@@ -61,6 +65,22 @@ public:
     /// Opens an empty regular file for writing: a new one of mode 0600, or the user's own that is there,
     /// truncated. A handle that the caller closes; -1 if that is not possible.
     int openEmptyFile(const std::string& name) const;
+
+    /// Puts a link there that leads to an absolute path.
+    bool createLink(const std::string& name, const std::string& target) const;
+
+    /// Moves an entry to another folder of the same file system, under a name that nothing has there.
+    bool moveEntry(const std::string& name, const PrivateFolder& target, const std::string& newName) const;
+
+    /// Marks this folder as in use for as long as this object or the process lives. False if another marks
+    /// it.
+    bool lock() const;
+
+    /// Marks a file as in use until the process ends; its name may change meanwhile.
+    bool lockFileForGood(const std::string& name) const;
+
+    /// Whether an entry is marked as in use, by any process.
+    bool isLocked(const std::string& name) const;
 
     /// Removes an entry, a folder with all it contains. Links are removed, never followed; other
     /// file systems mounted inside are left alone. True when nothing of that name is left.

@@ -1,6 +1,7 @@
 #include "reportproblem/AppextLogCollector.h"
 
 #include "reportproblem/OrvLogConstants.h"
+#include "support/ORVNLogger.h"
 
 AppextLogCollector::AppextLogCollector() {
     AppextLogCollector::initLogFolderPath();
@@ -12,5 +13,5 @@ bool AppextLogCollector::isExpectedLog(const std::string& name) const {
 }
 
 void AppextLogCollector::initLogFolderPath() {
-    setLogFolderPath("/tmp/orvtrace/appext");
+    setLogFolderPath(ORVNLogger::logRoot() + "/appext");
 }

@@ -1,6 +1,7 @@
 #include "reportproblem/ChromeGpcLogCollector.h"
 
 #include "reportproblem/OrvLogConstants.h"
+#include "support/ORVNLogger.h"
 
 ChromeGpcLogCollector::ChromeGpcLogCollector() {
     ChromeGpcLogCollector::initLogFolderPath();
@@ -12,5 +13,5 @@ bool ChromeGpcLogCollector::isExpectedLog(const std::string& name) const {
 }
 
 void ChromeGpcLogCollector::initLogFolderPath() {
-    setLogFolderPath("/tmp/orvtrace/cws");
+    setLogFolderPath(ORVNLogger::logRoot() + "/cws");
 }

@@ -1,6 +1,7 @@
 #include "reportproblem/DGALogCollector.h"
 
 #include "reportproblem/OrvLogConstants.h"
+#include "support/ORVNLogger.h"
 
 DGALogCollector::DGALogCollector() {
     DGALogCollector::initLogFolderPath();
@@ -11,5 +12,5 @@ bool DGALogCollector::isExpectedLog(const std::string& name) const {
 }
 
 void DGALogCollector::initLogFolderPath() {
-    setLogFolderPath("/tmp/orvtrace/dga");
+    setLogFolderPath(ORVNLogger::logRoot() + "/dga");
 }

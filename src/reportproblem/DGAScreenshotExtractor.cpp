@@ -22,17 +22,25 @@ bool folderMayBeUsed(const std::string& path) {
 
 }  // namespace
 
-void DGAScreenshotExtractor::generateScreenshot(const std::string& path) const {
+std::string DGAScreenshotExtractor::generateScreenshot(const std::string& path) const {
     if (!folderMayBeUsed(path))
-        return;
+        return "its folder is not the user's alone";
     platform::Task task;
     task.program = platform::programForCommand(kScreencapture);
     task.arguments =
         screenshotArguments(platform::mainScreenFrames(), DGAUtilities::dga_fetchOSVersion(), path);
     task.surroundings = platform::Task::Surroundings::desktop;
-    task.output = platform::Task::Output::discardOutput;
+    task.output = platform::Task::Output::collect;
     task.limit = kLongestCapture;
-    platform::runTask(task);
+    const platform::TaskResult result = platform::runTask(task);
+    if (!result.started)
+        return "the tool cannot be started";
+    if (result.reason == platform::TaskResult::kSignalled)
+        return "the tool took too long";
+    // What it says begins with its name.
+    const std::string said = result.output.substr(0, result.output.find('\n'));
+    const size_t colon = said.find(": ");
+    return result.exitStatus == 0 ? "" : said.substr(colon == std::string::npos ? 0 : colon + 2);
 }
 
 std::vector<std::string> DGAScreenshotExtractor::screenshotArguments(const platform::ScreenFrames& frames,

@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <iterator>
 
-#include "platform/FolderListing.h"
 #include "platform/HomePath.h"
 #include "platform/PrivateFolder.h"
+#include "platform/UserFiles.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ constexpr std::string_view kSharedFolder = "/tmp/";
 
 std::vector<std::string> namesIn(const std::string& folderPath) {
     if (!folderPath.starts_with(kSharedFolder))
-        return platform::namesInFolder(platform::expandTilde(folderPath));
+        return platform::namesInUserFolder(platform::expandTilde(folderPath));
     const auto folder = platform::PrivateFolder::open(folderPath, platform::PrivateFolder::Create::no);
     return folder ? folder->entries() : std::vector<std::string>();
 }

@@ -7,11 +7,11 @@
 #include <mutex>
 
 #include "platform/Report.h"
+#include "platform/StorePath.h"
 #include "support/ORVNLogFile.h"
 
 namespace {
 
-constexpr char kLogRoot[] = "/tmp/orvtrace/";
 constexpr size_t kLongestText = 65536;  // of a server's reply, say
 constexpr char kLinePattern[] = "%Y-%m-%d %H:%M:%S.%e [%P:%t] %v";
 
@@ -64,12 +64,16 @@ ORVNLogger& ORVNLogger::sharedLogger() {
     return *logger;
 }
 
+std::string ORVNLogger::logRoot() {
+    return platform::storePath("orvtrace");
+}
+
 void ORVNLogger::initParams(const Params& params) {
     const std::lock_guard<std::mutex> hold(state_->mutex);
     if (state_->logger)
         return;
-    state_->file = std::make_shared<support::ORVNLogFile>(kLogRoot + params.subPath, params.fileNamePrefix,
-                                                          params.maxFileNum);
+    state_->file = std::make_shared<support::ORVNLogFile>(logRoot() + "/" + params.subPath,
+                                                          params.fileNamePrefix, params.maxFileNum);
     state_->logger = std::make_shared<spdlog::logger>("orvdga", state_->file);
     state_->logger->set_pattern(kLinePattern);
     state_->current = state_->logger.get();

@@ -12,7 +12,7 @@
 #include "platform/Report.h"
 
 /// The program's log: files <prefix><MMddyyyyHHmmss><two digits>.ovt (local time of their beginning)
-/// in /tmp/orvtrace/<sub path>, each of at most 10 MB; when a new one begins, the oldest beyond the
+/// in <logRoot()>/<sub path>, each of at most 10 MB; when a new one begins, the oldest beyond the
 /// given number are removed. Every line is on disk when log() returns. Lines are dropped, and their
 /// number told when writing works again, while the folder cannot be used or the disk is full.
 /// Any thread.
@@ -30,6 +30,9 @@ public:
 
     /// The one logger of the process; it is never destroyed, so it can be used until the end.
     static ORVNLogger& sharedLogger();
+
+    /// The folder of all logs: /tmp/orvtrace, or the user's own in its place (see platform::storePath).
+    static std::string logRoot();
 
     /// Begins to log to files. Before this, lines of level 8 go to standard error and others nowhere.
     /// Also takes over what the platform's services report, under the module "orvdga".

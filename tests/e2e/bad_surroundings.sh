@@ -7,7 +7,8 @@ echo mine > "$HOME/precious/file"
 ln -s "$HOME/precious" /tmp/orvdga
 start_assistant
 parameters '{"confId": "1"}'
-eventually log_says 'the folder /tmp/orvdga is not used' || fail "a planted link is not refused"
+own=$HOME/.cache/orvanedga/orvdga
+eventually log_says "in place of /tmp/orvdga the folder $own is used" || fail "a planted link is not refused"
 [[ $(ls -A "$HOME/precious") == file ]] || fail "something was written through the link"
 rm /tmp/orvdga
 
@@ -21,14 +22,14 @@ printf '\0\0\0\0\377\377\377\377' | socat -u - "UNIX-CONNECT:$XDG_RUNTIME_DIR/co
 eventually log_says 'is too long' || fail "an oversized message is not refused"
 
 parameters "{\"confId\": \"2\", \"processID\": \"$$\"}"
-eventually grep -qs '^39,1,1,confid,0,2,' /tmp/orvdga/orvanedga_meeting_*_"$dga"/*.csv ||
-    fail "no trace after the link is gone"
-[[ $(stat -c %a /tmp/orvdga /tmp/orvdga/*_"$dga" /tmp/orvdga/*_"$dga"/*.csv | tr '\n' ' ') == '700 700 600 ' ]] ||
-    fail "modes: $(stat -c '%a %n' /tmp/orvdga /tmp/orvdga/*/*)"
+eventually grep -qs '^39,1,1,confid,0,2,' "$own"/orvanedga_meeting_*_"$dga"/*.csv ||
+    fail "no trace in the user's own folder"
+[[ $(stat -c %a "$own" "$own"/*_"$dga" "$own"/*_"$dga"/*.csv | tr '\n' ' ') == '700 700 600 ' ]] ||
+    fail "modes: $(stat -c '%a %n' "$own" "$own"/*/*)"
 [[ $(stat -c %a "$XDG_RUNTIME_DIR/com.tellan.orvane.orvanedga.$dga") == 600 ]] || fail "mode of the socket"
 kill -0 "$dga" || fail "the assistant is gone"
 
 [[ $(cat "$HOME/precious/file") == mine ]] || fail "the precious file is lost"
 kill "$dga"
 wait "$dga" || fail "ended with $?"
-ls /tmp/orvdga/orvanedga_meeting_*_"$dga"/*.csv > /dev/null || fail "SIGTERM must leave the trace"
+ls "$own"/orvanedga_meeting_*_"$dga"/*.csv > /dev/null || fail "SIGTERM must leave the trace"

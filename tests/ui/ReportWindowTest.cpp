@@ -115,7 +115,12 @@ TEST_F(ProblemReportingWindowTest, AnOpenWindowKeepsWhatWasEnteredAndAClosedOneF
     EXPECT_EQ(box().title(), lDGADropListNotResponding);
     EXPECT_EQ(box().findText(lDGADropListNotResponding), -1);
     ui::click(send());
-    EXPECT_THAT(upload->asked, ElementsAre(Upload({.systemInfo = true, .serviceType = 1}, "no sound", 6)));
+    EXPECT_THAT(upload->asked,
+                ElementsAre(Upload({.systemInfo = true,
+                                    .serviceType = 1,
+                                    .description = "no sound",
+                                    .category = DGAReportCategory{6, lDGADropListNotResponding}},
+                                   "no sound", 6)));
 
     open();
     EXPECT_EQ(field().stringValue(), "");
@@ -125,8 +130,12 @@ TEST_F(ProblemReportingWindowTest, AnOpenWindowKeepsWhatWasEnteredAndAClosedOneF
     EXPECT_FALSE(send().isEnabled());
     fillIn();
     ui::click(send());
-    EXPECT_EQ(upload->asked.back(),
-              Upload({.screenShot = true, .systemInfo = true, .serviceType = 1}, "no sound", 2))
+    EXPECT_EQ(upload->asked.back(), Upload({.screenShot = true,
+                                            .systemInfo = true,
+                                            .serviceType = 1,
+                                            .description = "no sound",
+                                            .category = DGAReportCategory{2, lDGADropListAudio}},
+                                           "no sound", 2))
         << "the menu is that of now";
 }
 

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+
 namespace {
 
 using platform::CoredumpRecord;
@@ -59,6 +62,40 @@ TEST(CoredumpRecordTest, RefusesWhatIsNoRecord) {
                                 "PID: ../x\nSignal: 11\nTimestamp: 2024-03-15 14:30:25\n",
                                 "PID: 4711\nTimestamp: 2024-03-15 14:30:25\n", "PID: ", ": : :\n"})
         EXPECT_FALSE(CoredumpRecord::parse(listing)) << listing;
+}
+
+// The service's answer is recorded; it comes late, and only while the service is seen at work.
+TEST(CoredumpRecordTest, IsAskedForUntilTheServiceHasWrittenIt) {
+    namespace fs = std::filesystem;
+    const fs::path folder = "/tmp/coredump-test";
+    const struct {
+        const char* pid;
+        int silentAnswers;
+        bool atWork;
+        bool written;
+    } cases[] = {{"4711", 0, false, true},
+                 {"4711", 0, false, false},       // once is enough
+                 {"999999991", 0, false, false},  // of another process
+                 {"999999992", 6, true, true},
+                 {"999999993", 6, false, false}};
+    for (const auto& test : cases) {
+        SCOPED_TRACE(&test - cases);
+        fs::remove_all(folder);
+        fs::create_directories(folder / "proc/77");
+        std::ofstream(folder / "proc/77/comm") << (test.atWork ? "systemd-coredum\n" : "other\n");
+        std::string listing = kListing;
+        if (test.silentAnswers > 0)
+            listing.replace(listing.find("4711"), 4, test.pid);
+        std::ofstream(folder / "listing") << listing;
+        std::ofstream(folder / "service")
+            << "#!/bin/sh\necho >> /tmp/coredump-test/asked\n[ $(wc -l < /tmp/coredump-test/asked) -le "
+            << test.silentAnswers << " ] || cat /tmp/coredump-test/listing\n";
+        fs::permissions(folder / "service", fs::perms::owner_all);
+        platform::writeCoredumpRecord(test.pid, folder / "out", "Convexa_",
+                                      {.program = folder / "service", .procRoot = folder / "proc"});
+        EXPECT_EQ(fs::exists(folder / "out") && !fs::is_empty(folder / "out"), test.written);
+    }
+    fs::remove_all(folder);
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "platform/FolderListing.h"
+#include "platform/UserFiles.h"
 #include "platform/Report.h"
 
 namespace {
@@ -88,8 +88,8 @@ TEST_F(FileMoveTest, AFailureLeavesBothEndsAsTheyWere) {
         EXPECT_EQ(content("/tmp/from/a.zip"), archive_) << to;
     }
     EXPECT_EQ(content("/tmp/small/full.zip"), "old");
-    EXPECT_THAT(platform::namesInFolder("/tmp/small"), UnorderedElementsAre("full.zip"));
-    EXPECT_THAT(platform::namesInFolder("/tmp/to"), UnorderedElementsAre("victim", "folder.zip"));
+    EXPECT_THAT(platform::namesInUserFolder("/tmp/small"), UnorderedElementsAre("full.zip"));
+    EXPECT_THAT(platform::namesInUserFolder("/tmp/to"), UnorderedElementsAre("victim", "folder.zip"));
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "platform/PrivateFolder.h"
 
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -44,6 +45,11 @@ protected:
         fs::create_directories(kStore / name / "deep");
         std::ofstream(kStore / name / "deep/file") << "x";
         fs::create_directory_symlink(kOutside, kStore / name / "link");
+    }
+
+    static std::chrono::system_clock::time_point in(std::chrono::hours hours,
+                                                    std::chrono::minutes minutes = {}) {
+        return std::chrono::system_clock::now() + hours + minutes;
     }
 
     static std::set<std::string> left() {
@@ -95,6 +101,9 @@ TEST_F(RetentionTest, TheOldestOfTooManyGo) {
         for (int number = test.count; number-- > 0; nextMoment()) {
             const std::string name = numbered(test.before, number, test.after);
             test.folder ? makeFolder(name) : makeFile(name);
+            // When it was made counts, not when it was changed.
+            fs::last_write_time(kStore / name,
+                                fs::file_time_type::clock::now() - std::chrono::hours(test.count - number));
             if (number < test.kept)
                 expected.insert(name);
         }
@@ -118,8 +127,31 @@ TEST_F(RetentionTest, GroupsDoNotCountTogether) {
     makeFolder("stray folder");
     fs::create_directory_symlink(kOutside, kStore / "stray link");
     fs::create_symlink("/nowhere", kStore / "dangling link");
-    DGAUtilities::dga_removeExcessiveLogZip();
-    EXPECT_EQ(left(), before);
+    makeFolder("in use");
+    const auto inUse = platform::PrivateFolder::open(kStore / "in use", platform::PrivateFolder::Create::no);
+    ASSERT_TRUE(inUse && inUse->lock());
+    const auto all = left();
+    DGAUtilities::dga_removeExcessiveLogZip(in(0h, 9min));
+    EXPECT_EQ(left(), all) << "strays may be somebody's work";
+    DGAUtilities::dga_removeExcessiveLogZip(in(0h, 11min));
+    auto expected = before;
+    expected.insert("in use");
+    EXPECT_EQ(left(), expected);
+}
+
+TEST_F(RetentionTest, ArchivesGoByAgeAndWhatIsInUseStays) {
+    makeFile("a.zip");
+    makeFile("used.zip");
+    makeFile("orvanedga_orvaneapp_1.zip");
+    makeFolder("orvanedga_meeting_1");
+    const auto store = platform::PrivateFolder::open(kStore, platform::PrivateFolder::Create::no);
+    ASSERT_TRUE(store && store->lockFileForGood("used.zip"));
+    DGAUtilities::dga_removeExcessiveLogZip(in(29 * 24h));
+    EXPECT_EQ(left().size(), 4U);
+    DGAUtilities::dga_removeExcessiveLogZip(in(31 * 24h));
+    EXPECT_EQ(left(), (std::set<std::string>{"used.zip", "orvanedga_meeting_1"}));
+    DGAUtilities::dga__removeExcessiveFile(DGARetentionGroups::kArchives, {"used.zip"});
+    EXPECT_TRUE(left().contains("used.zip"));
 }
 
 TEST_F(RetentionTest, LinksAreOldEntriesLikeOthersAndAreNotFollowed) {

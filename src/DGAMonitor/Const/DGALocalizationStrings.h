@@ -39,6 +39,7 @@ inline constexpr char lDGARPWindowInfoStr[] =
     "Meetings trace file, and a Orvane Meetings memory dump file.";
 inline constexpr char kTextSaveReportButtonSendReport[] = "Save Report";
 inline constexpr char kTextCloseButtonSendReport[] = "Close";
+inline constexpr char kTextTryAgain[] = "Try again";
 inline constexpr char kTextPareparingReport[] = "Preparing report...";
 inline constexpr char kTextReportPareparedSendReport[] = "Report prepared";
 inline constexpr char kTextReportPareparedFailed[] = "Report prepared failed";

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
+#include <iterator>
 #include <utility>
 
 #include "DGAMeetingData/DGACSVFileTool.h"
@@ -14,12 +15,10 @@
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
 #include "DGAMonitor/Utilities/DGAUtilitiesFiles.h"
 #include "DGAMonitor/Utilities/DGAUtilitiesText.h"
-#include "DGAMonitor/Utilities/Tool/DGATaskTool.h"
 #include "platform/CoredumpRecord.h"
-#include "platform/FolderListing.h"
 #include "platform/HomePath.h"
-#include "platform/PrivateFolder.h"
 #include "platform/RunLoop.h"
+#include "platform/UserFiles.h"
 #include "platform/WorkQueue.h"
 #include "reportproblem/OrvLogCollectorConfigurator.h"
 #include "reportproblem/OrvLogConstants.h"
@@ -27,32 +26,22 @@
 
 namespace {
 
-using platform::PrivateFolder;
-
-constexpr char kZipProgram[] = "/usr/bin/zip";
-constexpr char kZipOptions[] = "-jr";
 constexpr char kDetailLevel[] = "basic";
-constexpr char kSPXPrefix[] = "orvdga_system_profile";
 constexpr char kScreenshotPrefix[] = "orvdga_screenshot_";
-constexpr int kEndedByItself = 1;
+// Of an id in an archive's name, in bytes.
+constexpr size_t kLongestId = 64;
 
-void append(std::vector<std::string>& list, const std::vector<std::string>& more) {
-    list.insert(list.end(), more.begin(), more.end());
-}
+std::atomic<bool> theLastRunFailed{false};
 
 // The paths that a folder below the user's Library folder gives keep the slash of its name: it is doubled.
 std::string libraryFolder(const std::string& folder) {
     return fmt::format("{}/{}", platform::expandTilde("~") + "/Library", folder);
 }
 
-std::vector<std::string> firstWithPrefix(const std::string& folderPath, const std::string& prefix) {
-    const auto folder = PrivateFolder::open(folderPath, PrivateFolder::Create::no);
-    if (!folder)
-        return {};
-    const auto names = folder->entries();
-    const auto found = std::find_if(names.begin(), names.end(),
-                                    [&](const std::string& name) { return name.starts_with(prefix); });
-    return found == names.end() ? std::vector<std::string>() : std::vector{folderPath + "/" + *found};
+std::string idInName(const std::optional<std::string>& id) {
+    const std::string name =
+        DGAUtilities::dga_stringWithoutForbiddenSymbolFrom(std::string(support::orNull(id)));
+    return DGAUtilities::beginningOf(name, kLongestId);
 }
 
 }  // namespace
@@ -86,15 +75,15 @@ DGAReportGenerator::DGAReportGenerator(Tools tools)
       runs_(std::make_shared<Runs>()),
       logCollector_(OrvLogCollectorConfigurator::orvLogCollector()) {
     if (!tools_.run)
-        tools_.run = [](const std::string& program, const Paths& args, const TerminateHandle& handle) {
-            DGATaskTool::dga_runTaskWithCMD(program, args, handle);
-        };
+        tools_.run = [](const platform::Task& task) { return platform::runTask(task); };
     if (!tools_.systemProfile)
         tools_.systemProfile = [](const std::string& path, const std::string& detailLevel) {
             DGASystemProfileExtractor().generateSystemProfiler(path, detailLevel);
         };
     if (!tools_.screenshot)
-        tools_.screenshot = [this](const std::string& path) { screenshotExe_.generateScreenshot(path); };
+        tools_.screenshot = [this](const std::string& path) {
+            return screenshotExe_.generateScreenshot(path);
+        };
     if (!tools_.crashRecord)
         tools_.crashRecord = [](const std::string& processId, const std::string& namePrefix) {
             platform::writeCoredumpRecord(
@@ -141,189 +130,203 @@ std::string DGAReportGenerator::saveTime() const {
     return tools_.saveTime();
 }
 
-void DGAReportGenerator::generateReport(const DGAReportOptions& options) {
-    options_ = options;
-    if (options_.serviceType == kDGAServiceTypeHV)
-        generateHVReport();
-    else
-        generateKTReport();
+bool DGAReportGenerator::lastRunFailed() {
+    return theLastRunFailed;
 }
 
-void DGAReportGenerator::generateHVReport() {
+void DGAReportGenerator::generateReport(const DGAReportOptions& options) {
+    options_ = options;
+    // Whoever asks: what a crash has left is the reason for the report.
+    withCrashLogs_ =
+        options.crashLog || DGASessionRecord::sharedRecord().events.contains(DGASessionEventKind::crash);
+    summary_ = {};
+    screenshotFullPath_.reset();
+    spxFullPath_.reset();
+    std::string fault = "the folder of reports cannot be used";
+    std::optional<std::string> archive;
+    if (generateOrvdgaFolder()) {
+        fault = options_.serviceType == kDGAServiceTypeHV ? generateHVReport() : generateKTReport();
+        archive = fault.empty() ? workspace_->publish() : std::nullopt;
+        if (fault.empty() && !archive)
+            fault = "the archive cannot be put into its place";
+    }
+    packer_.reset();
+    workspace_.reset();
+    if (!fault.empty())
+        logWarning("there is no report: {}", fault);
+    theLastRunFailed = !fault.empty();
+    tellDelegate(archive.value_or(""), fault);
+}
+
+std::string DGAReportGenerator::generateHVReport() {
     ORVN_LOG_METHOD();
-    generateOrvdgaFolder();
     recordCrash();
     if (options_.systemInfo)
         generateSystemProfile(kDetailLevel);
     if (options_.screenShot) {
-        screenshotFullPath_ = fmt::format("{}/{}{}.png", kDGATempStorePath, kScreenshotPrefix, saveTime());
+        screenshotFullPath_ = workspace_->pathOf(fmt::format("{}{}.png", kScreenshotPrefix, saveTime()));
         generateScreenshot();
     }
-    fetchHVLogsReportFile();
+    return fetchHVLogsReportFile();
 }
 
-void DGAReportGenerator::generateKTReport() {
+std::string DGAReportGenerator::generateKTReport() {
     ORVN_LOG_METHOD();
-    generateOrvdgaFolder();
     recordCrash();
     if (options_.systemInfo)
         generateSystemProfile(kDetailLevel);
-    fetchKTLogsReportFile();
+    return fetchKTLogsReportFile();
 }
 
-void DGAReportGenerator::generateOrvdgaFolder() {
-    PrivateFolder::open(kDGATempStorePath, PrivateFolder::Create::yes);
+bool DGAReportGenerator::generateOrvdgaFolder() {
+    workspace_ = DGAReportWorkspace::open(archiveNamePrefix(), saveTime());
+    if (workspace_)
+        packer_ = std::make_unique<DGAReportPacker>(*workspace_, tools_.run);
+    return workspace_ != nullptr;
 }
 
 // A client that has said goodbye has not crashed.
 void DGAReportGenerator::recordCrash() const {
     const DGASessionRecord& record = DGASessionRecord::sharedRecord();
     const auto processId = record.pID.get();
-    if (!options_.crashLog || !processId || record.clientHasQuit)
+    if (!withCrashLogs_ || !processId || record.clientHasQuit)
         return;
     const bool isHV = options_.serviceType == kDGAServiceTypeHV;
     tools_.crashRecord(*processId, isHV ? std::string(OrvMeetingCrashLogPrefix) + "_" : kDGAKTCrashLogPrefix);
 }
 
 void DGAReportGenerator::generateSystemProfile(const std::string& detailLevel) {
-    spxFullPath_ = fmt::format("{}/{}", DGACSVFileTool::shareFileTool().dirFilePath(), kDGASPXFileName);
+    spxFullPath_ = workspace_->pathOf(kDGASPXFileName);
     tools_.systemProfile(*spxFullPath_, detailLevel);
 }
 
 void DGAReportGenerator::generateScreenshot() {
     ORVN_LOG_METHOD();
-    tools_.screenshot(*screenshotFullPath_);
+    if (tools_.hideWindows)
+        tools_.hideWindows();
+    screenshotFault_ = tools_.screenshot(*screenshotFullPath_);
+    if (tools_.showWindows)
+        tools_.showWindows();
 }
 
-void DGAReportGenerator::fetchHVLogsReportFile() {
-    Paths files = allLatestLogs();
-    if (options_.crashLog) {
-        logInfo("fetchFileDestinationPathWithOriginalArr crash");
-        append(files, allCrashLogs().value_or(Paths()));
-    } else {
-        logInfo("fetchFileDestinationPathWithOriginalArr normal");
+std::string DGAReportGenerator::fetchHVLogsReportFile() {
+    namespace Kind = ReportFileKind;
+    static constexpr const char* kKinds[] = {Kind::kMeetingLog, Kind::kPluginLog,  Kind::kPluginLog,
+                                             Kind::kAppletLog,  Kind::kParameters, Kind::kAssistantLog,
+                                             Kind::kTopic,      Kind::kTrace};
+    const DGACSVFileTool& trace = DGACSVFileTool::shareFileTool();
+    logCollector_->traceFiles = {trace.orvdgaTopicFilePath(), trace.orvdgaCSVFilePath()};
+    ReportSources sources(kDGAReportSummaryName);
+    const Paths logs = logCollector_->allLatestLogs();
+    for (size_t i = 0; i < logs.size() && i < std::size(kKinds); ++i)
+        sources.add(logs[i], kKinds[i]);
+    logInfo("fetchFileDestinationPathWithOriginalArr {}", withCrashLogs_ ? "crash" : "normal");
+    if (withCrashLogs_) {
+        for (const auto& report : allCrashLogs())
+            sources.add(report, Kind::kCrashReport);
     }
-    zipReportFiles(fetchFileDestinationPathWithOriginalArr(files));
+    addScreenshot(sources);
+    addSystemProfile(sources);
+    return zipReportFiles(sources);
 }
 
-void DGAReportGenerator::zipReportFiles(const Paths& args) {
+std::string DGAReportGenerator::fetchKTLogsReportFile() {
     ORVN_LOG_METHOD();
-    runZip(args, [&](int reason) {
-        if (reason != kEndedByItself)
-            return;
-        removeTempFiles();
-        tellDelegate(args[1]);
-    });
+    namespace Kind = ReportFileKind;
+    ReportSources sources(kDGAReportSummaryName);
+    packKTLogs(kDGAKTStorePath, kDGAKTZipLogFile, sources);
+    packKTLogs(kDGAKTPluginStorePath, kDGAKTPluginZipLogFile, sources);
+    sources.add(ORVNLogger::sharedLogger().logFileName().value_or(""), Kind::kAssistantLog);
+    sources.add(DGACSVFileTool::shareFileTool().orvdgaCSVFilePath(), Kind::kTrace);
+    addSystemProfile(sources);
+    for (const auto& report : allCrashLogs())
+        sources.add(report, Kind::kCrashReport);
+    return zipReportFiles(sources);
 }
 
-void DGAReportGenerator::fetchKTLogsReportFile() {
+// An archive inside the archive, where there is something to put into it.
+void DGAReportGenerator::packKTLogs(const std::string& folder, const std::string& zipFilename,
+                                    ReportSources& sources) {
+    ReportSources logs;
+    logs.add(libraryFolder(folder), ReportFileKind::kToolsLog);
+    const std::string archive = zipFilename + ".zip";
+    std::string fault;
+    if (!logs.files.empty())
+        fault = packer_->pack(zipFilename, logs);
+    for (auto& file : logs.leftOut)
+        summary_.leftOut.push_back({archive + "/" + file.name, file.reason});
+    if (!fault.empty())
+        sources.leaveOut(archive, fault);
+    if (!fault.empty() || logs.files.empty())
+        return;
+    sources.add(workspace_->pathOf(archive), ReportFileKind::kArchive);
+    for (auto& file : logs.files) {
+        file.name = archive + "/" + file.name;
+        summary_.files.push_back(std::move(file));
+    }
+}
+
+std::string DGAReportGenerator::zipReportFiles(ReportSources& sources) {
     ORVN_LOG_METHOD();
-    const auto nothing = [](int /*reason*/) {};
-    runZip(fetchKTFileDestinationPathWithOriginalArr(allLogsInFolder(kDGAKTStorePath), kDGAKTZipLogFile),
-           nothing);
-    runZip(fetchKTFileDestinationPathWithOriginalArr(allLogsInFolder(kDGAKTPluginStorePath),
-                                                     kDGAKTPluginZipLogFile),
-           nothing);
-
-    Paths files = allKTAllinOneLogs();
-    if (options_.systemInfo)
-        append(files, spxFile());
-    append(files, allCrashLogs().value_or(Paths()));
-    const Paths args = fetchKTFileDestinationPathWithOriginalArr(files, kDGAKTAllinOneZipLogFile);
-    runZip(args, [&](int reason) {
-        if (reason != kEndedByItself)
-            return;
-        removeTempFiles();
-        const Paths parts = allKTAllinOneLogs();
-        DGAUtilities::dga_removeFileAtPath(parts[0]);
-        DGAUtilities::dga_removeFileAtPath(parts[1]);
-        tellDelegate(args[1]);
-    });
+    const std::string& number = workspace_->number();
+    std::string fault = packer_->pack(number, sources);
+    if (!fault.empty())
+        return fault;
+    summary_.number = number;
+    summary_.options = options_;
+    summary_.packed = std::chrono::system_clock::now();
+    summary_.files.insert(summary_.files.begin(), sources.files.begin(), sources.files.end());
+    summary_.leftOut.insert(summary_.leftOut.begin(), sources.leftOut.begin(), sources.leftOut.end());
+    if (!workspace_->write(kDGAReportSummaryName, summary_.json(DGASessionRecord::sharedRecord())))
+        return "its summary cannot be written";
+    return packer_->addFile(number, kDGAReportSummaryName);
 }
 
-void DGAReportGenerator::runZip(const Paths& args, const TerminateHandle& handle) const {
-    tools_.run(kZipProgram, args, handle);
-}
-
-void DGAReportGenerator::removeTempFiles() const {
-    ORVN_LOG_METHOD();
-    if (spxFullPath_)
-        DGAUtilities::dga_removeFileAtPath(*spxFullPath_);
-    if (screenshotFullPath_)
-        DGAUtilities::dga_removeFileAtPath(*screenshotFullPath_);
-}
-
-void DGAReportGenerator::tellDelegate(const std::string& archivePath) const {
-    platform::performOnMain([weak = delegate_, archivePath] {
-        if (const auto delegate = weak.lock())
+void DGAReportGenerator::tellDelegate(const std::string& archivePath, const std::string& fault) const {
+    platform::performOnMain([weak = delegate_, archivePath, fault] {
+        const auto delegate = weak.lock();
+        if (delegate && fault.empty())
             delegate->reportFileGeneratedAt(archivePath);
+        else if (delegate)
+            delegate->reportFailed(fault);
     });
 }
 
 // The ids come from outside; without "/" and "." they cannot lead out of the folder.
-DGAReportGenerator::Paths DGAReportGenerator::fetchFileDestinationPathWithOriginalArr(
-    const Paths& files) const {
+std::string DGAReportGenerator::archiveNamePrefix() const {
+    if (options_.serviceType == kDGAServiceTypeKT)
+        return kDGAKTRunPrefix;
     const DGASessionRecord& record = DGASessionRecord::sharedRecord();
-    const std::string name = fmt::format("{}_{}_{}", support::orNull(record.confID.get()),
-                                         support::orNull(record.userID.get()), saveTime());
-    Paths args = {kZipOptions, fmt::format("{}/{}", kDGATempStorePath,
-                                           DGAUtilities::dga_stringWithoutForbiddenSymbolFrom(name))};
-    append(args, files);
-    if (options_.screenShot)
-        append(args, screenShotPicture());
-    if (options_.systemInfo)
-        append(args, spxFile());
-    return args;
+    return fmt::format("{}_{}_", idInName(record.confID.get()), idInName(record.userID.get()));
 }
 
-DGAReportGenerator::Paths DGAReportGenerator::fetchKTFileDestinationPathWithOriginalArr(
-    const Paths& files, const std::string& zipFilename) const {
-    Paths args = {kZipOptions, zipFilename == kDGAKTAllinOneZipLogFile
-                                   ? fmt::format("{}/{}_{}", kDGATempStorePath, zipFilename, saveTime())
-                                   : fmt::format("{}/{}", kDGATempStorePath, zipFilename)};
-    append(args, files);
-    return args;
-}
-
-DGAReportGenerator::Paths DGAReportGenerator::allLatestLogs() {
-    const DGACSVFileTool& trace = DGACSVFileTool::shareFileTool();
-    logCollector_->traceFiles = {trace.orvdgaTopicFilePath(), trace.orvdgaCSVFilePath()};
-    return logCollector_->allLatestLogs();
-}
-
-std::optional<DGAReportGenerator::Paths> DGAReportGenerator::allCrashLogs() {
+DGAReportGenerator::Paths DGAReportGenerator::allCrashLogs() {
     if (options_.serviceType == kDGAServiceTypeHV)
         return logCollector_->allCrashLogs();
-    if (options_.serviceType != kDGAServiceTypeKT)
-        return std::nullopt;
     const std::string folder = libraryFolder(kDGAKTCrashStorePath);
     Paths reports;
-    for (const auto& name : platform::namesInFolder(folder)) {
+    for (const auto& name : platform::namesInUserFolder(folder)) {
         if (name.starts_with(kDGAKTCrashLogPrefix))
             reports.push_back(fmt::format("{}/{}", folder, name));
     }
     return reports;
 }
 
-DGAReportGenerator::Paths DGAReportGenerator::spxFile() {
-    return firstWithPrefix(DGACSVFileTool::shareFileTool().dirFilePath(), kSPXPrefix);
+void DGAReportGenerator::addScreenshot(ReportSources& sources) const {
+    if (!screenshotFullPath_)
+        return;
+    const size_t before = sources.files.size();
+    sources.add(*screenshotFullPath_, ReportFileKind::kScreenshot);
+    if (sources.files.size() == before)
+        sources.leaveOut(*screenshotFullPath_,
+                         screenshotFault_.empty() ? "there is no picture" : screenshotFault_);
 }
 
-DGAReportGenerator::Paths DGAReportGenerator::screenShotPicture() {
-    return firstWithPrefix(kDGATempStorePath, kScreenshotPrefix);
-}
-
-DGAReportGenerator::Paths DGAReportGenerator::allLogsInFolder(const std::string& folder) {
-    const std::string path = libraryFolder(folder);
-    Paths logs = platform::namesInFolder(path);
-    for (auto& log : logs)
-        log = fmt::format("{}/{}", path, log);
-    return logs;
-}
-
-DGAReportGenerator::Paths DGAReportGenerator::allKTAllinOneLogs() {
-    return OrvLogCollector::listUntilMissing(
-        {fmt::format("{}/{}.zip", kDGATempStorePath, kDGAKTZipLogFile),
-         fmt::format("{}/{}.zip", kDGATempStorePath, kDGAKTPluginZipLogFile),
-         ORVNLogger::sharedLogger().logFileName(), DGACSVFileTool::shareFileTool().orvdgaCSVFilePath()});
+void DGAReportGenerator::addSystemProfile(ReportSources& sources) const {
+    if (!spxFullPath_)
+        return;
+    const size_t before = sources.files.size();
+    sources.add(*spxFullPath_, ReportFileKind::kSystemProfile);
+    if (sources.files.size() == before)
+        sources.leaveOut(*spxFullPath_, "the profile could not be made");
 }

@@ -8,6 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "DGAMonitor/Report/DGAReportPacker.h"
+#include "DGAMonitor/Report/DGAReportSummary.h"
+#include "DGAMonitor/Report/DGAReportWorkspace.h"
 #include "DGAMonitor/Session/DGAReportMaker.h"
 #include "reportproblem/DGAScreenshotExtractor.h"
 #include "reportproblem/OrvLogCollector.h"
@@ -18,15 +21,18 @@
 class DGAReportGenerator : public DGAReportMaker, public std::enable_shared_from_this<DGAReportGenerator> {
 public:
     using Paths = std::vector<std::string>;
-    using TerminateHandle = std::function<void(int reason)>;
 
     /// What a run does outside its own process. Each returns when it is done; one that is left empty does
     /// what it says by the real tool.
     struct Tools {
-        /// Runs a program; the handle is told 1 if it ended by itself, 2 if a signal ended it.
-        std::function<void(const std::string& program, const Paths& args, const TerminateHandle&)> run;
+        DGAReportPacker::Run run;
         std::function<void(const std::string& path, const std::string& detailLevel)> systemProfile;
-        std::function<void(const std::string& path)> screenshot;
+        /// Returns why there is no picture, or "".
+        std::function<std::string(const std::string& path)> screenshot;
+        /// Takes the assistant's own windows off the screen, and puts those back that were there. Around each
+        /// screenshot, in pairs; left empty, nothing is done.
+        std::function<void()> hideWindows;
+        std::function<void()> showWindows;
         /// Writes down what the system has recorded of a client's crash.
         std::function<void(const std::string& processId, const std::string& namePrefix)> crashRecord;
         std::function<std::string()> saveTime;
@@ -53,36 +59,38 @@ public:
     /// Whether reports exist for a service type.
     static bool hasReports(int64_t serviceType);
 
+    /// Whether the last run of the process has failed, so that what it was to pack is still needed.
+    static bool lastRunFailed();
+
+    /// Ends all runs of the process without an archive; for its end. Waits for a second at most. Any thread.
+    static void endAllRuns() { DGAReportPacker::endAll(); }
+
     /// The current local time as it stands in file names, "yyyyMMdd_HHmmss".
     std::string saveTime() const;
 
 private:
     struct Runs;
 
-    // The steps of a run; on the queue's thread, one run at a time.
+    // The steps of a run; on the queue's thread, one run at a time. Those that return a text return why there
+    // is no archive, or "".
     void generateReport(const DGAReportOptions& options);
-    void generateHVReport();
-    void generateKTReport();
-    static void generateOrvdgaFolder();
+    std::string generateHVReport();
+    std::string generateKTReport();
+    bool generateOrvdgaFolder();
     void recordCrash() const;
     void generateSystemProfile(const std::string& detailLevel);
     void generateScreenshot();
-    void fetchHVLogsReportFile();
-    void fetchKTLogsReportFile();
-    void zipReportFiles(const Paths& args);
-    void runZip(const Paths& args, const TerminateHandle& handle) const;
-    void removeTempFiles() const;
-    void tellDelegate(const std::string& archivePath) const;
+    std::string fetchHVLogsReportFile();
+    std::string fetchKTLogsReportFile();
+    std::string zipReportFiles(ReportSources& sources);
+    void packKTLogs(const std::string& folder, const std::string& zipFilename, ReportSources& sources);
+    void tellDelegate(const std::string& archivePath, const std::string& fault) const;
 
     // What goes into the archive.
-    Paths fetchFileDestinationPathWithOriginalArr(const Paths& files) const;
-    Paths fetchKTFileDestinationPathWithOriginalArr(const Paths& files, const std::string& zipFilename) const;
-    Paths allLatestLogs();
-    std::optional<Paths> allCrashLogs();
-    static Paths spxFile();
-    static Paths screenShotPicture();
-    static Paths allLogsInFolder(const std::string& folder);
-    static Paths allKTAllinOneLogs();
+    std::string archiveNamePrefix() const;
+    Paths allCrashLogs();
+    void addScreenshot(ReportSources& sources) const;
+    void addSystemProfile(ReportSources& sources) const;
 
     std::weak_ptr<DGAReportGeneratorDelegate> delegate_;
     DGAScreenshotExtractor screenshotExe_;
@@ -91,7 +99,12 @@ private:
 
     // Of the run that goes on.
     DGAReportOptions options_;
+    bool withCrashLogs_ = false;
     std::unique_ptr<OrvLogCollector> logCollector_;
+    std::unique_ptr<DGAReportWorkspace> workspace_;
+    std::unique_ptr<DGAReportPacker> packer_;
+    DGAReportSummary summary_;
     std::optional<std::string> spxFullPath_;
     std::optional<std::string> screenshotFullPath_;
+    std::string screenshotFault_;
 };

@@ -7,6 +7,7 @@
 
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Report/DGAReportRetention.h"
+#include "DGAMonitor/Utilities/DGAUtilitiesFiles.h"
 #include "platform/PrivateFolder.h"
 #include "support/ORVNLogger.h"
 
@@ -14,10 +15,26 @@ namespace {
 
 using platform::PrivateFolder;
 
+// What an assistant without a mark, or another program, may be making just now.
+constexpr std::chrono::minutes kYoungestStray{10};
+constexpr std::chrono::hours kOldestArchive{std::chrono::hours(24) * 30};
+
 // As dga_removeFileAtPath, in a folder that is open already.
 void removeReport(const PrivateFolder& folder, const std::string& name) {
-    if (!folder.remove(name))
-        logWarning("{} stays in {}: it cannot be removed", name, kDGATempStorePath);
+    if (!folder.isLocked(name) && !folder.remove(name))
+        logWarning("{} stays in {}: it cannot be removed", name, dgaStorePath());
+}
+
+// Those that were made before; the others, and what is in use, are left in the list.
+void removeOlder(const PrivateFolder& folder, std::vector<std::string>& names,
+                 std::chrono::system_clock::time_point oldest) {
+    std::erase_if(names, [&](const std::string& name) {
+        const auto made = folder.creationTime(name);
+        const bool old = made && *made < oldest.time_since_epoch() && !folder.isLocked(name);
+        if (old)
+            removeReport(folder, name);
+        return old;
+    });
 }
 
 bool isMoreThan(const std::vector<std::string>& names, double count) {
@@ -26,14 +43,15 @@ bool isMoreThan(const std::vector<std::string>& names, double count) {
 
 }  // namespace
 
-void DGAUtilities::dga_removeExcessiveLogZip() {
+void DGAUtilities::dga_removeExcessiveLogZip(std::chrono::system_clock::time_point now) {
     ORVN_LOG_METHOD();
-    const auto folder = PrivateFolder::open(kDGATempStorePath, PrivateFolder::Create::no);
+    const auto folder = PrivateFolder::open(dgaStorePath(), PrivateFolder::Create::no);
     if (!folder)
         return;
-    const DGARetentionGroups groups = dgaRetentionGroups(folder->entries());
-    for (const auto& name : groups.strays)
-        removeReport(*folder, name);
+    DGARetentionGroups groups = dgaRetentionGroups(folder->entries());
+    removeOlder(*folder, groups.strays, now - kYoungestStray);
+    removeOlder(*folder, groups.archives, now - kOldestArchive);
+    removeOlder(*folder, groups.toolsArchives, now - kOldestArchive);
     if (isMoreThan(groups.archives, kMaxZipLogFileCount))
         dga__removeExcessiveFile(DGARetentionGroups::kArchives, groups.archives);
     if (isMoreThan(groups.toolsArchives, kMaxZipLogFileCount))
@@ -48,7 +66,7 @@ void DGAUtilities::dga__removeExcessiveFile(int groupCode, const std::vector<std
         std::chrono::nanoseconds createDate;
         std::string fileName;
     };
-    const auto folder = PrivateFolder::open(kDGATempStorePath, PrivateFolder::Create::no);
+    const auto folder = PrivateFolder::open(dgaStorePath(), PrivateFolder::Create::no);
     if (!folder)
         return;
     std::vector<Entry> entries;

@@ -3,7 +3,16 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+
+/// What kind of problem a report is about.
+struct DGAReportCategory {
+    int64_t number = 0;
+    std::string name;  ///< in English
+
+    bool operator==(const DGAReportCategory&) const = default;
+};
 
 /// What goes into a report beside the logs, and which service's report it is.
 struct DGAReportOptions {
@@ -11,16 +20,22 @@ struct DGAReportOptions {
     bool systemInfo = false;
     bool crashLog = false;
     int64_t serviceType = 0;
+    // What the user says; it goes into the report's summary. None of a report that nobody has asked for.
+    std::string description = {};
+    std::optional<DGAReportCategory> category = {};
 
     bool operator==(const DGAReportOptions&) const = default;
 };
 
-/// Told about a finished report.
+/// Told how a run has ended: by one of the two calls, once. Main thread.
 class DGAReportGeneratorDelegate {
 public:
     virtual ~DGAReportGeneratorDelegate() = default;
-    /// The archive's path without its ".zip" ending. Main thread.
+    /// The archive is whole. Its path without its ".zip" ending.
     virtual void reportFileGeneratedAt(const std::string& path) = 0;
+    /// There is no archive. `reason` is for the log, in English; the logs and the trace that were to go into
+    /// it are still there, so that another run may succeed.
+    virtual void reportFailed(const std::string& /*reason*/) {}
 };
 
 /// Makes reports, for those who need not know how: the windows.
@@ -32,7 +47,8 @@ public:
     virtual void setDelegate(std::weak_ptr<DGAReportGeneratorDelegate> delegate) = 0;
 
     /// Starts a run and returns at once. `completion`, which may be empty, is called on another thread when
-    /// the run has ended. A service type that has no reports starts nothing and never calls it.
+    /// the run has ended, with an archive or without. A service type that has no reports starts nothing and
+    /// never calls it.
     virtual void startGenerateReportIfScreenShot(const DGAReportOptions& options,
                                                  std::function<void()> completion) = 0;
 };

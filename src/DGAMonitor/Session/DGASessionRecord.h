@@ -1,12 +1,14 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 
+#include "DGAMonitor/Session/DGASessionEvents.h"
 #include "platform/Guarded.h"
 
 class DGATelemetryManager;
@@ -66,6 +68,8 @@ public:
     std::atomic<bool> isUT{false};           ///< keeps the process alive at quit
     std::atomic<bool> clientHasQuit{false};  ///< the client has said goodbye
     std::atomic<bool> endReported{false};    ///< the report of the client's end, good or bad, has ended
+    DGASessionEvents events;                 ///< what has happened so far
+    const std::chrono::system_clock::time_point started = std::chrono::system_clock::now();
 
     DGASessionRecord(const DGASessionRecord&) = delete;
     DGASessionRecord& operator=(const DGASessionRecord&) = delete;

@@ -6,7 +6,12 @@
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
 #include "DGAMonitor/Utilities/DGAUtilitiesText.h"
 #include "platform/PrivateFolder.h"
+#include "platform/StorePath.h"
 #include "support/ORVNLogger.h"
+
+std::string dgaStorePath() {
+    return platform::storePath(std::string(kDGATempStorePath).substr(sizeof("/tmp/") - 1));
+}
 
 void DGAUtilities::dga_createOrvdgaTopicFileAtPath(const std::string& path,
                                                    const std::optional<std::string>& confName) {
@@ -28,7 +33,7 @@ int64_t DGAUtilities::dga_fetchFileSizeAt(const std::string& path) {
 
 void DGAUtilities::dga_removeFileAtPath(const std::string& path) {
     ORVN_LOG_METHOD();
-    const std::string store = std::string(kDGATempStorePath) + "/";
+    const std::string store = dgaStorePath() + "/";
     if (path.compare(0, store.size(), store) != 0) {
         platform::removeAtPath(path);
         return;

@@ -4,6 +4,10 @@
 #include <optional>
 #include <string>
 
+/// The folder of everything the assistant collects: kDGATempStorePath, or the user's own in its place (see
+/// platform::storePath).
+std::string dgaStorePath();
+
 namespace DGAUtilities {
 
 /// Writes the topic file: the meeting's name in base64, a line feed, and the current local time as

@@ -24,6 +24,13 @@ std::string DGAUtilities::dga_stringWithoutForbiddenSymbolFrom(std::string text)
     return text;
 }
 
+std::string DGAUtilities::beginningOf(const std::string& text, size_t mostBytes) {
+    size_t end = std::min(text.size(), mostBytes);
+    while (end > 0 && end < text.size() && !startsCharacter(text[end]))
+        --end;
+    return text.substr(0, end);
+}
+
 bool DGAUtilities::isValidTrackID(const std::optional<std::string>& trackID) {
     return isMatchWithPattern(trackID, kDGATrackIDPatternDocShow) ||
            isMatchWithPattern(trackID, kDGATrackIDPatternClientGen);

@@ -13,6 +13,9 @@ namespace DGAUtilities {
 /// Without the characters \ / : * ? " < > | and the full stop.
 std::string dga_stringWithoutForbiddenSymbolFrom(std::string text);
 
+/// The beginning of a UTF-8 text, of at most so many bytes and without a part of a character.
+std::string beginningOf(const std::string& text, size_t mostBytes);
+
 /// Whether a text has one of the two forms of a tracking id.
 bool isValidTrackID(const std::optional<std::string>& trackID);
 

@@ -41,6 +41,7 @@ void DGADealNotifTargetTool::dealNormalQuitFromClient(const platform::Notificati
     quitSeen_ = true;
     DGASessionRecord& record = DGASessionRecord::sharedRecord();
     record.clientHasQuit = true;
+    record.events.add(DGASessionEventKind::goodbye);
     ORVN_LOG_METHOD();
     checkTool_.clientSaidGoodbye();
     DGACSVFileTool::saveTraceRecord({.moduleType = DGATraceModule::clientQuit, .basicInfo = "client quit"});

@@ -215,6 +215,7 @@ void DGAHeartBeatCheckTool::findProcess(DGAWatchVerdict verdict) {
 }
 
 void DGAHeartBeatCheckTool::dealCrash() {
+    record().events.add(DGASessionEventKind::crash);
     const int64_t serviceType = record().serviceType;
     DGAUtilities::dga_recordCPUMemoryInfo();
     // The delegate is told of an archive only; where none could be made, the end of the run has to do, or the
@@ -305,6 +306,7 @@ void DGAHeartBeatCheckTool::frozeAlert() {
     if (frozeWinCtrl_)
         return;
     ++frozenWindowShowingTimesFlag_;
+    record().events.add(DGASessionEventKind::freeze);
     frozeWinCtrl_ = DGAApplicationWindows::sharedWindows().makeFrozeWindow(self_);
     // Nobody will ever answer.
     if (!frozeWinCtrl_)
@@ -323,11 +325,13 @@ void DGAHeartBeatCheckTool::frozeWindowButtonDidClickWithIndex(int index) {
     } else if (index == 0) {
         record().isFreeze = true;
         dgaSendTelemetryAction(record(), DGATelemetryAction::quitAndSend);
+        record().events.add(DGASessionEventKind::quit);
         record().readyToQuit = true;
         generateReportWindow();
         record().isFreeze = false;
     } else if (index == 1) {
         record().readyToQuit = false;
+        record().events.add(DGASessionEventKind::wait);
         dgaSendTelemetryAction(record(), DGATelemetryAction::wait);
         const std::lock_guard<std::mutex> hold(lock_);
         timeInterval_ = 0.0;

@@ -5,6 +5,7 @@
 
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Const/DGAConst.h"
+#include "DGAMonitor/Report/DGAReportGenerator.h"
 #include "DGAMonitor/Report/DGAUtilitiesRetention.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Session/DGATelemetryManager.h"
@@ -29,7 +30,8 @@ void DGAUtilities::dga_judgeIfNeedQuit() {
 
 void DGAUtilities::dga_prepareToQuit() {
     ORVN_LOG_METHOD();
-    dga_removeFileAtPath(std::string(kDGATempStorePath) + "/" + kDGASPXFileName);
+    DGAReportGenerator::endAllRuns();
+    dga_removeFileAtPath(dgaStorePath() + "/" + kDGASPXFileName);
     dga_removeExcessiveLogZip();
 }
 
@@ -41,7 +43,11 @@ void DGAUtilities::dga_quit() {
     // The process ends on the trace's own queue: a record that is still waiting there would otherwise make
     // the folder anew.
     DGACSVFileTool::traceQueue().sync([name] {
-        DGACSVFileTool::shareFileTool().removeFile();
+        // What could not be packed is all that is left of the run.
+        if (DGAReportGenerator::lastRunFailed())
+            logWarning("the run's folder stays: {}", DGACSVFileTool::shareFileTool().dirFilePath());
+        else
+            DGACSVFileTool::shareFileTool().removeFile();
         logInfo("Finally {}", name);
         if (DGASessionRecord::sharedRecord().isUT)
             return;

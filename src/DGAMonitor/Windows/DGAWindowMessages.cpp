@@ -46,13 +46,20 @@ void to_json(json& to, const DGAReportOptions& from) {
     to = {{"screenShot", from.screenShot},
           {"systemInfo", from.systemInfo},
           {"crashLog", from.crashLog},
-          {"serviceType", from.serviceType}};
+          {"serviceType", from.serviceType},
+          {"description", from.description}};
+    if (from.category)
+        to["category"] = {{"number", from.category->number}, {"name", from.category->name}};
 }
 void from_json(const json& from, DGAReportOptions& to) {
     to.screenShot = from.value("screenShot", false);
     to.systemInfo = from.value("systemInfo", false);
     to.crashLog = from.value("crashLog", false);
     to.serviceType = from.value("serviceType", int64_t{0});
+    to.description = from.value("description", std::string());
+    if (const auto category = from.find("category"); category != from.end())
+        to.category =
+            DGAReportCategory{category->value("number", int64_t{0}), category->value("name", std::string())};
 }
 
 namespace {
@@ -103,7 +110,7 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Record, fields)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Show, number, window, level)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Close, window)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(ToFront, window, center)
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(ReportMade, maker, path)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(ReportMade, maker, path, fault)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(ReportEnded, maker, run)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Hide, hidden)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(State, handled, prompt, report, upload)

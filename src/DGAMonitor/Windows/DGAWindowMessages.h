@@ -41,10 +41,11 @@ struct ToFront {  ///< a visible window before all others
     int32_t window = 0;
     bool center = false;  ///< also to the middle of the screen
 };
-struct ReportMade {  ///< of the maker of that number
+struct ReportMade {  ///< of the maker of that number; or it could not be made
     static constexpr int32_t kId = 5;
     int64_t maker = 0;
-    std::string path;  ///< the archive's, without ".zip"
+    std::string path;   ///< the archive's, without ".zip"
+    std::string fault;  ///< why there is none; "" if there is one
 };
 struct ReportEnded {  ///< the run has ended, with an archive or without
     static constexpr int32_t kId = 6;

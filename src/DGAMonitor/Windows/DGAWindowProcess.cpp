@@ -92,7 +92,11 @@ struct DGAWindowProcess::Maker final : DGAReportGeneratorDelegate {
 
     void reportFileGeneratedAt(const std::string& path) override {
         if (const auto held = process.lock())
-            held->send(ReportMade{number, path});
+            held->send(ReportMade{number, path, {}});
+    }
+    void reportFailed(const std::string& reason) override {
+        if (const auto held = process.lock())
+            held->send(ReportMade{number, {}, reason});
     }
 };
 

@@ -247,6 +247,17 @@ void UploadView::showReportPreparedStep(bool succeeded) {
     redraw();
 }
 
+void UploadView::showReportFailed() {
+    ORVN_LOG_METHOD();
+    setText(*ui_->prepareLabel, dgaText(kTextReportPareparedFailed));
+    showError(*ui_->imageStep1);
+    saveTrace("client upload failed");
+    showSaveReportButton();
+    ui_->saveButton->setText(dgaText(kTextTryAgain));
+    stopSpinner();
+    redraw();
+}
+
 void UploadView::showConnectServerStep(bool succeeded) {
     ORVN_LOG_METHOD();
     if (succeeded) {

@@ -40,6 +40,8 @@ public:
 
     // The steps: true shows that one has succeeded, false that it has failed.
     void showReportPreparedStep(bool succeeded);
+    /// There is no archive, so that nothing can be saved: the save button becomes "Try again".
+    void showReportFailed();
     void showConnectServerStep(bool succeeded);
     void showUploadingToServerStep(bool succeeded);
     void showOverheadStep(bool succeeded);

@@ -84,6 +84,12 @@ void UploadViewController::reportFileGeneratedAt(const std::string& path) {
         uploadView->showSizeExcessiveStep(false);
 }
 
+void UploadViewController::reportFailed(const std::string& /*reason*/) {
+    failed_ = true;
+    if (uploadView)
+        uploadView->showReportFailed();
+}
+
 void UploadViewController::setupParameters() {
     ORVN_LOG_METHOD();
     passParameters();
@@ -306,7 +312,10 @@ void UploadViewController::OKBtnClicked() {
 }
 
 void UploadViewController::saveBtnClicked() {
-    if (uploadView && !savePanel_)
+    // The button's other meaning where there is nothing to save.
+    if (const auto again = tryAgain_; failed_ && again)
+        again();
+    else if (uploadView && !savePanel_)
         savePanel_ = DGASavePanel::dga_showSavePanelWithName(fileNameOf(fileFullPath_), {"zip"},
                                                              uploadView->window(), this, {});
 }

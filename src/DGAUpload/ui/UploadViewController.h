@@ -44,6 +44,10 @@ public:
     void detach();
 
     void reportFileGeneratedAt(const std::string& path) override;
+    void reportFailed(const std::string& reason) override;
+
+    /// Begins anew, in place of this controller, where the user wants a failed report tried again.
+    void setTryAgain(std::function<void()> tryAgain) { tryAgain_ = std::move(tryAgain); }
 
     /// Shows the uploader's "progressUpdate" or "statusUpdate".
     void notifyMainThread(const std::string& what);
@@ -118,6 +122,8 @@ private:
     std::string catagory_;
     std::shared_ptr<DGAReportMaker> maker_;
     std::string fileFullPath_;
+    bool failed_ = false;  ///< there is no archive
+    std::function<void()> tryAgain_;
     bool sending_ = false;  ///< the assistant was told so, and not yet how it ended
 
     Parts parts_;

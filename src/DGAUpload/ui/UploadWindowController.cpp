@@ -34,6 +34,9 @@ void UploadWindowController::showUploadWindowIfScreenShot(const DGAReportOptions
     uploadVC_->setOptions(options);
     uploadVC_->setComment(comment);
     uploadVC_->setCatagory(fmt::format("{}", problemCatagory));
+    uploadVC_->setTryAgain([this, options, comment, problemCatagory] {
+        showUploadWindowIfScreenShot(options, comment, problemCatagory);
+    });
     setupWindow();
 }
 

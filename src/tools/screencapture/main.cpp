@@ -1,4 +1,5 @@
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -45,6 +46,9 @@ int capture(const tools::CaptureOptions& options) {
     if (const char* wayland = std::getenv("WAYLAND_DISPLAY"); wayland && *wayland) {
         const tools::PortalAnswer answer = tools::screenshotFromPortal();
         fault = answer.path.empty() ? answer.fault : tools::copyPng(answer.path, options.path);
+        // It was made for this picture, often in the user's folder of pictures.
+        if (!answer.path.empty())
+            unlink(answer.path.c_str());
         if (answer.reached)
             return fault.empty() ? EXIT_SUCCESS : failed(fault);
     }

@@ -40,11 +40,15 @@ std::string interfaceType(const std::string& folder) {
         std::filesystem::exists(folder + "/phy80211", failed))
         return "wireless";
     const std::string type = firstLine(folder + "/type");
+    if (fileText(folder + "/uevent", 4096).find("DEVTYPE=wireguard") != std::string::npos)
+        return "VPN (WireGuard)";
+    if (type == "512")
+        return "VPN or modem (PPP)";
     if (type == "772")
         return "loopback";
     if (type == "1")
         return std::filesystem::exists(folder + "/device", failed) ? "ethernet" : "virtual ethernet";
-    return type == "65534" ? "tunnel" : "type " + type;
+    return type == "65534" ? "VPN (tunnel)" : "type " + type;
 }
 
 }  // namespace
@@ -100,8 +104,15 @@ Items graphicsItems(const Sources& sources) {
         if (firstLine(device + "/class").rfind("0x03", 0) != 0)
             continue;
         Dictionary card{{"slot", name}};
-        add(card, "vendor", firstLine(device + "/vendor"));
-        add(card, "device", firstLine(device + "/device"));
+        const std::string vendor = firstLine(device + "/vendor");
+        const std::string model = firstLine(device + "/device");
+        add(card, "vendor", vendor);
+        add(card, "device", model);
+        if (vendor.starts_with("0x") && model.starts_with("0x")) {
+            const PciNames names = pciNames(sources, vendor.substr(2), model.substr(2));
+            add(card, "vendor_name", names.vendor);
+            add(card, "device_name", names.device);
+        }
         add(card, "driver", linkName(device + "/driver"));
         items.emplace_back(card);
     }

@@ -28,6 +28,30 @@ std::string inSearchPath(const std::string& searchPath, const std::string& progr
     return "";
 }
 
+void addFlatpakBrowsers(const Sources& sources, Items& items) {
+    for (const auto& folder :
+         {sources.var + "/lib/flatpak/app", sources.home + "/.local/share/flatpak/app"}) {
+        for (const char* name : {"org.mozilla.firefox", "org.chromium.Chromium", "com.google.Chrome",
+                                 "com.microsoft.Edge", "com.brave.Browser", "com.opera.Opera",
+                                 "com.vivaldi.Vivaldi", "org.gnome.Epiphany", "org.kde.falkon"}) {
+            if (access((folder + "/" + name).c_str(), F_OK) == 0)
+                items.emplace_back(Dictionary{{"flatpak", name}});
+        }
+    }
+}
+
+void addSnapBrowsers(const Sources& sources, Items& items) {
+    for (const char* name : {"firefox", "chromium", "brave", "opera", "vivaldi"}) {
+        const std::string folder = sources.snap + "/" + name + "/current";
+        if (access(folder.c_str(), F_OK) != 0)
+            continue;
+        Dictionary entries{{"snap", name}};
+        for (const auto& line : linesOf(fileText(folder + "/meta/snap.yaml")))
+            add(entries, "version", fieldOf(line, "version:"));
+        items.emplace_back(entries);
+    }
+}
+
 }  // namespace
 
 std::map<std::string, std::string> installedPackages(const Sources& sources) {
@@ -86,9 +110,15 @@ Items browserItems(const Sources& sources, const std::map<std::string, std::stri
         if (path.empty())
             continue;
         Dictionary entries{{"path", path}};
-        add(entries, "version", versionOf(packages, browser.package));
+        std::string version = versionOf(packages, browser.package);
+        if (version.empty() && packages.empty())
+            version = trimmed(
+                sources.command(std::string("rpm -q --qf '%{VERSION}-%{RELEASE}' ") + browser.package));
+        add(entries, "version", version);
         items.emplace_back(entries);
     }
+    addFlatpakBrowsers(sources, items);
+    addSnapBrowsers(sources, items);
     return items;
 }
 

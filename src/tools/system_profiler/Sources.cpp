@@ -1,6 +1,9 @@
 #include "tools/system_profiler/Sources.h"
 
+#include <gio/gio.h>
+
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -9,6 +12,46 @@
 
 namespace tools {
 
+namespace {
+
+// A value that is no text is told as GVariant prints it.
+std::string desktopSetting(const char* schemaName, const char* key) {
+    GSettingsSchemaSource* const source = g_settings_schema_source_get_default();
+    GSettingsSchema* const schema =
+        source ? g_settings_schema_source_lookup(source, schemaName, TRUE) : nullptr;
+    std::string text;
+    if (schema && g_settings_schema_has_key(schema, key) != FALSE) {
+        GSettings* const settings = g_settings_new(schemaName);
+        GVariant* const value = g_settings_get_value(settings, key);
+        if (g_variant_is_of_type(value, G_VARIANT_TYPE_STRING) != FALSE) {
+            text = g_variant_get_string(value, nullptr);
+        } else {
+            char* const printed = g_variant_print(value, FALSE);
+            text = printed;
+            g_free(printed);
+        }
+        g_variant_unref(value);
+        g_object_unref(settings);
+    }
+    if (schema)
+        g_settings_schema_unref(schema);
+    return text;
+}
+
+// Only commands of ours, with nothing from outside in them.
+std::string commandOutput(const std::string& command) {
+    std::FILE* const output = popen(("timeout 2 " + command + " 2>/dev/null </dev/null").c_str(), "r");
+    if (!output)
+        return "";
+    std::string text;
+    char block[4096];
+    for (size_t count = 1; count > 0; text.append(static_cast<const char*>(block), count))
+        count = std::fread(static_cast<char*>(block), 1, sizeof block, output);
+    return pclose(output) == 0 ? text : "";
+}
+
+}  // namespace
+
 Sources Sources::ofThisSystem() {
     Sources sources;
     sources.environment = [](const char* name) -> std::string {
@@ -16,6 +59,8 @@ Sources Sources::ofThisSystem() {
         return value ? value : "";
     };
     sources.home = sources.environment("HOME");
+    sources.setting = desktopSetting;
+    sources.command = commandOutput;
     return sources;
 }
 

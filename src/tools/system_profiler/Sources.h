@@ -13,8 +13,16 @@ struct Sources {
     std::string sys = "/sys";
     std::string etc = "/etc";
     std::string var = "/var";
+    std::string usr = "/usr";
+    std::string snap = "/snap";
+    std::string root;  ///< put before the folders whose room is told
     std::string home;  ///< the user's folder; nothing of it is read if empty
     std::function<std::string(const char*)> environment;  ///< "" for an unset variable
+
+    /// A setting of the desktop as text; "" for one that there is not.
+    std::function<std::string(const char* schema, const char* key)> setting = [](auto...) { return ""; };
+    /// What a command prints; "" if it fails, or takes more than two seconds.
+    std::function<std::string(const std::string& command)> command = [](const auto&) { return ""; };
 
     /// Those of this system and session.
     static Sources ofThisSystem();

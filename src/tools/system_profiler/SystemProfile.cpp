@@ -28,10 +28,14 @@ PropertyValue systemProfile(const Sources& sources, DetailLevel level) {
     part("Graphics", graphicsItems(sources));
     part("Displays", displayItems(sources));
     part("Audio", audioItems(sources));
+    part("Sound", soundItems(sources));
+    part("Storage", storageItems(sources));
     part("VideoDevices", videoDeviceItems(sources));
     if (level != DetailLevel::mini) {
         part("Session", sessionItems(sources));
         part("Network", networkItems(sources));
+        part("NameServers", nameServerItems(sources));
+        part("DefaultRoutes", defaultRouteItems(sources));
         part("Proxies", proxyItems(sources));
         part("Browsers", browserItems(sources, packages));
     }

@@ -20,16 +20,6 @@ std::string timeZone(const Sources& sources) {
     return zone;
 }
 
-// A proxy's address without user name and password, and without a query, which may carry a key.
-std::string withoutCredentials(std::string address) {
-    const size_t scheme = address.find("://");
-    const size_t start = scheme == std::string::npos ? 0 : scheme + 3;
-    const size_t at = address.rfind('@');
-    if (at != std::string::npos && at >= start)
-        address.erase(start, at + 1 - start);
-    return address.substr(0, address.find_first_of("?#"));
-}
-
 void addEnvironmentProxies(const Sources& sources, Items& items) {
     for (const char* name : {"http_proxy", "HTTP_PROXY", "https_proxy", "HTTPS_PROXY", "ftp_proxy",
                              "FTP_PROXY", "all_proxy", "ALL_PROXY", "auto_proxy", "no_proxy", "NO_PROXY"}) {
@@ -66,6 +56,15 @@ void addKdeProxies(const Sources& sources, Items& items) {
 
 }  // namespace
 
+std::string withoutCredentials(std::string address) {
+    const size_t scheme = address.find("://");
+    const size_t start = scheme == std::string::npos ? 0 : scheme + 3;
+    const size_t at = address.rfind('@');
+    if (at != std::string::npos && at >= start)
+        address.erase(start, at + 1 - start);
+    return address.substr(0, address.find_first_of("?#"));
+}
+
 Items systemItems(const Sources& sources) {
     Dictionary system;
     for (const auto& line : linesOf(fileText(sources.etc + "/os-release"))) {
@@ -89,9 +88,13 @@ Items systemItems(const Sources& sources) {
 
 Items sessionItems(const Sources& sources) {
     Dictionary session;
-    for (const char* name : {"XDG_CURRENT_DESKTOP", "DESKTOP_SESSION", "XDG_SESSION_TYPE", "WAYLAND_DISPLAY",
-                             "DISPLAY", "LANG", "LANGUAGE", "LC_ALL", "LC_CTYPE", "LC_MESSAGES", "LC_TIME"})
+    for (const char* name :
+         {"XDG_CURRENT_DESKTOP", "DESKTOP_SESSION", "XDG_SESSION_TYPE", "WAYLAND_DISPLAY", "DISPLAY",
+          "GDK_SCALE", "QT_SCALE_FACTOR", "LANG", "LANGUAGE", "LC_ALL", "LC_CTYPE", "LC_MESSAGES", "LC_TIME"})
         add(session, name, sources.environment(name));
+    add(session, "gnome_scaling_factor", sources.setting("org.gnome.desktop.interface", "scaling-factor"));
+    add(session, "gnome_text_scaling_factor",
+        sources.setting("org.gnome.desktop.interface", "text-scaling-factor"));
     add(session, "time_zone", timeZone(sources));
     return session.empty() ? Items{} : Items{session};
 }
@@ -100,6 +103,7 @@ Items proxyItems(const Sources& sources) {
     Items items;
     addEnvironmentProxies(sources, items);
     addKdeProxies(sources, items);
+    addGnomeProxies(sources, items);
     return items;
 }
 

@@ -47,3 +47,11 @@ std::vector<DGAProblemCatagory> dgaProblemCatagories(int64_t serviceType) {
     }
     return offered;
 }
+
+std::string dgaProblemCatagoryName(int64_t number) {
+    for (const auto& catagory : kCatagories) {
+        if (catagory.number == number)
+            return catagory.title;
+    }
+    return "";
+}

@@ -314,7 +314,9 @@ bool DGAProblemReportingWindowController::showUploadWindow() {
 DGAReportOptions DGAProblemReportingWindowController::options() const {
     return {.screenShot = ui_->_fullBtn->selected(),
             .systemInfo = ui_->_sysInfoBtn->selected(),
-            .serviceType = record().serviceType};
+            .serviceType = record().serviceType,
+            .description = ui_->_textField->stringValue(),
+            .category = DGAReportCategory{problemCatagory_, dgaProblemCatagoryName(problemCatagory_)}};
 }
 
 void DGAProblemReportingWindowController::generateReport() {
@@ -323,6 +325,7 @@ void DGAProblemReportingWindowController::generateReport() {
         maker_ = parts_.makeReportMaker();
         maker_->setDelegate(awaiting_);
     }
+    windowTextLocalization();
     maker_->startGenerateReportIfScreenShot(options(), nullptr);
 }
 
@@ -338,6 +341,13 @@ void DGAProblemReportingWindowController::reportFileGeneratedAt(const std::strin
         saveWithFilePath(path);
     else
         generateReportMailWithFilePath(path);
+}
+
+// Send and Save try again.
+void DGAProblemReportingWindowController::reportFailed(const std::string& /*reason*/) {
+    changeWindowStatus(true);
+    ui_->_msgLab->setText(dgaText(kTextReportPareparedFailed));
+    window().setAccessibleDescription(ui_->_msgLab->text());
 }
 
 void DGAProblemReportingWindowController::generateReportMailWithFilePath(const std::string& path) {

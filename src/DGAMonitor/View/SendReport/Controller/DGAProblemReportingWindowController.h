@@ -77,6 +77,7 @@ private:
     void generateReport();
     void abandonReport();
     void reportFileGeneratedAt(const std::string& path) override;
+    void reportFailed(const std::string& reason) override;
     void generateReportMailWithFilePath(const std::string& path);
     void saveWithFilePath(const std::string& path);
     bool panel(DGASavePanel& panel, const std::optional<std::string>& validateURL,
