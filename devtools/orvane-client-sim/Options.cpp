@@ -164,7 +164,7 @@ Plays a meeting client for the troubleshooting assistant: starts the assistant, 
 is ready and does to it, step by step, what a scenario file says.
 
 SCENARIO.json is a file, or the name of an installed scenario, with or without ".json":
-hello, report, meeting, freeze, crash, quit.
+hello, report, meeting, trouble, freeze, crash, quit.
 
 Options:
   --assistant PATH   the assistant's program (default: orvanedga beside this program)
