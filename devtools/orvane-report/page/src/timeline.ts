@@ -21,7 +21,7 @@ export interface Listener {
 
 interface Row { participant: Participant; lane: Lane; top: number; height: number; head: number; oneRow: boolean; most: number; readouts: HTMLElement[] }
 
-const GUTTER = 196, RIGHT = 38, GAP = 10, MARKS = 40, AXIS = 26, LINE = 15;
+const GUTTER = 196, RIGHT = 38, GAP = 10, MARKS = 50, AXIS = 26, LINE = 15;
 const MOST_MARKS = 300, CLICK = 4;
 const GRAVE = new Set(["crash", "freeze"]);
 
@@ -30,6 +30,7 @@ export class Timeline {
   private readonly chartNode = el("div", { class: "chart" });
   private readonly gutter = el("div", { class: "gutter" });
   private readonly marksNode = el("div", { class: "marks" });
+  private markTops: number[] = [];
   private readonly cursorNode = el("div", { class: "cursor", hidden: true }, el("span"));
   private readonly selectionNode = el("div", { class: "selection", hidden: true });
   private readonly thumb = el("div", { class: "thumb" });
@@ -134,13 +135,14 @@ export class Timeline {
     const several = this.participants.length > 1;
     this.rows = [];
     const labels: HTMLElement[] = [];
-    let top = MARKS;
+    let top = 0;
+    this.markTops = [];
     for (const participant of this.participants) {
-      if (several) {
-        labels.push(el("h3", { style: `top:${top}px` }, participant.title));
-        top += 26;
-      }
+      if (several) labels.push(el("h3", { style: `top:${top}px` }, participant.title));
+      this.markTops.push(top);
+      top += MARKS;
       for (const lane of participant.set.lanes) {
+        if (several && isEmpty(lane)) continue;
         const oneRow = several && lane.bands.length > 1;
         const head = lane.bands.length > 1 && !oneRow ? 18 : 0;
         const height = oneRow ? 22 : Math.max(lane.height, lane.lines.length > 0 ? 20 + LINE * lane.lines.length : 0);
@@ -169,6 +171,7 @@ export class Timeline {
     const box = el("div", { class: "label", "data-lane": lane.id, style: `top:${top}px` },
       el("button", { title: `Show ${lane.title.toLowerCase()} as a table`, onclick: () => this.listener.table(participant, lane) }, lane.title, lane.unit && el("small", {}, ` ${lane.unit}`)));
     for (const line of lane.lines) box.append(readout(line.name, this.colors.lines[line.color % this.colors.lines.length]!));
+    if (isEmpty(lane)) box.append(el("em", {}, "not recorded"));
     if (row.head > 0) for (const band of lane.bands) box.append(readout(band.name, null));
     else for (let index = 0; index < lane.bands.length; ++index) row.readouts.push(el("b"));
     if (row.head === 0 && lane.bands.length > 0) box.classList.add("flat");
@@ -216,7 +219,7 @@ export class Timeline {
     const points = decimate(line, this.view.from, this.view.to, Math.ceil(this.plotWidth / 2), shift);
     const last = points.at(-1);
     // What was last known holds until the end.
-    if (!line.sampled && last && !Number.isNaN(last[1]) && last[0] < end + shift) points.push([Math.min(end + shift, this.view.to + 1), last[1]]);
+    if (!line.sampled && last && !Number.isNaN(last[1]) && last[0] < Math.min(end + shift, this.view.to)) points.push([Math.min(end + shift, this.view.to + 1), last[1]]);
     return points;
   }
 
@@ -255,23 +258,32 @@ export class Timeline {
     return this.view.from + Math.min(1, Math.max(0, at)) * (this.view.to - this.view.from);
   }
 
-  private allMarks(): { time: number; kind: string; text: string }[] {
-    const several = this.participants.length > 1;
-    return this.participants.flatMap(({ happenings, shift, title }) => happenings.map(({ time, kind, text }) => ({ time: time + shift, kind, text: several ? `${title}: ${text}` : text })))
-      .sort((one, other) => one.time - other.time);
+  private marksOf({ happenings, shift }: Participant): { time: number; kind: string; text: string }[] {
+    return happenings.map(({ time, kind, text }) => ({ time: time + shift, kind, text }));
   }
 
+  private allMarks(): { time: number }[] {
+    return this.participants.flatMap((participant) => this.marksOf(participant)).sort((one, other) => one.time - other.time);
+  }
+
+  /** Grave ones get their words first; a mark without room for them stands on a line of its own. */
   private placeMarks(): void {
-    const shown = this.allMarks().filter(({ time }) => time >= this.view.from && time <= this.view.to).slice(0, MOST_MARKS);
-    let free = [-1, -1];
-    fill(this.marksNode, ...shown.map(({ time, kind, text }) => {
-      const left = this.x(time), width = 6.2 * text.length + 18;
-      let level = free.findIndex((edge) => edge <= left);
-      const labelled = level >= 0 && left + width <= this.plotWidth + 10;
-      if (labelled) free[level] = left + width; else level = Math.max(level, 0);
-      return el("button", { class: `mark ${kind}`, style: `left:${GUTTER + left}px;top:${level * 17}px`, title: `${timeOfDay(time)} ${text}`,
-        "aria-label": `${timeOfDay(time)} ${text}`, onclick: () => this.point(time, true) }, labelled && el("span", {}, text));
-    }));
+    const nodes = this.participants.flatMap((participant, index) => {
+      const taken: [number, number][][] = [[], []];
+      const shown = this.marksOf(participant).filter(({ time }) => time >= this.view.from && time <= this.view.to).slice(0, MOST_MARKS);
+      shown.sort((one, other) => Number(GRAVE.has(other.kind)) - Number(GRAVE.has(one.kind)) || one.time - other.time);
+      return shown.map(({ time, kind, text }) => {
+        const at = this.x(time), width = (GRAVE.has(kind) ? 6.8 : 6.1) * text.length + 18;
+        const flipped = at + width > this.plotWidth + RIGHT;
+        const left = flipped ? at - width : at - 6, right = flipped ? at + 6 : at + width;
+        const level = taken.findIndex((spans) => spans.every(([from, to]) => right < from || left > to));
+        taken[level]?.push([left, right]);
+        return el("button", { class: `mark ${kind}${flipped && level >= 0 ? " flipped" : ""}`, title: `${timeOfDay(time)} ${text}`, "aria-label": `${timeOfDay(time)} ${text}`,
+          style: `${flipped && level >= 0 ? `right:${this.plotWidth + RIGHT - at}px` : `left:${GUTTER + at}px`};top:${this.markTops[index]! + (level < 0 ? 2 : level) * 16}px`,
+          onclick: () => this.point(time, true) }, level >= 0 && el("span", {}, text));
+      });
+    });
+    fill(this.marksNode, ...nodes);
   }
 
   private placeOverlays(): void {
@@ -382,6 +394,8 @@ function stateAt(band: Band, time: number, { start, end }: Participant): string 
   const index = firstAfter(band.begin, time) - 1;
   return index < 0 || time >= (band.end[index] ?? Infinity) ? "" : String(band.code[index]);
 }
+
+const isEmpty = ({ lines, bands }: Lane): boolean => bands.length === 0 && lines.every(({ time }) => time.length === 0);
 
 /** The top of a lane's axis, round. */
 function topOf(lane: Lane): number {

@@ -59,17 +59,17 @@ class LineParser {
     let count = 0;
     for (let place = start; place < end; ++place) if (bytes[place] === COMMA) commas[count++] = place;
     if (count < 10) return this.refuse(start, end, number, `${count + 1} fields instead of 11`);
-    const field = (index: number): [number, number] => {
-      const from = index < 6 ? index - 1 : count - 11 + index, to = index < 5 ? index : count - 10 + index;
-      return [from < 0 ? start : commas[from]! + 1, to >= count ? end : commas[to]!];
-    };
-    const module = this.number(...field(0)), level = this.number(...field(1)), interaction = this.number(...field(2));
-    const id = this.number(...field(4)), value = this.number(...field(6)), reserved = this.number(...field(8));
-    const thread = this.number(...field(10));
+    // Fields after the sixth are counted from the end.
+    const late = count - 10;
+    const begin = (index: number): number => index === 0 ? start : commas[index < 6 ? index - 1 : late + index - 1]! + 1;
+    const stop = (index: number): number => index === 10 ? end : commas[index < 5 ? index : late + index]!;
+    const numberIn = (index: number): number => this.number(begin(index), stop(index));
+    const module = numberIn(0), level = numberIn(1), interaction = numberIn(2), id = numberIn(4), value = numberIn(6), reserved = numberIn(8);
+    const thread = numberIn(10);
     if (Number.isNaN(module + level + interaction + id + value + reserved + thread)) {
       return this.refuse(start, end, number, "not a number");
     }
-    const time = this.time(...field(9));
+    const time = this.time(begin(9), stop(9));
     if (Number.isNaN(time)) return this.refuse(start, end, number, "no time");
     const index = trace.count++;
     trace.time[index] = time;
@@ -78,8 +78,8 @@ class LineParser {
     trace.id[index] = id;
     trace.value[index] = value;
     trace.reserved[index] = reserved;
-    trace.name[index] = this.intern(...field(3));
-    trace.text[index] = this.intern(...field(5));
+    trace.name[index] = this.intern(begin(3), stop(3));
+    trace.text[index] = this.intern(begin(5), stop(5));
     trace.line[index] = number;
   }
 
