@@ -154,7 +154,7 @@ test("everything is reached by keys", async () => {
   await page.keyboard.press("?");
   assert.match(await text("dialog"), /What it does/);
   await page.keyboard.press("Escape");
-  const unnamed = await page.$$eval("button, input, select", (nodes) => nodes.filter((node) => !node.hidden && !node.innerText && !node.ariaLabel && !node.labels?.length && !node.title).length);
+  const unnamed = await page.$$eval("button, input, select", (nodes) => nodes.filter((node) => !node.hidden && !node.textContent && !node.ariaLabel && !node.labels?.length && !node.title).length);
   assert.equal(unnamed, 0);
 });
 

@@ -92,7 +92,7 @@ class Builder {
     const busiest = this.busiest();
     return [
       lane("network", "Network", "", 22, [], 0, 0, [this.network]),
-      lane("services", "Services", "", 12 * this.services.size, [], 0, 0, [...this.services.values()]),
+      lane("services", "Services", "", 13 * this.services.size, [], 0, 0, [...this.services.values()]),
       lane("delay", "Connection delay", "ms", 56, quality(32, CONNECTION_DELAY)),
       lane("audio", "Audio quality", "", 64, quality(9, 220, 210, 200), 5, 2),
       lane("video", "Video quality", "", 64, quality(7, 300, 200), 5, 2),

@@ -403,5 +403,5 @@ function topOf(lane: Lane): number {
   for (const line of lane.lines) for (const value of line.value) if (value > most) most = value;
   if (most <= lane.most || most <= 0) return Math.max(most, 1);
   const digit = 10 ** Math.floor(Math.log10(most));
-  return Math.ceil(most / digit * 2) / 2 * digit;
+  return Math.ceil(most / digit * 5) / 5 * digit;
 }
