@@ -37,6 +37,13 @@ const base64 = (text) => Buffer.from(text).toString("base64");
 const record = (fields, time = "2026-11-21 10:00:00.000") => `${fields},${time},2`;
 const TRACE = "orvdga_trace_meeting_20261121_100000.csv";
 
+/** An archive with a summary, of somebody who was asked about a client that hung. */
+export const summarised = () => zip([[TRACE, [record("39,1,1,clientversion,0,43.6,0,,0"), record("9,1,6,,220.0,,5,,0"), record("9,1,6,,220.0,,5,,0", "2026-11-21 10:05:00.000")].join("\n") + "\n"],
+  ["orvdga_report.json", JSON.stringify({ formatVersion: 1, number: "5_6_20261121_100500", assistant: { name: "Orvane DGA", version: "0.2" }, client: { version: "43.6", service: "meeting" },
+    started: "2026-11-21T10:00:00-05:00", packed: "2026-11-21T10:05:00-05:00", description: "It hung\nagain", category: { number: 3, name: "Audio" }, requested: { screenshot: true },
+    files: [], leftOut: [{ name: "meeting.log", reason: "it is a link" }], memoryAvailable: 200e6,
+    events: [{ time: "2026-11-21T15:03:30Z", kind: "freeze" }, { time: "2026-11-21T10:03:40-05:00", kind: "wait" }, { time: "2026-11-21T10:04:00-05:00", kind: "upload", detail: "sent" }] })]]);
+
 export const hostile = {
   script: () => zip([
     [TRACE, [record(`39,1,1,username,1.0,${base64(SCRIPT)},0,,0`), record(`39,1,1,confname,1.0,${base64(SCRIPT)},0,,0`), record(`42,1,3,${SCRIPT.replaceAll(",", "")},0,,0,,0`),

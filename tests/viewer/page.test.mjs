@@ -5,7 +5,7 @@ import { mkdirSync, readdirSync, readFileSync, writeFileSync } from "node:fs";
 import { createRequire } from "node:module";
 import { join } from "node:path";
 import { after, before, test } from "node:test";
-import { hostile } from "./hostile.mjs";
+import { hostile, summarised } from "./hostile.mjs";
 
 const { ARCHIVES, PACKAGES, PAGE, BROWSER_PROGRAM } = process.env;
 const require = createRequire(join(PACKAGES, "package.json"));
@@ -96,6 +96,20 @@ test("a crash, a freeze and an empty report are told as such", async () => {
   assert.match(await text(".findings"), /Client froze: no sign of life for 3 minutes until 11:0\d:\d\d/);
   await open("empty");
   assert.match(await text(".findings"), /The client sent no meeting data/);
+});
+
+test("the summary tells what the user said, how it ended, and the zone", async () => {
+  writeFileSync("5_6_20261121_100500.zip", summarised());
+  await choose([join(process.cwd(), "5_6_20261121_100500.zip")]);
+  const facts = await text(".facts");
+  for (const part of ["It hung\nagain", "Audio", "Orvane DGA 0.2", "meeting 43.6", "UTC−05:00", "froze at 10:03:30; the user chose to wait", "meeting.log (it is a link)", "the screen capture that was asked for"]) {
+    assert.ok(facts.includes(part), `${part} in ${facts}`);
+  }
+  assert.match(await text(".findings"), /Only 200 MB of memory/);
+  assert.ok(await page.$('.mark.upload[aria-label="10:04:00 upload: sent"]'));
+  const lines = execFileSync("orvane-report", ["--jsonl", "5_6_20261121_100500.zip"], { encoding: "utf8" });
+  assert.match(lines, /"name":"category","text":"Audio"/);
+  assert.match(lines, /"time":"2026-11-21T15:05:00.000Z","offset":"-05:00"/);
 });
 
 test("participants of one conference share an axis, and a clock can be moved", async () => {

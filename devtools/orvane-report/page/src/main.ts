@@ -50,7 +50,7 @@ class App {
       await new Promise((done) => setTimeout(done));
       try {
         if (this.reports.length >= MOST_REPORTS) throw new Error(`this page holds ${MOST_REPORTS} reports already`);
-        const report = readReport(name, await bytes(), privacy.masker);
+        const report = await readReport(name, await bytes(), privacy.masker);
         if (!report.files.some(({ kind }) => kind !== "file")) throw new Error("there is nothing of a report in it");
         this.reports.push(report);
         this.sets.set(report, lanesOf(report));

@@ -3,7 +3,7 @@ import { parseCrash, type Crash } from "./crash";
 import { readLog, type Log } from "./logs";
 import { Masker } from "./mask";
 import { decodeBase64, parseTrace, textOf, type Trace } from "./trace";
-import { contentOf, entriesOf, type Entry } from "./zip";
+import { contentOf, contentSoon, entriesOf, type Entry } from "./zip";
 
 export interface Summary {
   started?: string; packed?: string; description?: string;
@@ -43,7 +43,7 @@ export interface Report {
 const DAY = 86_400_000;
 const MOST_LOG = 256e6;
 
-export function readReport(name: string, archive: Uint8Array, masker: Masker): Report {
+export async function readReport(name: string, archive: Uint8Array, masker: Masker): Promise<Report> {
   const entries = entriesOf(archive);
   const report: Report = {
     number: name.replace(/\.zip$/, ""), archive, files: [], trace: null, summary: null, parameters: {}, logs: [], crashes: [],
@@ -51,7 +51,7 @@ export function readReport(name: string, archive: Uint8Array, masker: Masker): R
     happenings: [], missing: [],
   };
   const logs: { entry: Entry; bytes: Uint8Array; cut: boolean }[] = [];
-  for (const entry of entries) readEntry(report, entry, logs, masker, "");
+  for (const entry of entries) await readEntry(report, entry, logs, masker, "");
   report.offset = offsetOf(report, entries);
   report.zoneOfTime = (text) => {
     const time = text ? Date.parse(text) : NaN;
@@ -78,13 +78,13 @@ function kindOf(name: string): string {
   return /\.txt$/.test(name) ? "text" : "file";
 }
 
-function readEntry(report: Report, entry: Entry, logs: { entry: Entry; bytes: Uint8Array; cut: boolean }[], masker: Masker,
-  outer: string): void {
+async function readEntry(report: Report, entry: Entry, logs: { entry: Entry; bytes: Uint8Array; cut: boolean }[], masker: Masker,
+  outer: string): Promise<void> {
   const kind = kindOf(entry.name);
   const file: ReportFile = { name: outer + entry.name, size: entry.size, kind, note: "", entry };
   report.files.push(file);
   if (kind === "file") return;
-  const content = contentOf(entry, kind.endsWith("log") || kind === "text" ? MOST_LOG : undefined);
+  const content = await contentSoon(entry, kind.endsWith("log") || kind === "text" ? MOST_LOG : undefined);
   if (content.damaged) file.note = "damaged";
   if (content.cut) file.note = "too large; only its beginning is read";
   const text = (most = 1e6): string => new TextDecoder().decode(content.bytes.subarray(0, most));
@@ -99,7 +99,7 @@ function readEntry(report: Report, entry: Entry, logs: { entry: Entry; bytes: Ui
     if (host) masker.learn("host", host[1]!);
   } else if (kind === "archive" && !outer) {
     try {
-      for (const inner of entriesOf(content.bytes)) readEntry(report, inner, logs, masker, `${entry.name}/`);
+      for (const inner of entriesOf(content.bytes)) await readEntry(report, inner, logs, masker, `${entry.name}/`);
     } catch (error) {
       file.note = String((error as Error).message);
     }

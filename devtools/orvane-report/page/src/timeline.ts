@@ -216,7 +216,7 @@ export class Timeline {
   private get plotWidth(): number { return Math.max(50, this.chartNode.clientWidth - RIGHT); }
 
   private points(line: Line, { shift, end }: Participant): [number, number][] {
-    const points = decimate(line, this.view.from, this.view.to, Math.ceil(this.plotWidth / 2), shift);
+    const points = decimate(line, this.view.from, this.view.to, Math.ceil(this.plotWidth / 3), shift);
     const last = points.at(-1);
     // What was last known holds until the end.
     if (!line.sampled && last && !Number.isNaN(last[1]) && last[0] < Math.min(end + shift, this.view.to)) points.push([Math.min(end + shift, this.view.to + 1), last[1]]);
@@ -266,10 +266,10 @@ export class Timeline {
     return this.participants.flatMap((participant) => this.marksOf(participant)).sort((one, other) => one.time - other.time);
   }
 
-  /** Grave ones get their words first; a mark without room for them stands on a line of its own. */
+  /** Grave ones get their words first; a mark without room for words stands alone. */
   private placeMarks(): void {
     const nodes = this.participants.flatMap((participant, index) => {
-      const taken: [number, number][][] = [[], []];
+      const taken: [number, number][][] = [[], [], []];
       const shown = this.marksOf(participant).filter(({ time }) => time >= this.view.from && time <= this.view.to).slice(0, MOST_MARKS);
       shown.sort((one, other) => Number(GRAVE.has(other.kind)) - Number(GRAVE.has(one.kind)) || one.time - other.time);
       return shown.map(({ time, kind, text }) => {

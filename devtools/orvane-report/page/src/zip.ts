@@ -81,6 +81,29 @@ export function contentOf(entry: Entry, most = MOST_BYTES): Content {
   return { bytes, cut, damaged: !cut && (bytes.length !== entry.size || crc32(bytes) !== entry.crc) };
 }
 
+const LARGE = 4e6;
+const DEFLATE_MOST = 1100; // times: what the format can reach
+
+/** The same; large files are unpacked by the browser, which is several times as fast. */
+export async function contentSoon(entry: Entry, most = MOST_BYTES): Promise<Content> {
+  if (entry.method !== 8 || entry.size < LARGE || typeof DecompressionStream === "undefined") return contentOf(entry, most);
+  const bytes = new Uint8Array(Math.min(entry.size, most, DEFLATE_MOST * entry.packed.length));
+  let length = 0, damaged = false;
+  const reader = new Blob([entry.packed as BlobPart]).stream().pipeThrough(new DecompressionStream("deflate-raw")).getReader();
+  try {
+    for (let piece = await reader.read(); !piece.done && length < bytes.length; piece = await reader.read()) {
+      bytes.set(piece.value.subarray(0, bytes.length - length), length);
+      length += piece.value.length;
+    }
+    await reader.cancel();
+  } catch {
+    damaged = true;
+  }
+  const cut = entry.size > most;
+  const read = bytes.subarray(0, Math.min(length, bytes.length));
+  return { bytes: read, cut, damaged: damaged || (!cut && (length !== entry.size || crc32(read) !== entry.crc)) };
+}
+
 /** Grows with what comes out, whatever size was claimed. */
 function inflateUpTo(packed: Uint8Array, most: number): Uint8Array {
   const pieces: Uint8Array[] = [];
