@@ -35,6 +35,14 @@ orvane-report --jsonl --mask "$archives" > masked.jsonl
 grep -q '"Tomás Rivera"' mapping.json || fail "the mapping lacks a name"
 [[ $(stat -c %a mapping.json masked.html | sort -u) == 600 ]] || fail "others may read it"
 
+mkdir desktop
+# shellcheck disable=SC2016
+printf '#!/bin/sh\nprintf %%s "$1" > opened.txt\n' > desktop/xdg-open
+chmod +x desktop/xdg-open
+PATH=$PWD/desktop:$PATH orvane-report --open "$archives"/crash/*.zip || fail "--open"
+opened() { [[ -s $(cat opened.txt 2> /dev/null) ]]; }
+eventually opened || fail "nothing was opened"
+
 ! orvane-report --jsonl "$archives" > /dev/full 2> said.txt || fail "a full disk is no failure"
 for wrong in "" "$archives" "--jsonl" "--jsonl -o x $archives" "--nonsense"; do
     status=0

@@ -20,27 +20,20 @@ export interface Trace {
 }
 
 const LONGEST_LINE = 65536;
+const SHORTEST_RECORD = 41; // ten commas, seven digits, a time and a line break
 const MOST_BAD = 1000;
 const COMMA = 44, NEWLINE = 10, MINUS = 45, POINT = 46, ZERO = 48;
 
 /** Takes a trace file apart. Of eleven fields the sixth may hold commas. */
 export function parseTrace(bytes: Uint8Array): Trace {
-  let lines = 0;
-  for (let place = bytes.indexOf(NEWLINE); place >= 0; place = bytes.indexOf(NEWLINE, place + 1)) ++lines;
-  const room = lines + 1;
+  const room = Math.floor(bytes.length / SHORTEST_RECORD) + 2;
   const trace: Trace = {
     count: 0, time: new Float64Array(room), module: new Uint16Array(room), level: new Uint8Array(room),
     id: new Float32Array(room), value: new Float64Array(room), reserved: new Float64Array(room),
     name: new Uint32Array(room), text: new Uint32Array(room), line: new Uint32Array(room), names: [""], bad: [], badCount: 0,
   };
   const parser = new LineParser(bytes, trace);
-  let number = 0;
-  for (let start = 0; start < bytes.length;) {
-    let end = bytes.indexOf(NEWLINE, start);
-    if (end < 0) end = bytes.length;
-    parser.parse(start, end, ++number);
-    start = end + 1;
-  }
+  for (let start = 0, number = 1; start < bytes.length; ++number) start = parser.parse(start, number) + 1;
   return trace;
 }
 
@@ -53,33 +46,42 @@ class LineParser {
 
   constructor(private readonly bytes: Uint8Array, private readonly trace: Trace) {}
 
-  parse(start: number, end: number, number: number): void {
-    const { bytes, commas, trace } = this;
-    if (end - start >= LONGEST_LINE) return this.refuse(start, end, number, "too long");
-    let count = 0;
-    for (let place = start; place < end; ++place) if (bytes[place] === COMMA) commas[count++] = place;
-    if (count < 10) return this.refuse(start, end, number, `${count + 1} fields instead of 11`);
+  /** Reads the line that starts there; says where it ends. */
+  parse(start: number, number: number): number {
+    const { bytes, commas } = this;
+    let end = start, count = 0;
+    for (const { length } = bytes; end < length; ++end) {
+      const byte = bytes[end];
+      if (byte === NEWLINE) break;
+      if (byte === COMMA && count < LONGEST_LINE) commas[count++] = end;
+    }
+    if (end - start >= LONGEST_LINE) this.refuse(start, end, number, "too long");
+    else if (count < 10) this.refuse(start, end, number, `${count + 1} fields instead of 11`);
+    else this.record(start, end, count, number);
+    return end;
+  }
+
+  private record(start: number, end: number, count: number, number: number): void {
+    const { commas, trace } = this;
     // Fields after the sixth are counted from the end.
-    const late = count - 10;
-    const begin = (index: number): number => index === 0 ? start : commas[index < 6 ? index - 1 : late + index - 1]! + 1;
-    const stop = (index: number): number => index === 10 ? end : commas[index < 5 ? index : late + index]!;
-    const numberIn = (index: number): number => this.number(begin(index), stop(index));
-    const module = numberIn(0), level = numberIn(1), interaction = numberIn(2), id = numberIn(4), value = numberIn(6), reserved = numberIn(8);
-    const thread = numberIn(10);
+    const from = count - 5;
+    const module = this.number(start, commas[0]!), level = this.number(commas[0]! + 1, commas[1]!), interaction = this.number(commas[1]! + 1, commas[2]!);
+    const id = this.number(commas[3]! + 1, commas[4]!), value = this.number(commas[from]! + 1, commas[from + 1]!);
+    const reserved = this.number(commas[from + 2]! + 1, commas[from + 3]!), thread = this.number(commas[from + 4]! + 1, end);
     if (Number.isNaN(module + level + interaction + id + value + reserved + thread)) {
       return this.refuse(start, end, number, "not a number");
     }
-    const time = this.time(begin(9), stop(9));
+    const time = this.time(commas[from + 3]! + 1, commas[from + 4]!);
     if (Number.isNaN(time)) return this.refuse(start, end, number, "no time");
     const index = trace.count++;
     trace.time[index] = time;
-    trace.module[index] = module;
+    trace.module[index] = Math.min(module, 0xffff);
     trace.level[index] = level;
     trace.id[index] = id;
     trace.value[index] = value;
     trace.reserved[index] = reserved;
-    trace.name[index] = this.intern(begin(3), stop(3));
-    trace.text[index] = this.intern(begin(5), stop(5));
+    trace.name[index] = this.intern(commas[2]! + 1, commas[3]!);
+    trace.text[index] = this.intern(commas[4]! + 1, commas[from]!);
     trace.line[index] = number;
   }
 
