@@ -43,20 +43,33 @@ export function systemTab(reports: Report[]): HTMLElement {
 /** Entities are declared in a document type; without one there are none that could grow. */
 const withoutDoctype = (text: string): string => text.replace(/<!DOCTYPE[^>[]*(\[[\s\S]*?\]\s*)?>/, "");
 
-const WORDS: Record<string, string> = { SPHardwareDataType: "Hardware", SPSoftwareDataType: "Software", SPDisplaysDataType: "Displays", SPNetworkDataType: "Network", SPAudioDataType: "Audio", SPCameraDataType: "Cameras", _name: "name" };
-const readable = (key: string): string => WORDS[key] ?? key.replace(/^SP(.*)DataType$/, "$1").replace(/_kB$/, " (kB)").replaceAll("_", " ");
+const readable = (key: string): string => key.replace(/^_+/, "").replace(/^SP(.*)DataType$/, "$1").replace(/([a-z])([A-Z][a-z])/g, "$1 $2").replace(/_kB$/, " (kB)").replaceAll("_", " ");
+type Pair = [string, Element];
 
+function pairsOf(dictionary: Element): Pair[] {
+  const children = [...dictionary.children].slice(0, 2000), pairs: Pair[] = [];
+  for (let index = 0; index + 1 < children.length; index += 2) pairs.push([children[index]!.textContent ?? "", children[index + 1]!]);
+  return pairs;
+}
+
+/** Dictionaries with a type and items are sections; items of the same kind are rows of one table. */
 function valueNode(node: Element, depth: number): HTMLElement {
   const children = [...node.children].slice(0, 2000);
+  if (node.nodeName === "array" && children.length === 0) return el("p", { class: "empty" }, "nothing recorded");
   if (depth > 12 || children.length === 0) return el("span", {}, node.nodeName === "true" || node.nodeName === "false" ? node.nodeName : seen(node.textContent ?? ""));
-  if (node.nodeName === "dict") {
-    const rows: [string, HTMLElement][] = [];
-    for (let index = 0; index + 1 < children.length; index += 2) rows.push([readable(children[index]!.textContent ?? ""), valueNode(children[index + 1]!, depth + 1)]);
-    const items = rows.find(([key]) => key === "items"), type = rows.find(([key]) => key === "dataType" || key === " dataType");
-    if (items && type) return el("section", {}, el("h3", {}, readable(type[1].textContent ?? "")), items[1]);
-    return el("table", {}, el("tbody", {}, ...rows.map(([key, value]) => el("tr", {}, el("th", { scope: "row" }, seen(key)), el("td", {}, value)))));
+  if (node.nodeName !== "dict") {
+    const all = children.map((child) => child.nodeName === "dict" ? pairsOf(child) : []);
+    const keys = [...new Set(all.flatMap((pairs) => pairs.map(([key]) => key)))];
+    const isTable = children.length > 1 && keys.length > 0 && keys.length < 9 && !keys.includes("_items") && all.every((pairs) => pairs.length > 0);
+    return isTable ? table(keys.map((key) => seen(readable(key))), all.map((pairs) => keys.map((key) => {
+      const value = pairs.find(([name]) => name === key);
+      return value ? valueNode(value[1], depth + 1) : "";
+    }))) : el("div", { class: depth === 0 ? "sections" : "array" }, ...children.map((child) => valueNode(child, depth + 1)));
   }
-  return el("div", { class: "array" }, ...children.map((child) => valueNode(child, depth + 1)));
+  const pairs = pairsOf(node);
+  const title = pairs.find(([key]) => key === "_dataType"), items = pairs.find(([key]) => key === "_items");
+  if (title && items) return el("section", {}, el("h3", {}, seen(readable(title[1].textContent ?? ""))), valueNode(items[1], depth + 1));
+  return el("table", {}, el("tbody", {}, ...pairs.map(([key, value]) => el("tr", {}, el("th", { scope: "row" }, seen(readable(key))), el("td", {}, valueNode(value, depth + 1))))));
 }
 
 export function filesTab(reports: Report[]): HTMLElement {
