@@ -20,8 +20,14 @@
 #include "Timeline.h"
 #include "TraceGroups.h"
 #include "TracePrinter.h"
+#include "devtools/trace/Printable.h"
 
 namespace clientsim {
+
+using tracefile::parseTopic;
+using tracefile::parseTrace;
+using tracefile::printable;
+using tracefile::Trace;
 
 namespace {
 

@@ -3,56 +3,20 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <string_view>
 #include <vector>
 
-#include "TracePrinter.h"
+#include "devtools/trace/Printable.h"
+#include "devtools/trace/TraceNames.h"
 
 namespace clientsim {
+
+using tracefile::moduleName;
+using tracefile::printable;
+using tracefile::Trace;
+using tracefile::TraceRecord;
+
 namespace {
-
-struct Meaning {
-    std::string_view module;
-    std::string_view id;  ///< without a decimal
-    std::string_view name;
-};
-
-constexpr std::array kMeanings = {
-    Meaning{"7", "100", "device status"},
-    Meaning{"7", "200", "send quality"},
-    Meaning{"7", "300", "receive quality"},
-    Meaning{"8", "100", "sharing type"},
-    Meaning{"8", "200", "sharing quality"},
-    Meaning{"8", "310", "audio send quality"},
-    Meaning{"8", "320", "audio receive quality"},
-    Meaning{"8", "400", "video send quality"},
-    Meaning{"8", "450", "video receive quality"},
-    Meaning{"9", "100", "audio type"},
-    Meaning{"9", "200", "telephone quality"},
-    Meaning{"9", "210", "send quality"},
-    Meaning{"9", "220", "receive quality"},
-    Meaning{"9", "300", "device status"},
-    Meaning{"31", "0", "connected"},
-    Meaning{"31", "2", "not connected"},
-    Meaning{"32", "1", "polling session error"},
-    Meaning{"32", "2", "chat session error"},
-    Meaning{"32", "3", "notes session error"},
-    Meaning{"32", "4", "closed captions session error"},
-    Meaning{"32", "5", "file transfer session error"},
-    Meaning{"32", "6", "document sharing session error"},
-    Meaning{"32", "7", "video session error"},
-    Meaning{"32", "8", "application sharing session error"},
-    Meaning{"32", "9", "audio session error"},
-    Meaning{"32", "10", "recording session error"},
-    Meaning{"32", "35", "connection error (cb)"},
-    Meaning{"32", "36", "connection error (mmp)"},
-    Meaning{"32", "37", "connection delay (cb)"},
-};
-
-std::string_view withoutDecimal(std::string_view id) {
-    return id.substr(0, id.find('.'));
-}
 
 // The value is in another field for some modules.
 std::string valueOf(const TraceRecord& record) {
@@ -70,18 +34,11 @@ std::string timeOfDay(const std::string& time) {
     return blank == std::string::npos ? time : time.substr(blank + 1);
 }
 
-}  // namespace
-
-std::string recordName(const TraceRecord& record) {
-    if (!record.basicInfo.empty()) {
-        return record.basicInfo;
-    }
-    const std::string_view id = withoutDecimal(record.id);
-    const auto* const found = std::find_if(kMeanings.begin(), kMeanings.end(), [&](const Meaning& meaning) {
-        return meaning.module == record.module && meaning.id == id;
-    });
-    return found == kMeanings.end() ? record.id : std::string(found->name);
+std::string_view nameOf(const TraceRecord& record) {
+    return tracefile::recordName(record.module, record.basicInfo, record.id);
 }
+
+}  // namespace
 
 std::string groupedTrace(const Trace& trace) {
     std::vector<std::string> modules;
@@ -90,7 +47,7 @@ std::string groupedTrace(const Trace& trace) {
         if (std::find(modules.begin(), modules.end(), record.module) == modules.end()) {
             modules.push_back(record.module);
         }
-        widest = std::max(widest, recordName(record).size());
+        widest = std::max(widest, nameOf(record).size());
     }
     std::string text;
     for (const std::string& module : modules) {
@@ -102,7 +59,7 @@ std::string groupedTrace(const Trace& trace) {
                 continue;
             }
             std::string line = fmt::format("  {}  {:<{}}  {}", printable(timeOfDay(record.time)),
-                                           printable(recordName(record)), widest, printable(valueOf(record)));
+                                           printable(nameOf(record)), widest, printable(valueOf(record)));
             line.erase(line.find_last_not_of(' ') + 1);
             text += line + "\n";
         }

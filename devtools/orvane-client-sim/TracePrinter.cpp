@@ -3,34 +3,18 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdint>
+
+#include "devtools/trace/Printable.h"
+#include "devtools/trace/TraceNames.h"
 
 namespace clientsim {
 
+using tracefile::moduleName;
+using tracefile::printable;
+using tracefile::Trace;
+using tracefile::TraceRecord;
+
 namespace {
-
-/// The bytes of the UTF-8 character at `place`; 0 when there is none.
-size_t characterLength(const std::string& text, size_t place) {
-    const auto first = static_cast<uint8_t>(text[place]);
-    const size_t length = first < 0x80                     ? 1
-                          : first >= 0xc2 && first <= 0xdf ? 2
-                          : (first & 0xf0) == 0xe0         ? 3
-                          : first >= 0xf0 && first <= 0xf4 ? 4
-                                                           : 0;
-    if (length == 0 || place + length > text.size()) {
-        return 0;
-    }
-    const auto isFollowing = [](char byte) { return (static_cast<uint8_t>(byte) & 0xc0) == 0x80; };
-    const auto start = text.begin() + static_cast<std::string::difference_type>(place);
-    return std::all_of(start + 1, start + static_cast<std::string::difference_type>(length), isFollowing)
-               ? length
-               : 0;
-}
-
-bool isControl(const std::string& text, size_t place) {
-    const auto first = static_cast<uint8_t>(text[place]);
-    return first < 0x20 || first == 0x7f || (first == 0xc2 && static_cast<uint8_t>(text[place + 1]) < 0xa0);
-}
 
 /// Characters: good enough for names in most scripts.
 size_t widthOf(const std::string& text) {
@@ -70,7 +54,7 @@ std::vector<Column> columnsOf(const Trace& trace) {
                                             &record.reservedValue, &record.thread};
         for (size_t index = 0; index < columns.size(); ++index) {
             columns[index].cells.push_back(
-                printable(cells[index] != nullptr ? *cells[index] : moduleName(record.module)));
+                printable(cells[index] != nullptr ? *cells[index] : std::string(moduleName(record.module))));
         }
     }
     std::erase_if(columns, [](const Column& column) { return column.isBlank(); });
@@ -90,17 +74,6 @@ std::string row(const std::vector<std::pair<std::string, const Column*>>& cells,
 }
 
 }  // namespace
-
-std::string printable(const std::string& text) {
-    std::string result;
-    for (size_t place = 0; place < text.size();) {
-        const size_t length = characterLength(text, place);
-        const bool bad = length == 0 || isControl(text, place);
-        result += bad ? "?" : text.substr(place, length);
-        place += std::max<size_t>(length, 1);
-    }
-    return result;
-}
 
 std::string traceTable(const Trace& trace) {
     const std::vector<Column> columns = columnsOf(trace);

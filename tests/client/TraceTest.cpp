@@ -7,10 +7,14 @@
 #include "TestAssistant.h"
 #include "TraceGroups.h"
 #include "TracePrinter.h"
-#include "TraceReader.h"
+#include "devtools/trace/Printable.h"
+#include "devtools/trace/TraceLine.h"
+#include "devtools/trace/TraceReader.h"
 
 namespace clientsim {
 namespace {
+
+using namespace tracefile;
 
 TEST(TraceReader, TakesRecordsApart) {
     struct Case {
@@ -45,6 +49,14 @@ TEST(TraceReader, CountsLinesAndReadsALastOneWithoutItsEnd) {
     EXPECT_EQ(trace.badLines, std::vector<int>{2});
 }
 
+TEST(TraceReader, ReadsTimes) {
+    EXPECT_EQ(parseTraceTime("1970-01-02 00:00:01.002"), std::chrono::milliseconds(86401002));
+    for (const char* text : {"2026-02-29 10:00:00.000", "2026-11-21 24:00:00.000", "2026-11-21T10:00:00.000",
+                             "2026-11-21 10:00:00", "-026-11-21 10:00:00.000", ""}) {
+        EXPECT_FALSE(parseTraceTime(text)) << text;
+    }
+}
+
 TEST(TraceReader, DecodesBase64OfEveryLength) {
     const std::pair<const char*, std::optional<std::string>> cases[] = {{"", ""},
                                                                         {"YQ==", "a"},
@@ -69,7 +81,7 @@ TEST(TracePrinter, AlignsByCharactersAndLeavesOutEmptyColumns) {
     EXPECT_EQ(traceTable(trace),
               "TIME   MODULE              LEVEL  KIND  INFO       ID  VALUE  TEXT  THREAD\n"
               "10:00  session parameters      1     1  username  1.0      0  \xc3\x85sa        3\n"
-              "10:00  meeting services        1     6             35  20003             3\n"
+              "10:00  meeting service         1     6             35  20003             3\n"
               "not records: line 3\n");
 }
 
@@ -126,14 +138,14 @@ TEST(TraceGroups, GathersTheRecordsOfAModuleAndNamesThem) {
         "32,1,6,,99.0,,7,,0,2026-11-15 17:13:02.000,2\n"
         "30,1,1,cpu usage,12.5,app,1,,77,2026-11-15 17:13:03.000,2\n");
     EXPECT_EQ(groupedTrace(trace),
-              "meeting services (2)\n"
+              "meeting service (2)\n"
               "  17:13:01.000  connection delay (cb)  95\n"
               "  17:13:02.000  99.0                   7\n"
               "\n"
-              "network (1)\n"
+              "network status (1)\n"
               "  17:13:01.001  not connected\n"
               "\n"
-              "system resources (1)\n"
+              "CPU and memory (1)\n"
               "  17:13:03.000  cpu usage              12.5  app\n");
 }
 

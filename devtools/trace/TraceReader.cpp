@@ -1,18 +1,13 @@
-#include "TraceReader.h"
+#include "devtools/trace/TraceReader.h"
 
-#include <array>
-#include <charconv>
 #include <cstdint>
 #include <utility>
 
-namespace clientsim {
+#include "devtools/trace/TraceLine.h"
+
+namespace tracefile {
 
 namespace {
-
-constexpr size_t kFieldCount = 11;
-constexpr size_t kDescription = 5;
-constexpr std::string_view kParametersModule = "39";
-constexpr std::string_view kEncodedId = "1.0";
 
 std::vector<std::string> split(std::string_view text, char separator) {
     std::vector<std::string> parts;
@@ -26,31 +21,26 @@ std::vector<std::string> split(std::string_view text, char separator) {
     return parts;
 }
 
-bool isNumber(const std::string& text) {
-    double value = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    return !text.empty() && result.ec == std::errc() && result.ptr == text.data() + text.size();
-}
-
 std::optional<TraceRecord> parseRecord(std::string_view line) {
-    std::vector<std::string> fields = split(line, ',');
-    while (fields.size() > kFieldCount) {
-        fields[kDescription] += "," + fields[kDescription + 1];
-        fields.erase(fields.begin() + kDescription + 1);
-    }
-    if (fields.size() < kFieldCount) {
+    const auto fields = splitTraceLine(line);
+    if (!fields) {
         return std::nullopt;
     }
-    for (const size_t number : {0, 1, 2, 4, 6, 8, 10}) {
-        if (!isNumber(fields[number])) {
-            return std::nullopt;
-        }
+    std::optional<std::string> decoded;
+    if (fields->isEncoded()) {
+        decoded = decodeBase64(fields->text);
     }
-    if (fields[0] == kParametersModule && fields[4] == kEncodedId) {
-        fields[kDescription] = decodeBase64(fields[kDescription]).value_or(fields[kDescription]);
-    }
-    return TraceRecord{fields[0], fields[1], fields[2], fields[3], fields[4], fields[5],
-                       fields[6], fields[7], fields[8], fields[9], fields[10]};
+    return TraceRecord{std::string(fields->module),
+                       std::string(fields->level),
+                       std::string(fields->interaction),
+                       std::string(fields->basicInfo),
+                       std::string(fields->id),
+                       std::move(decoded).value_or(std::string(fields->text)),
+                       std::string(fields->value),
+                       std::string(fields->reserved),
+                       std::string(fields->reservedValue),
+                       std::string(fields->time),
+                       std::string(fields->thread)};
 }
 
 int base64Digit(char character) {
@@ -76,26 +66,6 @@ Trace parseTrace(std::string_view text) {
         }
     }
     return trace;
-}
-
-std::string moduleName(const std::string& module) {
-    static constexpr std::array<std::pair<std::string_view, std::string_view>, 9> kNames{{
-        {"7", "video quality"},
-        {"8", "sharing quality"},
-        {"9", "audio quality"},
-        {"30", "system resources"},
-        {"31", "network"},
-        {"32", "meeting services"},
-        {"39", "session parameters"},
-        {"40", "client quit"},
-        {"42", "user-interface event"},
-    }};
-    for (const auto& [number, name] : kNames) {
-        if (number == module) {
-            return std::string(name);
-        }
-    }
-    return module;
 }
 
 std::optional<Topic> parseTopic(std::string_view text) {
@@ -137,4 +107,4 @@ std::optional<std::string> decodeBase64(std::string_view text) {
     return bytes;
 }
 
-}  // namespace clientsim
+}  // namespace tracefile

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace clientsim {
+namespace tracefile {
 
 /// One line of a trace file, its fields as they stand there.
 struct TraceRecord {
@@ -27,12 +27,8 @@ struct Trace {
     std::vector<int> badLines;  ///< numbers, from 1, of lines that are not records
 };
 
-/// Takes a trace file's text apart. Fields are not quoted in it: commas beyond the ten that separate the
-/// fields belong to the description, the one field that carries free text.
+/// Takes a trace file's text apart, line by line as splitTraceLine() does.
 Trace parseTrace(std::string_view text);
-
-/// What a module number means, for people; the number itself if that is not known.
-std::string moduleName(const std::string& module);
 
 struct Topic {
     std::string meetingName;
@@ -46,4 +42,4 @@ std::optional<Topic> parseTopic(std::string_view text);
 /// The bytes of base64 text; nothing when it is not base64.
 std::optional<std::string> decodeBase64(std::string_view text);
 
-}  // namespace clientsim
+}  // namespace tracefile
