@@ -1,5 +1,7 @@
 #include "DGAMeetingData/DGAMeetingDataRecordTool.h"
 
+#include "DGAMonitor/Const/DGAConst.h"
+
 DGAMeetingDataRecordTool& DGAMeetingDataRecordTool::shareDataRecordTool() {
     static auto* const tool = new DGAMeetingDataRecordTool();
     return *tool;
@@ -18,6 +20,14 @@ void DGAMeetingDataRecordTool::onMessageWithJsonData(const std::optional<std::st
     if (!jsonData || jsonData->empty())
         return;
     recordMrg().parseJson(*jsonData);
+}
+
+bool DGAMeetingDataRecordTool::onNotification(int32_t messageID, const std::optional<std::string>& text) {
+    const int64_t number = int64_t{messageID} - kDGAFirstPortNotificationID;
+    if (number < 0 || number >= std::ssize(kDGAPortNotifications) || !notificationHandler_)
+        return false;
+    notificationHandler_(kDGAPortNotifications.at(static_cast<size_t>(number)), text);
+    return true;
 }
 
 DGAMeetingDataManager& DGAMeetingDataRecordTool::recordMrg() {

@@ -1,6 +1,7 @@
 #include "DGAMonitor/DGAMonitorToolManager.h"
 
 #include <cstdio>
+#include <utility>
 
 #include "DGAMeetingData/DGAMeetingDataRecordTool.h"
 #include "DGAMeetingData/DGASessionTrace.h"
@@ -66,17 +67,30 @@ void DGAMonitorToolManager::addProcessObserver() {
 }
 
 void DGAMonitorToolManager::observe(std::string_view baseName, ManagerAction action) {
-    platform::DistributedNotificationCenter::defaultCenter().addObserver(
-        notificationName(baseName),
-        [this, action](const platform::Notification& notification) { (this->*action)(notification); });
+    addHandler(notificationName(baseName),
+               [this, action](const platform::Notification& notification) { (this->*action)(notification); });
 }
 
 void DGAMonitorToolManager::addObserverByName(const std::string& name, TargetAction action) {
     ORVN_LOG_METHOD();
-    platform::DistributedNotificationCenter::defaultCenter().addObserver(
-        name, [target = targetTool_, action](const platform::Notification& notification) {
-            ((*target).*action)(notification);
-        });
+    addHandler(name, [target = targetTool_, action](const platform::Notification& notification) {
+        ((*target).*action)(notification);
+    });
+}
+
+void DGAMonitorToolManager::addHandler(const std::string& name,
+                                       std::function<void(const platform::Notification&)> handler) {
+    platform::DistributedNotificationCenter::defaultCenter().addObserver(name, handler);
+    handlers_[name] = std::move(handler);
+}
+
+void DGAMonitorToolManager::handlePortNotification(std::string_view baseName,
+                                                   const std::optional<std::string>& text) {
+    platform::Notification notification{.name = notificationName(baseName), .object = {}, .userInfo = {}};
+    if (text)
+        notification.userInfo[dDGAJsonDataKey] = *text;
+    if (const auto handler = handlers_.find(notification.name); handler != handlers_.end())
+        handler->second(notification);
 }
 
 void DGAMonitorToolManager::dealNormalStart(const platform::Notification& notification) {
@@ -112,7 +126,11 @@ void DGAMonitorToolManager::setupTelemetry() {
 
 void DGAMonitorToolManager::startReceiveMeetingData() {
     ORVN_LOG_METHOD();
-    DGAMeetingDataRecordTool::shareDataRecordTool().startRecord();
+    auto& tool = DGAMeetingDataRecordTool::shareDataRecordTool();
+    tool.setNotificationHandler([this](std::string_view baseName, const std::optional<std::string>& text) {
+        handlePortNotification(baseName, text);
+    });
+    tool.startRecord();
 }
 
 void DGAMonitorToolManager::startCheckingSystemResourceUsage() {

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <functional>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -51,9 +54,13 @@ private:
     void addProcessObserver();
     void addObserverByName(const std::string& name, TargetAction action);
     void observe(std::string_view baseName, ManagerAction action);
-    static void startReceiveMeetingData();
+    void addHandler(const std::string& name, std::function<void(const platform::Notification&)> handler);
+    void handlePortNotification(std::string_view baseName, const std::optional<std::string>& text);
+    void startReceiveMeetingData();
     static void startCheckingSystemResourceUsage();
 
     DGASessionRecord& record_;
     std::shared_ptr<DGADealNotifTargetTool> targetTool_;
+    /// What the bus calls, for the notifications that come over the port.
+    std::map<std::string, std::function<void(const platform::Notification&)>> handlers_;
 };

@@ -1,6 +1,7 @@
 #include "platform/DistributedNotificationCenter.h"
 
 #include <gio/gio.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <string_view>
@@ -14,6 +15,7 @@ namespace {
 constexpr char kPath[] = "/com/tellan/orvane/DistributedNotifications";
 constexpr char kInterface[] = "com.tellan.orvane.DistributedNotifications";
 constexpr char kMember[] = "Posted";
+constexpr char kOwnedNamePrefix[] = "com.tellan.orvane.dga.p";
 constexpr char kSignature[] = "(ssa{sv})";
 
 GVariant* textVariant(const std::string& text) {
@@ -51,6 +53,29 @@ void signalArrived(GDBusConnection* /*bus*/, const char* /*sender*/, const char*
         reportWarning("a notification of an unknown form was ignored");
 }
 
+void nameAnswered(GObject* bus, GAsyncResult* result, gpointer /*data*/) {
+    GError* error = nullptr;
+    GVariant* answer = g_dbus_connection_call_finish(G_DBUS_CONNECTION(bus), result, &error);
+    if (answer) {
+        g_variant_unref(answer);
+        return;
+    }
+    reportWarning(std::string("the session bus refuses our name, a client behind a filter hears nothing: ") +
+                  error->message);
+    g_error_free(error);
+}
+
+// Once per connection. The bus handles it before anything that is sent later: nobody has to wait for the
+// answer.
+void ownName(GDBusConnection* bus) {
+    constexpr guint32 kDoNotQueue = 4;
+    const std::string name = kOwnedNamePrefix + std::to_string(getpid());
+    g_dbus_connection_call(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                           "RequestName", g_variant_new("(su)", name.c_str(), kDoNotQueue),
+                           G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, &nameAnswered,
+                           nullptr);
+}
+
 }  // namespace
 
 struct DistributedNotificationCenter::State {
@@ -76,6 +101,7 @@ DistributedNotificationCenter::DistributedNotificationCenter() : state_(std::mak
     state_->connected = true;
     g_dbus_connection_set_exit_on_close(state_->bus, FALSE);
     g_signal_connect(state_->bus, "closed", G_CALLBACK(&State::busClosed), state_.get());
+    ownName(state_->bus);
 }
 
 DistributedNotificationCenter& DistributedNotificationCenter::defaultCenter() {

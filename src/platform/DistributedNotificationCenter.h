@@ -20,8 +20,9 @@ struct Notification {
 
 /// System-wide notifications as signals of the D-Bus session bus: path
 /// /com/tellan/orvane/DistributedNotifications, interface com.tellan.orvane.DistributedNotifications,
-/// member Posted, signature ssa{sv} (name, object, user info). Observers match on the name (arg0). No
-/// well-known bus name is taken. Used from the main thread; posting is allowed from any thread.
+/// member Posted, signature ssa{sv} (name, object, user info). Observers match on the name (arg0).
+/// The bus name com.tellan.orvane.dga.p<process id> is taken, for buses that filter by names. Used from the
+/// main thread; posting is allowed from any thread.
 class DistributedNotificationCenter {
 public:
     using Handler = std::function<void(const Notification&)>;
