@@ -1,12 +1,14 @@
 # The client library as a client's engineer meets it: installed, found, linked, and its examples at work against the
-# assistant, with a bus, without one, and behind a bus that filters. ARGS: the build tree.
+# assistant, with a bus, without one, and behind a bus that filters. ARGS: the build tree, or a prefix; the protocol page.
 . "$(dirname "$0")/common.sh"
-tree=$1
 examples=$(dirname "$0")/../../client/examples
-prefix=$PWD/prefix
-for component in runtime client client-dev; do
-    cmake --install "$tree" --prefix "$prefix" --component "$component" > install.txt || fail "$(cat install.txt)"
-done
+prefix=$1
+if [[ -e $1/CMakeCache.txt ]]; then
+    prefix=$PWD/prefix
+    for component in runtime client client-dev; do
+        cmake --install "$1" --prefix "$prefix" --component "$component" > install.txt || fail "$(cat install.txt)"
+    done
+fi
 assistant=$prefix/bin/orvanedga
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name orvane-dga-client.pc)")
 LD_LIBRARY_PATH=$(dirname "$(find "$prefix" -name 'liborvane_dga_client.so.0')")
