@@ -1,5 +1,6 @@
 # The client library as a client's engineer meets it: installed, found, linked, and its examples at work against the
-# assistant, with a bus, without one, and behind a bus that filters. ARGS: the build tree, or a prefix; the protocol page.
+# assistant, with a bus, without one, and behind a bus that filters. ARGS: the build tree, or a prefix; the protocol page;
+# where the packages of the Node example are.
 . "$(dirname "$0")/common.sh"
 examples=$(dirname "$0")/../../client/examples
 prefix=$1
@@ -48,8 +49,10 @@ if [[ -z ${ORVANEDGA_SANITIZE:-} ]]; then
     check Python python3 "$examples/minimal.py" "$assistant"
     if command -v node > which.txt; then
         check "Node without a bus" "${without_bus[@]}" node "$examples/minimal.js" "$assistant"
-        [[ ! -d $examples/node_modules ]] || check Node node "$examples/minimal.js" "$assistant"
-        [[ ! -d $examples/node_modules ]] || ! grep -q 'without the bus' output.txt || fail "$(cat output.txt)"
+        if [[ -d ${3:-} ]]; then
+            check Node env NODE_PATH="$3" node "$examples/minimal.js" "$assistant"
+            ! grep -q 'without the bus' output.txt || fail "$(cat output.txt)"
+        fi
     fi
 fi
 
