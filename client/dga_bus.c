@@ -14,6 +14,7 @@
 #define MEMBER_NAME "Posted"
 #define SIGNATURE "(ssa{sv})"
 #define JSON_KEY "DgaJsonData"
+#define OWNED_NAME_PREFIX "com.tellan.orvane.client.p"
 #define READY_PREFIX "ORVANE_DGA_APP_READY_"
 #define MATCH_RULE \
     "type='signal',path='" OBJECT_PATH "',interface='" INTERFACE_NAME "',member='" MEMBER_NAME "'"
@@ -33,7 +34,8 @@ struct DgaBus {
     GError* open_error;          /* why */
     Collected* collected;
     guint filter;
-    gint collecting; /* atomic */
+    gint collecting;  /* atomic */
+    gboolean unnamed; /* the bus refused the name, so a filter may hold back what is posted */
 };
 
 static Collected* collected_new(void) {
@@ -112,10 +114,15 @@ static GDBusMessage* collect(GDBusConnection* connection, GDBusMessage* message,
 }
 
 /* A call that waits for the daemon's answer: when it returns, the rule is in force. */
+static GVariant* call_daemon(GDBusConnection* connection, const char* method, GVariant* arguments,
+                             GError** error) {
+    return g_dbus_connection_call_sync(connection, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                       "org.freedesktop.DBus", method, arguments, NULL,
+                                       G_DBUS_CALL_FLAGS_NO_AUTO_START, 5000, NULL, error);
+}
+
 static gboolean change_match(GDBusConnection* connection, const char* method, GError** error) {
-    GVariant* answer = g_dbus_connection_call_sync(
-        connection, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
-        g_variant_new("(s)", MATCH_RULE), NULL, G_DBUS_CALL_FLAGS_NO_AUTO_START, 5000, NULL, error);
+    GVariant* answer = call_daemon(connection, method, g_variant_new("(s)", MATCH_RULE), error);
     if (answer == NULL) {
         return FALSE;
     }
@@ -169,6 +176,24 @@ void dga_bus_close(DgaBus* bus) {
     g_free(bus);
 }
 
+void dga_bus_own_name(DgaBus* bus, GPid pid) {
+    if (bus->connection == NULL) {
+        return;
+    }
+    const guint32 without_queue = 4; /* DBUS_NAME_FLAG_DO_NOT_QUEUE */
+    const guint32 now_owner = 1;     /* DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER */
+    guint32 reply = 0;
+    char* name = g_strdup_printf("%s%d", OWNED_NAME_PREFIX, (int)pid);
+    GVariant* answer =
+        call_daemon(bus->connection, "RequestName", g_variant_new("(su)", name, without_queue), NULL);
+    if (answer != NULL) {
+        g_variant_get(answer, "(u)", &reply);
+        g_variant_unref(answer);
+    }
+    bus->unnamed = reply != now_owner;
+    g_free(name);
+}
+
 static gboolean check_connected(const DgaBus* bus, GError** error) {
     if (bus->connection == NULL) {
         g_set_error(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_BUS, "no session bus: %s",
@@ -180,6 +205,22 @@ static gboolean check_connected(const DgaBus* bus, GError** error) {
                             "the connection to the session bus was lost");
         return FALSE;
     }
+    if (bus->unnamed) {
+        g_set_error_literal(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_BUS,
+                            "the session bus refuses the client's bus name");
+        return FALSE;
+    }
+    return TRUE;
+}
+
+/* Returns once the bus itself has all that was sent: a filter in between drops what it still holds when its
+ * client is gone. */
+static gboolean reach_daemon(GDBusConnection* connection, GError** error) {
+    GVariant* answer = call_daemon(connection, "GetId", NULL, error);
+    if (answer == NULL) {
+        return FALSE;
+    }
+    g_variant_unref(answer);
     return TRUE;
 }
 
@@ -206,7 +247,7 @@ gboolean dga_bus_post(DgaBus* bus, const char* base, GPid pid, const char* json,
     const gboolean sent =
         g_dbus_connection_emit_signal(bus->connection, NULL, OBJECT_PATH, INTERFACE_NAME, MEMBER_NAME,
                                       g_variant_new("(ss@a{sv})", name, "", user_info(json)), &reason) &&
-        g_dbus_connection_flush_sync(bus->connection, NULL, &reason);
+        reach_daemon(bus->connection, &reason);
     if (!sent) {
         g_set_error(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_BUS, "%s could not be posted: %s", name,
                     reason->message);

@@ -11,7 +11,13 @@ typedef struct DgaBus DgaBus;
 DgaBus* dga_bus_open(void);
 void dga_bus_close(DgaBus* bus);
 
-/* Posts "<base>_<pid>" with the JSON text, unless that is NULL, and hands it to the bus. Any thread. */
+/* Takes the name under which a filtered bus lets the client's notifications through to the assistant of that
+ * process id. Where the bus refuses it, later calls fail as without a bus. Once, before anything is posted.
+ */
+void dga_bus_own_name(DgaBus* bus, GPid pid);
+
+/* Posts "<base>_<pid>" with the JSON text, unless that is NULL, and returns once the bus has it. Any thread.
+ */
 gboolean dga_bus_post(DgaBus* bus, const char* base, GPid pid, const char* json, GError** error);
 
 /* Whether the assistant of that process id has posted its ready notification. FALSE without an error

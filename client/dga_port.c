@@ -201,8 +201,8 @@ static gboolean write_all(DgaPort* port, struct msghdr* message, GError** error)
     return TRUE;
 }
 
-static gboolean write_frame(DgaPort* port, const char* text, size_t length, GError** error) {
-    const guint32 header[2] = {GUINT32_TO_LE(0), GUINT32_TO_LE((guint32)length)};
+static gboolean write_frame(DgaPort* port, gint32 id, const char* text, size_t length, GError** error) {
+    const guint32 header[2] = {GUINT32_TO_LE((guint32)id), GUINT32_TO_LE((guint32)length)};
     G_STATIC_ASSERT(sizeof header == HEADER_SIZE);
     struct iovec parts[2] = {
         {.iov_base = (void*)(uintptr_t)header, .iov_len = sizeof header},
@@ -212,24 +212,33 @@ static gboolean write_frame(DgaPort* port, const char* text, size_t length, GErr
     return write_all(port, &message, error);
 }
 
-gboolean dga_port_send(DgaPort* port, GPid pid, const char* text, gboolean (*alive)(void*), void* data,
-                       GError** error) {
+gboolean dga_port_try_connect(DgaPort* port, GPid pid) {
+    g_mutex_lock(&port->lock);
+    if (port->fd < 0 && port->failure == NULL) {
+        port->fd = connect_anywhere(port, pid);
+    }
+    const gboolean connected = port->fd >= 0;
+    g_mutex_unlock(&port->lock);
+    return connected;
+}
+
+gboolean dga_port_send(DgaPort* port, GPid pid, gint32 id, const char* text, gboolean (*alive)(void*),
+                       void* data, GError** error) {
     const size_t length = strlen(text);
     if (length > ORVANE_DGA_MESSAGE_MAX) {
         g_set_error(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_TOO_LONG,
-                    "a meeting-data message of %zu bytes is longer than %d", length, ORVANE_DGA_MESSAGE_MAX);
+                    "a message of %zu bytes is longer than %d", length, ORVANE_DGA_MESSAGE_MAX);
         return FALSE;
     }
     if (!g_utf8_validate(text, (gssize)length, NULL)) {
-        g_set_error_literal(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_TEXT,
-                            "a meeting-data message is not UTF-8");
+        g_set_error_literal(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_TEXT, "a message is not UTF-8");
         return FALSE;
     }
     g_mutex_lock(&port->lock);
     if (port->failure == NULL && port->fd < 0) {
         connect_port(port, pid, alive, data, &port->failure);
     }
-    if (port->failure == NULL && !write_frame(port, text, length, &port->failure)) {
+    if (port->failure == NULL && !write_frame(port, id, text, length, &port->failure)) {
         close(port->fd);
         port->fd = -1;
     }

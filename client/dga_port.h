@@ -1,4 +1,4 @@
-/* The meeting-data side of the client library: the assistant's message port. */
+/* A connection of the client library to the assistant's message port. */
 #ifndef ORVANE_DGA_PORT_H
 #define ORVANE_DGA_PORT_H
 
@@ -13,9 +13,12 @@ void dga_port_free(DgaPort* port);
 /* Any thread. */
 void dga_port_set_timeout(DgaPort* port, guint timeout_ms);
 
-/* Sends one message to the port of the assistant with that process id. `alive` tells whether waiting for
- * the port still makes sense. Any thread; one message after another. */
-gboolean dga_port_send(DgaPort* port, GPid pid, const char* text, gboolean (*alive)(void*), void* data,
-                       GError** error);
+/* Connects now, if the port is there. Whether there is a connection. Any thread. */
+gboolean dga_port_try_connect(DgaPort* port, GPid pid);
+
+/* Sends one message with that id to the port of the assistant with that process id. `alive` tells whether
+ * waiting for the port still makes sense. Any thread; one message after another. */
+gboolean dga_port_send(DgaPort* port, GPid pid, gint32 id, const char* text, gboolean (*alive)(void*),
+                       void* data, GError** error);
 
 #endif

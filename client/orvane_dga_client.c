@@ -9,16 +9,32 @@
 #include <unistd.h>
 
 #include "dga_bus.h"
+#include "dga_meeting.h"
 #include "dga_port.h"
 
 /* How often the child is looked at where the kernel gives no handle to wait on. */
 #define LOOK_INTERVAL_MS 50
+
+/* How often a port that is not there yet is tried. */
+#define CONNECT_INTERVAL_MS 5
+
+/* Ids of messages on the port: of meeting data, and of the notifications without a bus. */
+#define MEETING_DATA_ID 0
+#define FIRST_NOTIFICATION_ID 0x4F564401
+
+typedef enum { PARAMETERS, KEEP_ALIVE, GENERATE_REPORT, GENERATE_REPORT_AND_EXIT, APP_EXIT } Notification;
+static const char* const notification_names[] = {
+    "ORVANE_DGA_PASSING_JSON_DATA",        "ORVANE_DGA_KEEP_ALIVE", "ORVANE_DGA_GENERATE_REPORT",
+    "ORVANE_DGA_GENERATE_REPORT_AND_EXIT", "ORVANE_DGA_APP_EXIT",
+};
 
 struct OrvaneDga {
     GPid pid;
     int pid_fd; /* becomes readable when the assistant ends; -1 if the kernel cannot */
     DgaBus* bus;
     DgaPort* port;
+    DgaPort* notification_port; /* for a client without a bus */
+    DgaMeeting* meeting;
     GMutex lock; /* guards what follows: the child is collected once */
     OrvaneDgaState state;
     int code;
@@ -45,11 +61,14 @@ OrvaneDga* orvane_dga_start(const char* path, GError** error) {
         dga_bus_close(bus);
         return NULL;
     }
+    dga_bus_own_name(bus, pid);
     OrvaneDga* dga = g_new0(OrvaneDga, 1);
     dga->pid = pid;
     dga->pid_fd = (int)syscall(SYS_pidfd_open, pid, 0);
     dga->bus = bus;
     dga->port = dga_port_new();
+    dga->notification_port = dga_port_new();
+    dga->meeting = dga_meeting_new();
     g_mutex_init(&dga->lock);
     dga->state = ORVANE_DGA_STATE_RUNNING;
     return dga;
@@ -60,6 +79,8 @@ void orvane_dga_free(OrvaneDga* dga) {
         return;
     }
     orvane_dga_state(dga, NULL); /* collects a child that has ended */
+    dga_meeting_free(dga->meeting);
+    dga_port_free(dga->notification_port);
     dga_port_free(dga->port);
     dga_bus_close(dga->bus);
     if (dga->pid_fd >= 0) {
@@ -132,9 +153,10 @@ gboolean orvane_dga_wait_ready(OrvaneDga* dga, guint timeout_ms, GError** error)
             dga_bus_stop_collecting(dga->bus);
             return TRUE;
         }
-        if (bus_error != NULL) {
-            g_propagate_error(error, bus_error);
-            return FALSE;
+        const gboolean with_bus = bus_error == NULL;
+        g_clear_error(&bus_error);
+        if (!with_bus && dga_port_try_connect(dga->notification_port, dga->pid)) {
+            return TRUE;
         }
         if (!alive) {
             g_set_error_literal(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_ENDED,
@@ -142,7 +164,8 @@ gboolean orvane_dga_wait_ready(OrvaneDga* dga, guint timeout_ms, GError** error)
             return FALSE;
         }
         /* The lost bus wakes nobody; look for it now and then. */
-        if (!wait_for_news(dga, dga_bus_wake_fd(dga->bus), 500, deadline)) {
+        if (!wait_for_news(dga, with_bus ? dga_bus_wake_fd(dga->bus) : -1,
+                           with_bus ? 500 : CONNECT_INTERVAL_MS, deadline)) {
             g_set_error(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_TIMEOUT,
                         "the assistant was not ready within %u ms", timeout_ms);
             return FALSE;
@@ -164,41 +187,74 @@ gboolean orvane_dga_wait_exit(OrvaneDga* dga, guint timeout_ms, GError** error) 
     return TRUE;
 }
 
-gboolean orvane_dga_send_parameters(OrvaneDga* dga, const char* json, GError** error) {
-    g_return_val_if_fail(dga != NULL && json != NULL, FALSE);
-    return dga_bus_post(dga->bus, "ORVANE_DGA_PASSING_JSON_DATA", dga->pid, json, error);
-}
-
-gboolean orvane_dga_heartbeat(OrvaneDga* dga, GError** error) {
-    g_return_val_if_fail(dga != NULL, FALSE);
-    return dga_bus_post(dga->bus, "ORVANE_DGA_KEEP_ALIVE", dga->pid, NULL, error);
-}
-
-gboolean orvane_dga_request_report(OrvaneDga* dga, GError** error) {
-    g_return_val_if_fail(dga != NULL, FALSE);
-    return dga_bus_post(dga->bus, "ORVANE_DGA_GENERATE_REPORT", dga->pid, NULL, error);
-}
-
-gboolean orvane_dga_report_and_exit(OrvaneDga* dga, const char* json, GError** error) {
-    g_return_val_if_fail(dga != NULL, FALSE);
-    return dga_bus_post(dga->bus, "ORVANE_DGA_GENERATE_REPORT_AND_EXIT", dga->pid, json, error);
-}
-
-gboolean orvane_dga_quit(OrvaneDga* dga, GError** error) {
-    g_return_val_if_fail(dga != NULL, FALSE);
-    return dga_bus_post(dga->bus, "ORVANE_DGA_APP_EXIT", dga->pid, NULL, error);
-}
-
 static gboolean still_alive(void* dga) {
     return orvane_dga_is_alive(dga);
 }
 
+/* Over the bus, else over the port. */
+static gboolean notify(OrvaneDga* dga, Notification what, const char* json, GError** error) {
+    GError* bus_error = NULL;
+    if (dga_bus_post(dga->bus, notification_names[what], dga->pid, json, &bus_error)) {
+        return TRUE;
+    }
+    if (!g_error_matches(bus_error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_BUS)) {
+        g_propagate_error(error, bus_error);
+        return FALSE;
+    }
+    GError* port_error = NULL;
+    const gboolean sent = dga_port_send(dga->notification_port, dga->pid, FIRST_NOTIFICATION_ID + (int)what,
+                                        json != NULL ? json : "", still_alive, dga, &port_error);
+    if (!sent && g_error_matches(port_error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_PORT)) {
+        g_set_error(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_BUS, "%s; %s", bus_error->message,
+                    port_error->message);
+        g_error_free(port_error);
+    } else if (!sent) {
+        g_propagate_error(error, port_error);
+    }
+    g_error_free(bus_error);
+    return sent;
+}
+
+gboolean orvane_dga_send_parameters(OrvaneDga* dga, const char* json, GError** error) {
+    g_return_val_if_fail(dga != NULL && json != NULL, FALSE);
+    return notify(dga, PARAMETERS, json, error);
+}
+
+gboolean orvane_dga_heartbeat(OrvaneDga* dga, GError** error) {
+    g_return_val_if_fail(dga != NULL, FALSE);
+    return notify(dga, KEEP_ALIVE, NULL, error);
+}
+
+gboolean orvane_dga_request_report(OrvaneDga* dga, GError** error) {
+    g_return_val_if_fail(dga != NULL, FALSE);
+    return notify(dga, GENERATE_REPORT, NULL, error);
+}
+
+gboolean orvane_dga_report_and_exit(OrvaneDga* dga, const char* json, GError** error) {
+    g_return_val_if_fail(dga != NULL, FALSE);
+    return notify(dga, GENERATE_REPORT_AND_EXIT, json, error);
+}
+
+gboolean orvane_dga_quit(OrvaneDga* dga, GError** error) {
+    g_return_val_if_fail(dga != NULL, FALSE);
+    return notify(dga, APP_EXIT, NULL, error);
+}
+
 gboolean orvane_dga_send_meeting_data(OrvaneDga* dga, const char* json, GError** error) {
     g_return_val_if_fail(dga != NULL && json != NULL, FALSE);
-    return dga_port_send(dga->port, dga->pid, json, still_alive, dga, error);
+    return dga_port_send(dga->port, dga->pid, MEETING_DATA_ID, json, still_alive, dga, error);
+}
+
+gboolean orvane_dga_update_meeting_data(OrvaneDga* dga, const char* json, GError** error) {
+    g_return_val_if_fail(dga != NULL && json != NULL, FALSE);
+    char* whole = dga_meeting_merge(dga->meeting, json, error);
+    const gboolean sent = whole != NULL && orvane_dga_send_meeting_data(dga, whole, error);
+    g_free(whole);
+    return sent;
 }
 
 void orvane_dga_set_port_timeout(OrvaneDga* dga, guint timeout_ms) {
     g_return_if_fail(dga != NULL);
     dga_port_set_timeout(dga->port, timeout_ms);
+    dga_port_set_timeout(dga->notification_port, timeout_ms);
 }

@@ -10,15 +10,16 @@
  *     if (dga != NULL && orvane_dga_wait_ready(dga, 10000, &error)) {
  *         orvane_dga_send_parameters(dga, "{\"processID\":4711, ...}", &error);
  *         ...every few seconds: orvane_dga_heartbeat(dga, &error);
- *         ...when the meeting's state changes: orvane_dga_send_meeting_data(dga, json, &error);
+ *         ...when the meeting's state changes: orvane_dga_update_meeting_data(dga, json, &error);
  *         orvane_dga_quit(dga, &error);
  *     }
  *     orvane_dga_free(dga);
  *
  * Two ways lead to the assistant. Notifications (parameters, heartbeat, report, quit) are signals on the
- * session bus; meeting data goes over the assistant's own local socket, the message port. Neither is
- * answered. Without a session bus the assistant is started and takes meeting data, while
- * orvane_dga_wait_ready() and all notifications fail with ORVANE_DGA_ERROR_BUS.
+ * session bus, sent by the owner of the bus name com.tellan.orvane.client.p<the assistant's process id>, so
+ * that a bus that filters by names can let them through; meeting data goes over the assistant's own local
+ * socket, the message port. Neither is answered. Where there is no session bus, or it refuses the name,
+ * notifications take the message port as well, and the assistant counts as ready once its port is open.
  *
  * Main loops: the library needs none and touches none of the caller's; it may be used beside a running
  * one. It has a bus connection of its own, so that the loss of the bus never ends the caller.
@@ -28,7 +29,8 @@
  * must be the last call, after every other one has returned. Messages that one thread sends arrive in
  * their order, notifications among themselves and meeting data among itself; between the two kinds, and
  * between threads, there is no order. The state, alive and pid calls never wait. Notifications wait
- * until the bus connection has taken them; meeting data and the two wait calls say below how long.
+ * until the bus connection has taken them, or without a bus as meeting data does; that and the two wait
+ * calls say below how long.
  *
  * Signals: no call raises SIGPIPE; GIO, once it is used, ignores it for the whole process. The caller must
  * not ignore SIGCHLD nor collect the assistant with wait() or waitpid(-1): the exit status would be lost
@@ -65,7 +67,7 @@ typedef enum {
  * @param path the assistant's program, absolute or relative to the working folder; not searched in PATH.
  * @return the started assistant, to be given to orvane_dga_free(), or NULL with ORVANE_DGA_ERROR_START.
  */
-OrvaneDga* orvane_dga_start(const char* path, GError** error);
+ORVANE_DGA_API OrvaneDga* orvane_dga_start(const char* path, GError** error);
 
 /**
  * Forgets the assistant and frees everything. NULL is allowed.
@@ -74,56 +76,57 @@ OrvaneDga* orvane_dga_start(const char* path, GError** error);
  * caller stays alive, it remains as a zombie once it has ended, until the caller ends; a caller that
  * minds calls orvane_dga_quit() and orvane_dga_wait_exit() first.
  */
-void orvane_dga_free(OrvaneDga* dga);
+ORVANE_DGA_API void orvane_dga_free(OrvaneDga* dga);
 
 /** The assistant's process id, also after its end. */
-GPid orvane_dga_pid(const OrvaneDga* dga);
+ORVANE_DGA_API GPid orvane_dga_pid(const OrvaneDga* dga);
 
 /**
- * Waits until the assistant has said that it listens; notifications sent earlier are lost.
+ * Waits until the assistant has said that it listens; notifications sent earlier are lost. Without a session
+ * bus it waits for the message port, and nothing is lost.
  *
  * Returns at once when it has said so before, even before this call. May be repeated after a timeout.
  *
  * @param timeout_ms how long to wait at most; 0 only looks.
  * @return TRUE when ready. FALSE with ORVANE_DGA_ERROR_TIMEOUT; with ORVANE_DGA_ERROR_ENDED as soon as
- *     the assistant has ended instead; with ORVANE_DGA_ERROR_BUS, at once, when there is no session bus.
+ *     the assistant has ended instead.
  */
-gboolean orvane_dga_wait_ready(OrvaneDga* dga, guint timeout_ms, GError** error);
+ORVANE_DGA_API gboolean orvane_dga_wait_ready(OrvaneDga* dga, guint timeout_ms, GError** error);
 
 /**
  * Sends the session parameters. May be repeated; each message replaces the values before.
  *
  * @param json a JSON object in UTF-8. It is passed on as it is and not checked for being JSON.
- * @return TRUE when the bus has taken it. FALSE with ORVANE_DGA_ERROR_BUS or ORVANE_DGA_ERROR_TEXT.
+ * @return TRUE when it was handed over. FALSE with ORVANE_DGA_ERROR_BUS or ORVANE_DGA_ERROR_TEXT.
  */
-gboolean orvane_dga_send_parameters(OrvaneDga* dga, const char* json, GError** error);
+ORVANE_DGA_API gboolean orvane_dga_send_parameters(OrvaneDga* dga, const char* json, GError** error);
 
 /**
  * Tells the assistant that the client works. After 180 seconds without it, the assistant takes a client
  * that still runs for frozen.
- * @return TRUE when the bus has taken it. FALSE with ORVANE_DGA_ERROR_BUS.
+ * @return TRUE when it was handed over. FALSE with ORVANE_DGA_ERROR_BUS.
  */
-gboolean orvane_dga_heartbeat(OrvaneDga* dga, GError** error);
+ORVANE_DGA_API gboolean orvane_dga_heartbeat(OrvaneDga* dga, GError** error);
 
 /**
  * Asks the assistant to show its problem report window.
- * @return TRUE when the bus has taken it. FALSE with ORVANE_DGA_ERROR_BUS.
+ * @return TRUE when it was handed over. FALSE with ORVANE_DGA_ERROR_BUS.
  */
-gboolean orvane_dga_request_report(OrvaneDga* dga, GError** error);
+ORVANE_DGA_API gboolean orvane_dga_request_report(OrvaneDga* dga, GError** error);
 
 /**
  * Asks the assistant to show its problem report window and to end once it is closed.
  * @param json the session parameters, as for orvane_dga_send_parameters(), or NULL to leave them.
- * @return TRUE when the bus has taken it. FALSE with ORVANE_DGA_ERROR_BUS or ORVANE_DGA_ERROR_TEXT.
+ * @return TRUE when it was handed over. FALSE with ORVANE_DGA_ERROR_BUS or ORVANE_DGA_ERROR_TEXT.
  */
-gboolean orvane_dga_report_and_exit(OrvaneDga* dga, const char* json, GError** error);
+ORVANE_DGA_API gboolean orvane_dga_report_and_exit(OrvaneDga* dga, const char* json, GError** error);
 
 /**
  * Says goodbye: the client ends as planned. A client that vanishes without it counts as crashed. The
  * caller may end, even be killed, as soon as this has returned.
- * @return TRUE when the bus has taken it. FALSE with ORVANE_DGA_ERROR_BUS.
+ * @return TRUE when it was handed over. FALSE with ORVANE_DGA_ERROR_BUS.
  */
-gboolean orvane_dga_quit(OrvaneDga* dga, GError** error);
+ORVANE_DGA_API gboolean orvane_dga_quit(OrvaneDga* dga, GError** error);
 
 /**
  * Sends one meeting-data message over the message port.
@@ -140,26 +143,40 @@ gboolean orvane_dga_quit(OrvaneDga* dga, GError** error);
  * @return TRUE when the whole message was handed over. FALSE with ORVANE_DGA_ERROR_PORT,
  *     ORVANE_DGA_ERROR_TOO_LONG or ORVANE_DGA_ERROR_TEXT.
  */
-gboolean orvane_dga_send_meeting_data(OrvaneDga* dga, const char* json, GError** error);
+ORVANE_DGA_API gboolean orvane_dga_send_meeting_data(OrvaneDga* dga, const char* json, GError** error);
+
+/**
+ * Sends what has changed in the meeting: merges it into all that this call was given before, and sends the
+ * whole as orvane_dga_send_meeting_data() does, which would read what is missing as 0.
+ *
+ * Until told otherwise the network is good (networkStatus 1) and all else 0. "event" goes with its message
+ * only and is not remembered. Messages of several threads are merged one after another, but may be sent in
+ * another order: let one thread send.
+ *
+ * @param json a JSON object of objects of 32-bit integers, such as {"audioQuality":{"sendQuality":3}}. Names
+ *     consist of ASCII letters, digits and underscores. With anything else nothing is merged or sent.
+ * @return as orvane_dga_send_meeting_data(); ORVANE_DGA_ERROR_TEXT also for a text of another form.
+ */
+ORVANE_DGA_API gboolean orvane_dga_update_meeting_data(OrvaneDga* dga, const char* json, GError** error);
 
 /** Sets the port timeout of orvane_dga_send_meeting_data(): 5000 milliseconds unless set. */
-void orvane_dga_set_port_timeout(OrvaneDga* dga, guint timeout_ms);
+ORVANE_DGA_API void orvane_dga_set_port_timeout(OrvaneDga* dga, guint timeout_ms);
 
 /**
  * Whether and how the assistant has ended.
  * @param code receives the exit status (EXITED), the signal's number (KILLED) or 0. May be NULL.
  */
-OrvaneDgaState orvane_dga_state(OrvaneDga* dga, int* code);
+ORVANE_DGA_API OrvaneDgaState orvane_dga_state(OrvaneDga* dga, int* code);
 
 /** Whether the assistant's process still runs. */
-gboolean orvane_dga_is_alive(OrvaneDga* dga);
+ORVANE_DGA_API gboolean orvane_dga_is_alive(OrvaneDga* dga);
 
 /**
  * Waits until the assistant has ended.
  * @param timeout_ms how long to wait at most; 0 only looks.
  * @return TRUE when it has ended: orvane_dga_state() tells how. FALSE with ORVANE_DGA_ERROR_TIMEOUT.
  */
-gboolean orvane_dga_wait_exit(OrvaneDga* dga, guint timeout_ms, GError** error);
+ORVANE_DGA_API gboolean orvane_dga_wait_exit(OrvaneDga* dga, guint timeout_ms, GError** error);
 
 G_END_DECLS
 

@@ -8,18 +8,21 @@
 
 G_BEGIN_DECLS
 
+/** What the library lets out; everything else in it is hidden. */
+#define ORVANE_DGA_API __attribute__((visibility("default")))
+
 /** The error domain of this library. */
 #define ORVANE_DGA_ERROR (orvane_dga_error_quark())
-GQuark orvane_dga_error_quark(void);
+ORVANE_DGA_API GQuark orvane_dga_error_quark(void);
 
 typedef enum {
     ORVANE_DGA_ERROR_START,    /**< The assistant's program could not be started. */
-    ORVANE_DGA_ERROR_BUS,      /**< There is no session bus, or the connection to it was lost. */
+    ORVANE_DGA_ERROR_BUS,      /**< Neither the session bus nor the message port takes notifications. */
     ORVANE_DGA_ERROR_TIMEOUT,  /**< What was waited for did not happen in time. */
     ORVANE_DGA_ERROR_ENDED,    /**< The assistant has ended. */
     ORVANE_DGA_ERROR_PORT,     /**< The message port could not be reached or was closed. */
     ORVANE_DGA_ERROR_TOO_LONG, /**< The message is longer than ORVANE_DGA_MESSAGE_MAX. */
-    ORVANE_DGA_ERROR_TEXT      /**< The text is not UTF-8. */
+    ORVANE_DGA_ERROR_TEXT      /**< The text is not UTF-8, or not of the form that the call names. */
 } OrvaneDgaError;
 
 /** The most bytes that one meeting-data message may have. */

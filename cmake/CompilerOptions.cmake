@@ -1,5 +1,6 @@
 # orvanedga_options: the warnings and sanitizers every target of this project is built with; orvanedga_warnings
 # alone is for programs that the build itself runs.
+include(CheckCXXCompilerFlag)
 add_library(orvanedga_warnings INTERFACE)
 add_library(orvanedga_options INTERFACE)
 target_link_libraries(orvanedga_options INTERFACE orvanedga_warnings)
@@ -16,9 +17,19 @@ if(ORVANEDGA_SANITIZE)
     "$<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized;-Wno-uninitialized>")
   target_link_options(orvanedga_options INTERFACE -fsanitize=${ORVANEDGA_SANITIZE})
 else()
+  # A product's build: hardened, and the same wherever its sources lie.
+  set(product -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 -fstack-clash-protection
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 12)
+    list(TRANSFORM product REPLACE "_SOURCE=3" "_SOURCE=2")
+  endif()
+  check_cxx_compiler_flag(-fcf-protection=full ORVANEDGA_HAS_CF_PROTECTION)
+  if(ORVANEDGA_HAS_CF_PROTECTION)
+    list(APPEND product -fcf-protection=full)
+  endif()
   target_compile_options(orvanedga_options INTERFACE
-    $<$<CONFIG:Release,RelWithDebInfo>:-D_FORTIFY_SOURCE=2> -fstack-protector-strong)
-  target_link_options(orvanedga_options INTERFACE -Wl,-z,relro,-z,now -Wl,--as-needed)
+    "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:${product}>" -fstack-protector-strong)
+  target_link_options(orvanedga_options INTERFACE -Wl,-z,relro,-z,now -Wl,--as-needed -Wl,--build-id=sha1)
 endif()
 
 # orvanedga_add_layer(<name> SOURCES ... [LINK ...]): one source folder as one library. The objects

@@ -1,6 +1,7 @@
 #include "DGAMeetingData/DGAMeetingDataRecordTool.h"
 
 #include "DGAMeetingData/DGACSVFileTool.h"
+#include "DGAMonitor/Const/DGAConst.h"
 
 DGAMeetingDataRecordTool& DGAMeetingDataRecordTool::shareDataRecordTool() {
     static auto* const tool = new DGAMeetingDataRecordTool();
@@ -27,6 +28,14 @@ void DGAMeetingDataRecordTool::onMessageWithJsonData(const std::optional<std::st
         if (listener_)
             listener_->setHeld(false);
     });
+}
+
+bool DGAMeetingDataRecordTool::onNotification(int32_t messageID, const std::optional<std::string>& text) {
+    const int64_t number = int64_t{messageID} - kDGAFirstPortNotificationID;
+    if (number < 0 || number >= std::ssize(kDGAPortNotifications) || !notificationHandler_)
+        return false;
+    notificationHandler_(kDGAPortNotifications.at(static_cast<size_t>(number)), text);
+    return true;
 }
 
 DGAMeetingDataManager& DGAMeetingDataRecordTool::recordMrg() {

@@ -57,9 +57,8 @@ void DGAMonitorToolManager::addProcessObserver() {
 }
 
 void DGAMonitorToolManager::observe(std::string_view baseName, ManagerAction action) {
-    platform::DistributedNotificationCenter::defaultCenter().addObserver(
-        notificationName(baseName),
-        [this, action](const platform::Notification& notification) { (this->*action)(notification); });
+    addHandler(notificationName(baseName),
+               [this, action](const platform::Notification& notification) { (this->*action)(notification); });
 }
 
 void DGAMonitorToolManager::addObserverByName(const std::string& name, TargetAction action,
@@ -67,7 +66,7 @@ void DGAMonitorToolManager::addObserverByName(const std::string& name, TargetAct
     ORVN_LOG_METHOD();
     // The first one only: heartbeats need no parameters.
     const bool needsParameters = action != &DGADealNotifTargetTool::dealHeartBeatFromClient;
-    platform::DistributedNotificationCenter::defaultCenter().addObserver(
+    addHandler(
         name,
         [this, action, needsParameters](const platform::Notification& notification) {
             if (needsParameters)
@@ -82,6 +81,22 @@ void DGAMonitorToolManager::dealWaitingParameters() {
         notificationName(kDGANotificationPassingJsonData));
     if (const auto latest = std::exchange(waiting_, std::nullopt))
         readMessage(*latest);
+}
+
+void DGAMonitorToolManager::addHandler(const std::string& name,
+                                       std::function<void(const platform::Notification&)> handler,
+                                       Delivery delivery) {
+    platform::DistributedNotificationCenter::defaultCenter().addObserver(name, handler, delivery);
+    handlers_[name] = std::move(handler);
+}
+
+void DGAMonitorToolManager::handlePortNotification(std::string_view baseName,
+                                                   const std::optional<std::string>& text) {
+    platform::Notification notification{.name = notificationName(baseName), .object = {}, .userInfo = {}};
+    if (text)
+        notification.userInfo[dDGAJsonDataKey] = *text;
+    if (const auto handler = handlers_.find(notification.name); handler != handlers_.end())
+        handler->second(notification);
 }
 
 void DGAMonitorToolManager::dealNormalStart(const platform::Notification& notification) {
@@ -140,7 +155,11 @@ void DGAMonitorToolManager::setupTelemetry() {
 
 void DGAMonitorToolManager::startReceiveMeetingData() {
     ORVN_LOG_METHOD();
-    DGAMeetingDataRecordTool::shareDataRecordTool().startRecord();
+    auto& tool = DGAMeetingDataRecordTool::shareDataRecordTool();
+    tool.setNotificationHandler([this](std::string_view baseName, const std::optional<std::string>& text) {
+        handlePortNotification(baseName, text);
+    });
+    tool.startRecord();
 }
 
 void DGAMonitorToolManager::startCheckingSystemResourceUsage() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -54,11 +56,16 @@ private:
     void dealWaitingParameters();
     void readMessage(const platform::Notification& notification);
     void observe(std::string_view baseName, ManagerAction action);
-    static void startReceiveMeetingData();
+    void addHandler(const std::string& name, std::function<void(const platform::Notification&)> handler,
+                    Delivery delivery = Delivery::inOrder);
+    void handlePortNotification(std::string_view baseName, const std::optional<std::string>& text);
+    void startReceiveMeetingData();
     static void startCheckingSystemResourceUsage();
 
     DGASessionRecord& record_;
     std::shared_ptr<DGADealNotifTargetTool> targetTool_;
     std::optional<platform::Notification> waiting_;  // parameters, while the trace has no room
     bool awaitsRoom_ = false;
+    /// What the bus calls, for the notifications that come over the port.
+    std::map<std::string, std::function<void(const platform::Notification&)>> handlers_;
 };

@@ -17,6 +17,10 @@ DgaIpcMessageListener* theListener = nullptr;
 
 }  // namespace
 
+bool DgaIpcMessageSink::onNotification(int32_t /*messageID*/, const std::optional<std::string>& /*text*/) {
+    return false;
+}
+
 DgaIpcMessageListener::DgaIpcMessageListener() = default;
 
 DgaIpcMessageListener::~DgaIpcMessageListener() {
@@ -49,16 +53,19 @@ void DgaIpcMessageListener::createListenerPort() {
     portRef_->schedule(platform::RunLoop::current());
 }
 
-void DgaIpcMessageListener::messagePortCallBack(platform::MessagePort& /*port*/, int32_t /*messageID*/,
+void DgaIpcMessageListener::messagePortCallBack(platform::MessagePort& /*port*/, int32_t messageID,
                                                 std::optional<std::string_view> data) {
-    if (!data || !theListener)
+    if (!theListener)
         return;
-    if (platform::isUtf8(*data)) {
-        theListener->handlePortMessage(std::string(*data));
-    } else {
+    std::optional<std::string> text;
+    if (data && platform::isUtf8(*data))
+        text = *data;
+    else if (data)
         logWarning("a message of {} bytes that is not UTF-8 is ignored", data->size());
-        theListener->handlePortMessage(std::nullopt);
-    }
+    if (theListener->messageSink_ && theListener->messageSink_->onNotification(messageID, text))
+        return;
+    if (data)
+        theListener->handlePortMessage(text);
 }
 
 void DgaIpcMessageListener::setHeld(bool held) {

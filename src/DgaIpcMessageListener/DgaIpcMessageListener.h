@@ -17,6 +17,10 @@ public:
 
     /// One message's text; none if its bytes are not UTF-8.
     virtual void onMessageWithJsonData(const std::optional<std::string>& jsonData) = 0;
+
+    /// A message's id and text, none for an empty one, before the above is called for it. True when the id
+    /// told that it is something else than meeting data, and it was taken as such.
+    virtual bool onNotification(int32_t messageID, const std::optional<std::string>& text);
 };
 
 /// Opens the local message port over which the client sends its meeting data, and hands every message

@@ -1,6 +1,7 @@
 #include "platform/DistributedNotificationCenter.h"
 
 #include <gio/gio.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -23,6 +24,7 @@ namespace {
 constexpr char kPath[] = "/com/tellan/orvane/DistributedNotifications";
 constexpr char kInterface[] = "com.tellan.orvane.DistributedNotifications";
 constexpr char kMember[] = "Posted";
+constexpr char kOwnedNamePrefix[] = "com.tellan.orvane.dga.p";
 
 constexpr size_t kMostWaiting = 16;  // of one name
 constexpr std::chrono::milliseconds kFirstPause{250};
@@ -50,6 +52,29 @@ std::string busAddress() {
 
 constexpr auto kConnectionFlags = static_cast<GDBusConnectionFlags>(
     G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+
+void nameAnswered(GObject* bus, GAsyncResult* result, gpointer /*data*/) {
+    GError* error = nullptr;
+    GVariant* answer = g_dbus_connection_call_finish(G_DBUS_CONNECTION(bus), result, &error);
+    if (answer) {
+        g_variant_unref(answer);
+        return;
+    }
+    reportWarning(std::string("the session bus refuses our name, a client behind a filter hears nothing: ") +
+                  error->message);
+    g_error_free(error);
+}
+
+// Once per connection. The bus handles it before anything that is sent later: nobody has to wait for the
+// answer.
+void ownName(GDBusConnection* bus) {
+    constexpr guint32 kDoNotQueue = 4;
+    const std::string name = kOwnedNamePrefix + std::to_string(getpid());
+    g_dbus_connection_call(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                           "RequestName", g_variant_new("(su)", name.c_str(), kDoNotQueue),
+                           G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, &nameAnswered,
+                           nullptr);
+}
 
 }  // namespace
 
@@ -125,6 +150,7 @@ void DistributedNotificationCenter::State::useBus(GDBusConnection* connection) {
             subscribe(observer);
     }
     g_dbus_connection_set_exit_on_close(connection, FALSE);
+    ownName(connection);
     g_dbus_connection_add_filter(connection, &State::filter, this, nullptr);
     g_signal_connect(connection, "closed", G_CALLBACK(&State::onClosed), this);
     connected = true;

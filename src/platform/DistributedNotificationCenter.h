@@ -13,8 +13,9 @@ namespace platform {
 
 /// System-wide notifications as signals of the D-Bus session bus: path
 /// /com/tellan/orvane/DistributedNotifications, interface com.tellan.orvane.DistributedNotifications,
-/// member Posted, signature ssa{sv} (name, object, user info). Observers match on the name (arg0). No
-/// well-known bus name is taken. Used from the main thread; posting is allowed from any thread.
+/// member Posted, signature ssa{sv} (name, object, user info). Observers match on the name (arg0).
+/// The bus name com.tellan.orvane.dga.p<process id> is taken, for buses that filter by names. Used from the
+/// main thread; posting is allowed from any thread.
 ///
 /// Where there is no bus, or it goes away, that is reported at level 8; the centre then tries again with
 /// pauses that grow to 5 seconds, and the observers hear again what is posted from then on.

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstring>
 #include <filesystem>
 #include <thread>
 
@@ -131,6 +132,47 @@ TEST_F(MessagePort, RefusedTextLeavesTheConnectionOfALongFolder) {
     EXPECT_TRUE(send("{}")) << error_.message();
     accept();
     EXPECT_EQ(read(10), std::string("\0\0\0\0\2\0\0\0{}", 10));
+}
+
+TEST_F(MessagePort, TakesTheNotificationsOfAClientWithoutABus) {
+    start();
+    listen();
+    EXPECT_TRUE(orvane_dga_wait_ready(assistant_.get(), 0, error_.out())) << error_.message();
+    EXPECT_TRUE(orvane_dga_send_parameters(assistant_.get(), "{}", error_.out())) << error_.message();
+    EXPECT_TRUE(orvane_dga_quit(assistant_.get(), error_.out())) << error_.message();
+    accept();
+    EXPECT_EQ(read(18), std::string("\x01\x44VO\2\0\0\0{}\x05\x44VO\0\0\0\0", 18));
+}
+
+TEST_F(MessagePort, UpdatesAreMergedIntoTheWholeState) {
+    start();
+    listen();
+    struct Case {
+        const char* update;
+        const char* whole;  ///< nothing is sent without
+    };
+    std::string expected;
+    for (const Case& c : {
+             Case{"{}", R"({"network":{"networkStatus":1}})"},
+             Case{R"({"event":{"eventType":3}, "b":{"y":-2147483648,"x_1":5}})",
+                  R"({"b":{"x_1":5,"y":-2147483648},"event":{"eventType":3},"network":{"networkStatus":1}})"},
+             Case{R"({"b":{"x_1":6,"z":7,"z2":2147483648}})", nullptr},
+             Case{R"({"b":{"x\"":6}})", nullptr},
+             Case{R"({"b":{"x":6}} more)", nullptr},
+             Case{R"({"network":{"networkStatus":2},"b":{}})",
+                  R"({"b":{"x_1":5,"y":-2147483648},"network":{"networkStatus":2}})"},
+         }) {
+        const bool sent = orvane_dga_update_meeting_data(assistant_.get(), c.update, error_.out()) != FALSE;
+        EXPECT_EQ(sent, c.whole != nullptr) << c.update << error_.message();
+        if (c.whole) {
+            expected +=
+                std::string(4, '\0') + static_cast<char>(strlen(c.whole)) + std::string(3, '\0') + c.whole;
+        } else {
+            EXPECT_EQ(error_.code(), ORVANE_DGA_ERROR_TEXT) << error_.message();
+        }
+    }
+    accept();
+    EXPECT_EQ(read(expected.size()), expected);
 }
 
 TEST_F(MessagePort, MissingPortFailsOnceSlowlyThenAtOnce) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <string_view>
 
 // Settings and names that several parts of the assistant share.
@@ -56,3 +58,10 @@ inline constexpr std::string_view kDGANotificationKeepAlive = "ORVANE_DGA_KEEP_A
 inline constexpr std::string_view kDGANotificationGenerateReport = "ORVANE_DGA_GENERATE_REPORT";
 inline constexpr std::string_view kDGANotificationAppExit = "ORVANE_DGA_APP_EXIT";
 inline constexpr std::string_view kDGANotificationAppReady = "ORVANE_DGA_APP_READY";
+
+/// Those from the client in the order of their ids on the message port, where a client without a bus sends
+/// them, and the first id.
+inline constexpr std::array kDGAPortNotifications = {
+    kDGANotificationPassingJsonData, kDGANotificationKeepAlive, kDGANotificationGenerateReport,
+    kDGANotificationGenerateReportAndExit, kDGANotificationAppExit};
+inline constexpr int32_t kDGAFirstPortNotificationID = 0x4F564401;
