@@ -1,7 +1,9 @@
 #!/bin/sh
-# Opens a new message in Outlook, which is the handler of mail links: RECIPIENT SUBJECT BODY [ATTACHMENT].
+# Opens a new message in Outlook, which is the handler of mail links. The message comes in on standard input (see
+# compose.sh).
 # shellcheck disable=SC1091
 . "$(dirname "$0")/compose.sh"
 
+read_message
 # The mail program may run for hours, and after the assistant has ended.
-with_handler "$@" < /dev/null > /dev/null 2>&1 &
+with_handler "$recipient" "$subject" "$body" "$attachment" < /dev/null > /dev/null 2>&1 &

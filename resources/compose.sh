@@ -20,13 +20,33 @@ has() {
     command -v "$1"
 }
 
-# Whatever the desktop opens mail links with. A link with "attach" is understood by most mail programs.
+# read_message: from standard input a line each with recipient, subject and attachment's path, and behind them the
+# body. Texts of a message go from program to program by standard input only: other users can read arguments. The
+# shell's own printf has none. A mail program's own arguments are the exception.
+read_message() {
+    # shellcheck disable=SC2034
+    { IFS= read -r recipient && IFS= read -r subject && IFS= read -r attachment; } || true
+    body=$(cat && printf x)
+    body=${body%x}
+}
+
+composer() { # portal|handler RECIPIENT SUBJECT BODY [ATTACHMENT]
+    printf '%s\n%s\n%s\n%s' "$2" "$3" "${5:-}" "$4" | "${ORVANEDGA_HELPERS:?}/mail_composer" "$1"
+}
+
+by_portal() {
+    composer portal "$@"
+}
+
+# Whatever the desktop opens mail links with; a link with "attach" is understood by most mail programs.
 with_handler() {
-    url=$(mailto_url "$1" "$2" "$3")
-    [ -z "${4:-}" ] || url="$url&attach=$(percent "$4" | sed 's/%2f/\//g')"
-    # xdg-email may end up in a web browser, so the handler itself comes first. It passes on a link that is encoded
-    # already; its own encoding would change backslashes.
-    { has gio && gio open "$url"; } || { has xdg-email && xdg-email "$url"; }
+    composer handler "$@"
+}
+
+# May end up in a web browser, and takes texts as arguments only: it gets the attachment alone.
+with_xdg_email() {
+    has xdg-email || return 1
+    xdg-email ${4:+--attach "$4"}
 }
 
 # Its values end at a comma; encoded ones are decoded.

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -90,16 +91,14 @@ struct SpawnOrders {
     }
 };
 
-// A text in a pipe, which holds as much as a task may be given.
+// A file without a name that holds the text.
 int openInput(const std::string& text, Handle& input) {
-    std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0)
-        return errno;
-    input = Handle(ends[0]);
-    const Handle writer(ends[1]);
-    if (write(ends[1], text.data(), text.size()) != static_cast<ssize_t>(text.size()))
-        return E2BIG;
-    return fcntl(ends[0], F_SETFL, 0) == 0 ? 0 : errno;
+    input = Handle(memfd_create("input", MFD_CLOEXEC));
+    if (input.get() < 0 ||
+        write(input.get(), text.data(), text.size()) != static_cast<ssize_t>(text.size()) ||
+        lseek(input.get(), 0, SEEK_SET) != 0)
+        return errno != 0 ? errno : EIO;
+    return 0;
 }
 
 int spawn(const Task& task, Child& child) {

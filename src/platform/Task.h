@@ -26,7 +26,7 @@ struct Task {
 
     std::string program;
     std::vector<std::string> arguments;
-    std::string input;  ///< its standard input, at most 64 KiB
+    std::string input;  ///< its standard input
     Surroundings surroundings = Surroundings::system;
     std::string workingFolder;  ///< ours if empty
     Output output = Output::collect;

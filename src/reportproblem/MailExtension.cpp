@@ -1,5 +1,6 @@
 #include "reportproblem/MailExtension.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
@@ -13,6 +14,13 @@ namespace {
 // The kernel takes no argument of 128 KiB (MAX_ARG_STRLEN in execve(2)), and in a link a byte may become
 // three.
 constexpr size_t kLongestText = 36'000;
+
+// A text that stands in one line.
+std::string oneLine(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    return text;
+}
 
 // A text that fits into a link, cut between two characters and marked so if it must be.
 std::string fitting(const std::string& text) {
@@ -71,9 +79,9 @@ void MailExtension::mailTo(const std::string& recipient, const std::string& with
     ORVN_LOG_METHOD();
     platform::Task task;
     task.program = platform::programForCommand(AppleScriptTaskPath);
-    task.arguments = {byUsingAppleScript, recipient, withMailTitle, fitting(mailBody)};
-    if (andAttachment)
-        task.arguments.push_back(*andAttachment);
+    task.arguments = {byUsingAppleScript};
+    task.input = oneLine(recipient) + "\n" + oneLine(withMailTitle) + "\n" +
+                 oneLine(andAttachment.value_or("")) + "\n" + fitting(mailBody);
     task.surroundings = platform::Task::Surroundings::desktop;
     task.output = platform::Task::Output::discard;
     platform::startTask(task, nullptr);

@@ -33,9 +33,10 @@ public:
     /// The folder of the program's resources.
     std::string myBundle() const;
 
-    /// Starts the script runner with these five arguments, each as it is; without an attachment it gets four.
-    /// Of a body of more than 36,000 bytes it gets the beginning: the kernel bounds the length of an
-    /// argument.
+    /// Starts the script runner with the script as its one argument. The rest goes by its standard input,
+    /// since other users can read arguments: a line each with recipient, title and attachment, and behind
+    /// them the body. Of a body of more than 36,000 bytes it gets the beginning: a mail program gets it as an
+    /// argument, whose length the kernel bounds.
     void mailTo(const std::string& recipient, const std::string& withMailTitle, const std::string& mailBody,
                 const std::optional<std::string>& andAttachment, const std::string& byUsingAppleScript) const;
 };

@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "platform/LoadableModule.h"
-#include "platform/ProxySettings.h"
+#include "platform/Text.h"
 #include "support/ORVNLogger.h"
 #include "support/OrvTelemetryMessage.h"
 #include "support/telemetry_sender/TelemetrySender.h"
@@ -40,19 +40,9 @@ const OrvTelemetrySender* loadSender() {
     return entry ? entry(kOrvTelemetrySenderVersion) : nullptr;
 }
 
-std::string proxyFor(const OrvTelemetryAddress& address) {
-    const auto settings = platform::copySystemProxySettings();
-    if (!settings)
-        return "";
-    const platform::ProxyServer& server = address.isHttps != 0 ? settings->https : settings->http;
-    const std::string host = static_cast<const char*>(address.host);
-    if (!server.enabled || server.host.empty() || platform::isProxyException(*settings, host, address.port))
-        return "";
-    const bool isIPv6 = server.host.find(':') != std::string::npos;
-    std::string proxy = "http://" + (isIPv6 ? "[" + server.host + "]" : server.host);
-    if (server.port > 0)
-        proxy += ":" + std::to_string(server.port);
-    return proxy;
+bool isWebAddress(const std::string& address) {
+    const std::string lower = platform::lowerCase(address);
+    return lower.starts_with("http://") || lower.starts_with("https://");
 }
 
 bool isAccepted(const OrvTelemetryAnswer& answer) {
@@ -150,15 +140,13 @@ private:
 
     OrvTelemetryAnswer post(const OrvTelemetrySender& sender, const std::string& body) {
         OrvTelemetryAnswer answer{};
-        OrvTelemetryAddress address{};
-        if (sender.addressOf(address_.c_str(), &address) == 0) {
+        if (!isWebAddress(address_)) {
             // Sending it again would not help.
             answer.mayHaveArrived = 1;
             fmt::format_to_n(static_cast<char*>(answer.fault), sizeof(answer.fault) - 1,
                              "not an address of http or https");
             return answer;
         }
-        const std::string proxy = proxyFor(address);
         std::vector<const char*> headers{"Content-Type: application/json"};
         for (const auto& header : headers_)
             headers.push_back(header.c_str());
@@ -167,7 +155,6 @@ private:
                                           .headerCount = static_cast<int>(headers.size()),
                                           .body = body.data(),
                                           .bodyLength = static_cast<long>(body.size()),
-                                          .proxy = proxy.c_str(),
                                           .connectMilliseconds = kConnectTime.count(),
                                           .totalMilliseconds = kRequestTime.count(),
                                           .keepGoing = &Session::keepGoing,

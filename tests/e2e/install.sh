@@ -3,7 +3,7 @@
 cmake --install "$1" --prefix "$PWD/prefix" > install.txt || fail "$(cat install.txt)"
 for file in bin/orvanedga bin/orvane-client-sim bin/orvane-report lib/orvanedga/libdgacore.so share/orvanedga/scenarios/hello.json \
     share/orvanedga/{English,zh_CN,pl}.lproj/Localizable.strings \
-    lib/orvanedga/telemetry_sender.so share/orvanedga/{compose.sh,SendViaMail.scpt,SendViaOutlook.scpt,orvdga_report.schema.json} \
+    lib/orvanedga/{telemetry_sender.so,mail_composer} share/orvanedga/{compose.sh,SendViaMail.scpt,SendViaOutlook.scpt,orvdga_report.schema.json} \
     lib/orvanedga/{sw_vers,osascript,system_profiler,screencapture,pac_evaluator}; do
     [[ -e prefix/$file ]] || fail "$file is not installed"
 done

@@ -17,6 +17,7 @@
 #include "DGAMonitor/Watch/DGAHeartBeatCheckTool.h"
 #include "platform/BundleInfo.h"
 #include "platform/DistributedNotificationCenter.h"
+#include "platform/RunLoop.h"
 
 namespace {
 
@@ -70,6 +71,7 @@ public:
             requests_.push_back(request);
             response.status = answer.status;
             response.set_header("Location", address("/elsewhere"));
+            response.set_header("Proxy-Authenticate", "Basic realm=\"x\"");
             if (answer.retryAfter)
                 response.set_header("Retry-After", answer.retryAfter);
         });
@@ -240,6 +242,39 @@ TEST_F(TelemetryTest, SendsAgainOnlyWhatTheServiceAsksFor) {
         const auto requests = collector.requests();
         EXPECT_EQ(requests.size(), c.requests) << c.answers[0].status;
         EXPECT_EQ(requests.front().body, requests.back().body);
+    }
+}
+
+// By a proxy that wants a password, which a script names or the environment.
+TEST_F(TelemetryTest, GoesTheWayThatUploadsGo) {
+    for (const bool byScript : {false, true}) {
+        Collector proxy(std::vector<Collector::Answer>{{407}});
+        const std::string host = proxy.address("").substr(7);
+        std::ofstream("/tmp/telemetry.pac")
+            << "function FindProxyForURL(url, host) { return 'PROXY 127.0.0.1:1; PROXY " << host << "'; }";
+        setenv(byScript ? "auto_proxy" : "http_proxy",
+               byScript ? "file:///tmp/telemetry.pac" : ("http://me:secret@" + host).c_str(), 1);
+        start("http://metrics.example/v1");
+        send(2601);
+        {
+            // A script is asked on the main thread.
+            const std::jthread waits([&] {
+                EXPECT_TRUE(eventually([&] {
+                    return proxy.requests().size() == (byScript ? 1U : 2U) && !telemetryThreadLives();
+                }));
+                platform::performOnMain([] { platform::RunLoop::main().stop(); });
+            });
+            platform::RunLoop::main().run();
+        }
+        const auto requests = proxy.requests();
+        EXPECT_EQ(requests.front().get_header_value("Proxy-Authorization"), "");
+        EXPECT_EQ(requests.back().get_header_value("Proxy-Authorization"),
+                  byScript ? "" : "Basic bWU6c2VjcmV0");
+        EXPECT_EQ(requests.back().get_header_value("Host"), "metrics.example");
+        DGATelemetryManager::closeOrvTelemetry();
+        manager().telemetryMrg = nullptr;
+        unsetenv("auto_proxy");
+        unsetenv("http_proxy");
     }
 }
 

@@ -33,6 +33,9 @@ struct HttpRequest {
     std::string proxyPassword;
     HttpAuth proxyAuth = kHttpAuthBasic;
 
+    /// On a connection of its own, so that it is never sent a second time by itself.
+    bool onceOnly = false;
+
     std::chrono::milliseconds connectTime{0};  ///< until the connection stands; 0 for curl's own limit
 };
 
@@ -41,6 +44,7 @@ struct HttpResponse {
     std::string url;    ///< of the request that was answered, which after a redirect is not the first one
     ProxyServer proxy;  ///< that was asked; not enabled where there was none
     unsigned proxyAuths = 0;  ///< with status 407: what the proxy offers of HttpAuth that can be done here
+    long retryAfter = 0;      ///< seconds that the server asks to wait; 0 if it does not
 };
 
 }  // namespace platform

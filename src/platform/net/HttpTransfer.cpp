@@ -159,6 +159,8 @@ CURLcode HttpTransfer::setUp() {
     curl_easy_setopt(handle_, CURLOPT_SSL_VERIFYHOST, 2 * verify);
     curl_easy_setopt(handle_, CURLOPT_PROXY_SSL_VERIFYPEER, verifyProxy);
     curl_easy_setopt(handle_, CURLOPT_PROXY_SSL_VERIFYHOST, 2 * verifyProxy);
+    curl_easy_setopt(handle_, CURLOPT_FRESH_CONNECT, options_.request.onceOnly ? 1L : 0L);
+    curl_easy_setopt(handle_, CURLOPT_FORBID_REUSE, options_.request.onceOnly ? 1L : 0L);
     curl_easy_setopt(handle_, CURLOPT_USERAGENT, kUserAgent.c_str());
     if (options_.request.connectTime.count() > 0)
         curl_easy_setopt(handle_, CURLOPT_CONNECTTIMEOUT_MS,
@@ -340,6 +342,9 @@ HttpResponse HttpTransfer::responseWith(int status) const {
     for (const auto& way : kWays)
         response.proxyAuths |= (static_cast<unsigned long>(curls) & way.curls) != 0 ? unsigned{way.ours} : 0U;
     response.proxyAuths &= waysThatCurlHas();
+    curl_off_t seconds = 0;
+    if (curl_easy_getinfo(handle_, CURLINFO_RETRY_AFTER, &seconds) == CURLE_OK)
+        response.retryAfter = static_cast<long>(seconds);
     return response;
 }
 

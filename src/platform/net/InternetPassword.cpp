@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <memory>
+#include <mutex>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -116,10 +117,16 @@ struct Search {
     std::function<void(const std::optional<InternetPassword>&)> found;
     std::unique_ptr<Timer> limit;
     Owned<GCancellable> stop{g_cancellable_new()};
+    std::mutex mutex;
+    RunLoop* loop = nullptr;  // until the end: the thread's may be gone later
 
     void end(const std::optional<InternetPassword>& password) {
         const auto tell = std::exchange(found, nullptr);
         limit.reset();
+        {
+            const std::lock_guard<std::mutex> hold(mutex);
+            loop = nullptr;
+        }
         if (tell)
             tell(password);
     }
@@ -132,6 +139,7 @@ void findInternetPassword(const std::string& server, uint16_t port, const std::s
     RunLoop& loop = RunLoop::current();
     const auto state = std::make_shared<Search>();
     state->found = std::move(found);
+    state->loop = &loop;
     // The timer holds the state, and the end of the search the timer.
     state->limit = std::make_unique<Timer>(loop, kLimit, false, [state] {
         const auto hold = state;
@@ -140,10 +148,11 @@ void findInternetPassword(const std::string& server, uint16_t port, const std::s
         hold->end(std::nullopt);
     });
     try {
-        std::thread([&loop, state, query = Query{server, port, protocol}]() mutable {
+        std::thread([state, query = Query{server, port, protocol}] {
             auto password = search(query, state->stop.get());
-            loop.perform(
-                [state = std::move(state), password = std::move(password)] { state->end(password); });
+            const std::lock_guard<std::mutex> hold(state->mutex);
+            if (state->loop)
+                state->loop->perform([state, password = std::move(password)] { state->end(password); });
         }).detach();
     } catch (const std::system_error&) {
         reportWarning("the keyring cannot be searched: there is no thread for it");

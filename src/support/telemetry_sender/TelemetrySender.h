@@ -1,17 +1,12 @@
 #pragma once
 
-/// The interface between telemetry and its sender, a module of its own because it links libcurl: the
-/// assistant loads it with the first action. Plain C types only, nothing throws; any thread, several at once.
+/// The interface between telemetry and its sender, a module of its own because it needs what talks to the
+/// network: the assistant loads it with the first action. Plain C types only, nothing throws; any thread,
+/// several at once.
 
 extern "C" {
 
-enum { kOrvTelemetrySenderVersion = 1 };
-
-struct OrvTelemetryAddress {
-    int isHttps;     ///< else http
-    char host[256];  ///< an IPv6 address without brackets
-    int port;
-};
+enum { kOrvTelemetrySenderVersion = 2 };
 
 /// One POST. All pointers stay the caller's.
 struct OrvTelemetryRequest {
@@ -20,7 +15,6 @@ struct OrvTelemetryRequest {
     int headerCount;
     const char* body;
     long bodyLength;
-    const char* proxy;  ///< an http URL, or "" for none; no environment variable counts
     long connectMilliseconds;
     long totalMilliseconds;
     /// Asked now and then, at least once a second; 0 gives up.
@@ -36,9 +30,9 @@ struct OrvTelemetryAnswer {
 };
 
 struct OrvTelemetrySender {
-    /// 0 unless the URL is one of http or https.
-    int (*addressOf)(const char* url, OrvTelemetryAddress* address);
-    /// Blocks. Certificates are checked; redirects are answers, not followed.
+    /// Blocks. The desktop's proxies are used as uploads use them, their passwords and scripts included; a
+    /// script is asked on the main thread, whose loop must turn. Certificates are checked; redirects are
+    /// answers, not followed.
     void (*send)(const OrvTelemetryRequest* request, OrvTelemetryAnswer* answer);
 };
 

@@ -4,16 +4,20 @@
 
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
 
 constexpr char kHelp[] =
     "usage: osascript SCRIPT [ARGUMENT...]\n"
-    "Runs a shell script with the arguments as they are. The script is a file that is executable or begins\n"
+    "Runs a shell script with the arguments and standard input as they are, and this folder in\n"
+    "ORVANEDGA_HELPERS. The script is a file that is executable or begins\n"
     "with \"#!\"; it is read by /bin/sh.\n";
 constexpr int kBadUsage = 2;
 constexpr int kCannotRun = 126;
@@ -53,6 +57,11 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "osascript: cannot run %s: %s\n", script.c_str(), fault.c_str());
         return kCannotRun;
     }
+    // So that it finds the other bundled tools.
+    std::array<char, PATH_MAX> self{};
+    if (readlink("/proc/self/exe", self.data(), self.size() - 1) > 0)
+        setenv("ORVANEDGA_HELPERS",
+               std::string(self.data(), std::string_view(self.data()).rfind('/')).c_str(), 1);
     std::string shell = "/bin/sh";
     // A bare name would be looked for in PATH.
     std::string path = script.find('/') == std::string::npos ? "./" + script : script;
