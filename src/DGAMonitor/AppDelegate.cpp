@@ -12,6 +12,7 @@
 #include "DGAMonitor/Windows/DGAWindowProcess.h"
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
+#include "support/OrvTelemetry.h"
 
 namespace {
 
@@ -28,8 +29,12 @@ void AppDelegate::applicationDidFinishLaunching() {
         {.subPath = "dga", .fileNamePrefix = "orvtra_dga_", .maxFileNum = 30});
     ORVN_LOG_METHOD();
     auto& windows = DGAApplicationWindows::sharedWindows();
-    windows.setServices(std::make_shared<DGACoreWindowServices>());
-    windows.installFactory(std::make_shared<DGAWindowProcess>());
+    const auto process = std::make_shared<DGAWindowProcess>();
+    windows.setServices(std::make_shared<DGACoreWindowServices>(process));
+    windows.installFactory(process);
+    SetTelemetrySender([process](const OrvTelemetryRequest& request, OrvTelemetryAnswer& answer) {
+        process->post(request, answer);
+    });
     // The report window opens it, over there; here it is raised.
     windows.uploadWindowCtrl = windows.makeUploadWindow();
     DGAMonitorToolManager::shareManager().startMonitoring();

@@ -5,11 +5,19 @@
 #include "DGAMonitor/Report/DGAReportGenerator.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Session/DGASessionTelemetry.h"
+#include "DGAMonitor/Windows/DGAWindowProcess.h"
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
 
 std::shared_ptr<DGAReportMaker> DGACoreWindowServices::makeReportMaker() {
-    return std::make_shared<DGAReportGenerator>();
+    const auto hide = [process = process_](bool hidden) {
+        if (const auto held = process.lock())
+            held->setHidden(hidden);
+    };
+    DGAReportGenerator::Tools tools;
+    tools.hideWindows = [hide] { hide(true); };
+    tools.showWindows = [hide] { hide(false); };
+    return std::make_shared<DGAReportGenerator>(std::move(tools));
 }
 
 void DGACoreWindowServices::saveTraceRecord(const DGATraceRecord& record) {

@@ -3,13 +3,17 @@
 #include <QApplication>
 #include <QWidget>
 #include <cstdlib>
+#include <system_error>
+#include <thread>
 #include <utility>
 
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/View/DGAWindowBase.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "platform/FrameChannel.h"
+#include "platform/LoadableModule.h"
 #include "support/ORVNLogger.h"
+#include "support/telemetry_sender/TelemetrySender.h"
 
 namespace {
 
@@ -21,6 +25,36 @@ constexpr std::chrono::milliseconds kRepaint{80};
 
 DGAApplicationWindows& windows() {
     return DGAApplicationWindows::sharedWindows();
+}
+
+Posted postNow(const Post& message) {
+    static const OrvTelemetrySender* const sender = [] {
+        const auto module = platform::LoadableModule::open(kOrvTelemetrySenderModule);
+        auto* const entry =
+            module ? module->function<OrvTelemetrySenderEntry>(kOrvTelemetrySenderEntry) : nullptr;
+        return entry ? entry(kOrvTelemetrySenderVersion) : nullptr;
+    }();
+    if (!sender)
+        return {.number = message.number, .fault = "the sender's module cannot be used"};
+    std::vector<const char*> headers;
+    for (const auto& header : message.headers)
+        headers.push_back(header.c_str());
+    const OrvTelemetryRequest request{.url = message.url.c_str(),
+                                      .headers = headers.data(),
+                                      .headerCount = static_cast<int>(headers.size()),
+                                      .body = message.body.data(),
+                                      .bodyLength = static_cast<long>(message.body.size()),
+                                      .connectMilliseconds = static_cast<long>(message.connectMilliseconds),
+                                      .totalMilliseconds = static_cast<long>(message.totalMilliseconds),
+                                      .keepGoing = [](void* /*context*/) { return 1; },
+                                      .context = nullptr};
+    OrvTelemetryAnswer answer{};
+    sender->send(&request, &answer);
+    return {.number = message.number,
+            .mayHaveArrived = answer.mayHaveArrived != 0,
+            .status = answer.status,
+            .retryAfter = answer.retryAfter,
+            .fault = static_cast<const char*>(answer.fault)};
 }
 
 }  // namespace
@@ -75,7 +109,7 @@ std::shared_ptr<DGAWindowProgram> DGAWindowProgram::start(int socket) {
         socket, kLongest, [self](const platform::FrameReader::Message& frame) { self->receive(frame); },
         [self] { self->end(EXIT_SUCCESS); });
     self->idle_ = std::make_unique<platform::Timer>(platform::RunLoop::main(), kWarm, true, [self] {
-        if (!windows().anyVisible())
+        if (!windows().anyVisible() && self->posts_ == 0)
             self->send(Idle());
     });
     ORVNLogger::sharedLogger().setSink(
@@ -115,7 +149,7 @@ void DGAWindowProgram::receive(const platform::FrameReader::Message& frame) {
                        take(frame, &DGAWindowProgram::close) || take(frame, &DGAWindowProgram::toFront) ||
                        take(frame, &DGAWindowProgram::reportMade) ||
                        take(frame, &DGAWindowProgram::reportEnded) || take(frame, &DGAWindowProgram::hide) ||
-                       take<End>(frame, &DGAWindowProgram::end);
+                       take<End>(frame, &DGAWindowProgram::end) || take(frame, &DGAWindowProgram::post);
     if (!known)
         logWarning("the assistant sends the windows a message of an unknown kind, {}", frame.id);
 }
@@ -204,6 +238,21 @@ void DGAWindowProgram::hide(const Hide& message) {
 
 void DGAWindowProgram::end(const End& /*message*/) {
     end(EXIT_SUCCESS);
+}
+
+void DGAWindowProgram::post(const Post& message) {
+    ++posts_;
+    const auto done = [this](const Posted& posted) {
+        platform::performOnMain([this, posted] {
+            --posts_;
+            send(posted);
+        });
+    };
+    try {
+        std::thread([message, done] { done(postNow(message)); }).detach();
+    } catch (const std::system_error& error) {
+        done({.number = message.number, .fault = error.what()});
+    }
 }
 
 bool DGAWindowProgram::isShown(DGAWindowKind kind) const {

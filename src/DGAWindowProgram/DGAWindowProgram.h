@@ -60,6 +60,7 @@ private:
     void reportEnded(const DGAWindowMessage::ReportEnded& message);
     void hide(const DGAWindowMessage::Hide& message);
     void end(const DGAWindowMessage::End& message);
+    void post(const DGAWindowMessage::Post& message);
     void showPrompt(int level);
     void showReport();
     DGAWindowInterface* window(int32_t kind) const;
@@ -70,6 +71,7 @@ private:
     int64_t handled_ = 0;
     DGAWindowMessage::State told_;
     int64_t lastMaker_ = 0;
+    int posts_ = 0;  // under way
     std::map<int64_t, std::weak_ptr<Maker>> makers_;
     std::shared_ptr<DGAFrozeWindowInterface> prompt_;
     std::unique_ptr<platform::Timer> idle_;

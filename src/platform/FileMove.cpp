@@ -10,31 +10,12 @@
 #include <optional>
 #include <utility>
 
+#include "platform/Handle.h"
 #include "platform/Report.h"
 #include "platform/Text.h"
 
 namespace platform {
 namespace {
-
-class Handle {
-public:
-    explicit Handle(int handle) : handle_(handle) {}
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
-    ~Handle() { close(); }
-
-    explicit operator bool() const { return handle_ >= 0; }
-    int get() const { return handle_; }
-
-    /// A network file system may tell only here that it has no room.
-    bool close() {
-        const int handle = std::exchange(handle_, -1);
-        return handle < 0 || ::close(handle) == 0 || errno == EINTR;
-    }
-
-private:
-    int handle_;
-};
 
 struct Target {
     std::string folder;
@@ -93,7 +74,7 @@ bool copyFile(int source, const Target& target) {
                        S_IRUSR | S_IWUSR));
     if (!file)
         return false;
-    const bool whole = copyBytes(source, file.get()) && flush(file.get()) && file.close();
+    const bool whole = copyBytes(source, file.get()) && flush(file.get()) && file.reset();
     if (!whole || renameat(folder.get(), draft.c_str(), folder.get(), target.name.c_str()) != 0) {
         const int why = errno;
         unlinkat(folder.get(), draft.c_str(), 0);

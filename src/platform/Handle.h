@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 namespace platform {
@@ -20,10 +21,12 @@ public:
     ~Handle() { reset(); }
 
     int get() const { return handle_; }
-    void reset() {
-        if (handle_ >= 0)
-            close(handle_);
-        handle_ = -1;
+    explicit operator bool() const { return handle_ >= 0; }
+
+    /// Closes it. False if that fails: a network file system may tell only here that it has no room.
+    bool reset() {
+        const int handle = std::exchange(handle_, -1);
+        return handle < 0 || close(handle) == 0 || errno == EINTR;
     }
 
 private:

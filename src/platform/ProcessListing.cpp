@@ -16,6 +16,7 @@
 
 #include "platform/ProcessStat.h"
 #include "platform/Text.h"
+#include "platform/Handle.h"
 
 namespace platform {
 namespace {
@@ -25,22 +26,6 @@ constexpr std::string_view kDeletedMark = " (deleted)";
 // Leaves room for the three numbers in a line of 4094 bytes.
 constexpr size_t kLongestCommand = 4000;
 constexpr double kShortestSpan = 1.0;
-
-class Handle {
-public:
-    explicit Handle(int fd) : fd_(fd) {}
-    ~Handle() {
-        if (fd_ >= 0)
-            close(fd_);
-    }
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
-    int get() const { return fd_; }
-    explicit operator bool() const { return fd_ >= 0; }
-
-private:
-    int fd_;
-};
 
 Handle openFolder(int parent, const char* path) {
     return Handle(openat(parent, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <system_error>
@@ -32,12 +33,24 @@ constexpr std::chrono::seconds kRetryPause{1};
 constexpr std::chrono::seconds kLongestRetryPause{30};
 constexpr std::chrono::seconds kCloseTime{2};
 
-// Null if the module is missing or of another version.
-const OrvTelemetrySender* loadSender() {
+using Send = std::function<void(const OrvTelemetryRequest&, OrvTelemetryAnswer&)>;
+
+Send& givenSender() {
+    static auto* const send = new Send();
+    return *send;
+}
+
+// Empty if the module is missing or of another version.
+Send loadSender() {
     const auto module = platform::LoadableModule::open(kOrvTelemetrySenderModule);
     auto* const entry =
         module ? module->function<OrvTelemetrySenderEntry>(kOrvTelemetrySenderEntry) : nullptr;
-    return entry ? entry(kOrvTelemetrySenderVersion) : nullptr;
+    const OrvTelemetrySender* const sender = entry ? entry(kOrvTelemetrySenderVersion) : nullptr;
+    if (!sender)
+        return nullptr;
+    return [sender](const OrvTelemetryRequest& request, OrvTelemetryAnswer& answer) {
+        sender->send(&request, &answer);
+    };
 }
 
 bool isWebAddress(const std::string& address) {
@@ -108,10 +121,10 @@ private:
     // Until nothing is left, or the end has come.
     void send() {
         pthread_setname_np(pthread_self(), "telemetry");
-        static const OrvTelemetrySender* const sender = loadSender();
+        static const Send sender = givenSender() ? givenSender() : loadSender();
         for (auto actions = take(); !actions.empty(); actions = take()) {
             if (sender)
-                deliver(*sender, actions);
+                deliver(sender, actions);
         }
     }
 
@@ -129,7 +142,7 @@ private:
         return taken;
     }
 
-    void deliver(const OrvTelemetrySender& sender, const std::vector<TelemetryAction>& actions) {
+    void deliver(const Send& sender, const std::vector<TelemetryAction>& actions) {
         const std::string body = support::telemetryMessage(actions, trackingID_);
         OrvTelemetryAnswer answer = post(sender, body);
         if (!isAccepted(answer) && mayBeSentAgain(answer) && waitToRetry(answer.retryAfter))
@@ -138,7 +151,7 @@ private:
             logWarning("OrvTelemetry, {} action(s) not sent: {}", actions.size(), outcomeOf(answer));
     }
 
-    OrvTelemetryAnswer post(const OrvTelemetrySender& sender, const std::string& body) {
+    OrvTelemetryAnswer post(const Send& sender, const std::string& body) {
         OrvTelemetryAnswer answer{};
         if (!isWebAddress(address_)) {
             // Sending it again would not help.
@@ -159,7 +172,7 @@ private:
                                           .totalMilliseconds = kRequestTime.count(),
                                           .keepGoing = &Session::keepGoing,
                                           .context = this};
-        sender.send(&request, &answer);
+        sender(request, answer);
         return answer;
     }
 
@@ -227,6 +240,10 @@ void SetTelemetryHttpHeader(const char* name, const char* value) {
         return support::telemetryHeaderName(other) == name;
     });
     headers.push_back(*line);
+}
+
+void SetTelemetrySender(Send send) {
+    givenSender() = std::move(send);
 }
 
 void StartOrvTelemetry(const char* metricsURL, const char* trackingID) {

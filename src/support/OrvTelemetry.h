@@ -1,5 +1,9 @@
 #pragma once
 
+#include <functional>
+
+#include "support/telemetry_sender/TelemetrySender.h"
+
 // Usage telemetry: numbered actions, each an OpenTelemetry log record, POSTed as JSON (OTLP/HTTP, an
 // ExportLogsServiceRequest) to the metrics address as it stands. https://opentelemetry.io/docs/specs/otlp
 //
@@ -13,6 +17,10 @@
 /// other control characters are taken out of the value. A name that HTTP does not allow, or that would change
 /// what the request itself is (such as Content-Length or Host), is refused.
 void SetTelemetryHttpHeader(const char* name, const char* value);
+
+/// Has requests sent by `send`, as OrvTelemetrySender says, instead of by the module, which is then never
+/// loaded. Before the first action.
+void SetTelemetrySender(std::function<void(const OrvTelemetryRequest&, OrvTelemetryAnswer&)> send);
 
 /// Starts a session towards an http or https address, in place of one that may be there. `trackingID` may be
 /// null. Nothing is sent yet.

@@ -122,6 +122,9 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(TelemetryAction, action)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(LogLine, module, level, text)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Upload, upload)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Hidden, hidden)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Post, number, url, headers, body, connectMilliseconds,
+                                                totalMilliseconds)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Posted, number, mayHaveArrived, status, retryAfter, fault)
 
 void to_json(json& to, const End& /*from*/) {
     to = json::object();
@@ -170,6 +173,8 @@ DGA_WINDOW_MESSAGE(LogLine);
 DGA_WINDOW_MESSAGE(Upload);
 DGA_WINDOW_MESSAGE(Hidden);
 DGA_WINDOW_MESSAGE(Idle);
+DGA_WINDOW_MESSAGE(Post);
+DGA_WINDOW_MESSAGE(Posted);
 #undef DGA_WINDOW_MESSAGE
 
 std::string recordFields(const DGASessionRecord& record) {

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "DGAMonitor/Const/DGATelemetryActions.h"
 #include "DGAMonitor/Const/DGATraceRecord.h"
@@ -60,6 +61,16 @@ struct End {  ///< the program is to end
     static constexpr int32_t kId = 8;
 };
 
+struct Post {  ///< a telemetry request; answered with Posted. The members are those of OrvTelemetryRequest
+    static constexpr int32_t kId = 10;
+    int64_t number = 0;
+    std::string url;
+    std::vector<std::string> headers;
+    std::string body;
+    int64_t connectMilliseconds = 0;
+    int64_t totalMilliseconds = 0;
+};
+
 // From the window program.
 
 struct State {  ///< after every change, and when a message of the assistant has been handled
@@ -108,6 +119,15 @@ struct Hidden {  ///< no window is on the screen, or they are again
 
 struct Idle {  ///< no window has been visible for a while; answered with End where none is on its way
     static constexpr int32_t kId = 110;
+};
+
+struct Posted {  ///< the members are those of OrvTelemetryAnswer
+    static constexpr int32_t kId = 111;
+    int64_t number = 0;
+    bool mayHaveArrived = false;
+    int64_t status = 0;
+    int64_t retryAfter = 0;
+    std::string fault;
 };
 
 /// The message's JSON text.

@@ -1,7 +1,9 @@
 #include "DGAMonitor/Windows/DGAWindowProcess.h"
 
 #include <condition_variable>
+#include <map>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 #include "DGAMonitor/Session/DGASessionRecord.h"
@@ -18,6 +20,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr char kProgram[] = "orvanedga-windows";
 constexpr std::chrono::seconds kLongestHiding{1};
+constexpr std::chrono::milliseconds kPostStep{500};
 constexpr int kWaitIndex = 1;
 constexpr std::array kKinds = {DGAWindowKind::prompt, DGAWindowKind::report, DGAWindowKind::upload};
 
@@ -104,7 +107,22 @@ struct DGAWindowProcess::Hop {
     std::mutex mutex;
     std::condition_variable changed;
     bool hidden = false;
+    std::map<int64_t, std::optional<Posted>> posts;  // that are waited for
 
+    void answer(const Posted& posted) {
+        const std::lock_guard<std::mutex> hold(mutex);
+        if (const auto post = posts.find(posted.number); post != posts.end())
+            post->second = posted;
+        changed.notify_all();
+    }
+    // The program is gone: whether they arrived is not known.
+    void answerAll() {
+        const std::lock_guard<std::mutex> hold(mutex);
+        for (auto& [number, posted] : posts)
+            posted = posted.value_or(
+                Posted{.number = number, .mayHaveArrived = true, .fault = "the window program has ended"});
+        changed.notify_all();
+    }
     void tell(bool nowHidden) {
         const std::lock_guard<std::mutex> hold(mutex);
         hidden = nowHidden;
@@ -228,7 +246,7 @@ void DGAWindowProcess::receive(const platform::FrameReader::Message& frame) {
         take(frame, &DGAWindowProcess::saveTraceRecord) ||
         take(frame, &DGAWindowProcess::sendTelemetryAction) || take(frame, &DGAWindowProcess::writeLogLine) ||
         take(frame, &DGAWindowProcess::uploadTold) || take(frame, &DGAWindowProcess::hiddenTold) ||
-        take(frame, &DGAWindowProcess::idleTold);
+        take(frame, &DGAWindowProcess::idleTold) || take(frame, &DGAWindowProcess::posted);
     if (!known)
         logWarning("the window program sends a message of an unknown kind, {}", frame.id);
 }
@@ -304,6 +322,38 @@ void DGAWindowProcess::setHidden(bool hidden) {
     hop_->changed.wait_for(hold, kLongestHiding, [&] { return hop_->hidden == hidden; });
 }
 
+void DGAWindowProcess::post(const OrvTelemetryRequest& request, OrvTelemetryAnswer& answer) {
+    Post message{.number = 0,
+                 .url = request.url,
+                 .headers = {request.headers, request.headers + request.headerCount},
+                 .body = std::string(request.body, static_cast<size_t>(request.bodyLength)),
+                 .connectMilliseconds = request.connectMilliseconds,
+                 .totalMilliseconds = request.totalMilliseconds};
+    std::unique_lock<std::mutex> hold(hop_->mutex);
+    const int64_t number = message.number = ++lastPost_;
+    hop_->posts[number] = std::nullopt;
+    platform::performOnMain([weak = weak_from_this(), hop = hop_, message = std::move(message)] {
+        const auto self = weak.lock();
+        if (self && self->channel_)
+            self->send(message);
+        else
+            hop->answer({.number = message.number, .fault = "the window program does not run"});
+    });
+    const auto& posted = hop_->posts[number];
+    while (!posted && request.keepGoing(request.context) != 0)
+        hop_->changed.wait_for(hold, kPostStep);
+    answer.mayHaveArrived = !posted || posted->mayHaveArrived ? 1 : 0;
+    answer.status = posted ? static_cast<long>(posted->status) : 0;
+    answer.retryAfter = posted ? static_cast<long>(posted->retryAfter) : 0;
+    const std::string fault = posted ? posted->fault : "given up";
+    fault.copy(static_cast<char*>(answer.fault), sizeof answer.fault - 1);
+    hop_->posts.erase(number);
+}
+
+void DGAWindowProcess::posted(const Posted& message) {
+    hop_->answer(message);
+}
+
 void DGAWindowProcess::hiddenTold(const Hidden& message) {
     hop_->tell(message.hidden);
 }
@@ -323,6 +373,7 @@ void DGAWindowProcess::ended(const char* why) {
     channel_.reset();
     makers_.clear();
     hop_->tell(false);
+    hop_->answerAll();
     bool anyLost = false;
     const bool promptLost = isVisible(DGAWindowKind::prompt);
     for (const DGAWindowKind kind : kKinds) {

@@ -11,6 +11,7 @@
 #include "DGAMonitor/Windows/DGAWindowInterfaces.h"
 #include "DGAMonitor/Windows/DGAWindowMessages.h"
 #include "platform/FrameReader.h"
+#include "support/telemetry_sender/TelemetrySender.h"
 
 namespace platform {
 class FrameChannel;
@@ -47,6 +48,10 @@ public:
     /// second. Not on the main thread.
     void setHidden(bool hidden);
 
+    /// Has the program send a telemetry request, and waits for the answer: the assistant itself links nothing
+    /// that talks to servers. Where it does not run, nothing is sent. Not on the main thread.
+    void post(const OrvTelemetryRequest& request, OrvTelemetryAnswer& answer);
+
     // For the windows that stand for the real ones.
     void show(DGAWindowKind window, int level);
     void close(DGAWindowKind window);
@@ -75,6 +80,7 @@ private:
     void writeLogLine(const DGAWindowMessage::LogLine& message);
     void uploadTold(const DGAWindowMessage::Upload& upload);
     void hiddenTold(const DGAWindowMessage::Hidden& message);
+    void posted(const DGAWindowMessage::Posted& message);
     void idleTold(const DGAWindowMessage::Idle& message);
     void ended(const char* why);
     void setVisible(DGAWindowKind kind, bool visible);
@@ -92,4 +98,5 @@ private:
     std::map<int64_t, std::shared_ptr<Maker>> makers_;
     std::map<std::string, DGAUploadState> uploads_;  ///< being sent, by path
     std::shared_ptr<Hop> hop_;
+    int64_t lastPost_ = 0;
 };
