@@ -14,9 +14,9 @@
 #include <utility>
 #include <vector>
 
+#include "platform/Handle.h"
 #include "platform/ProcessStat.h"
 #include "platform/Text.h"
-#include "platform/Handle.h"
 
 namespace platform {
 namespace {
