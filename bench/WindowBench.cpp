@@ -11,6 +11,7 @@
 // - the share of a core that the turning wheel takes
 //
 // Run through scripts/isolated and scripts/with-display: it needs a session bus, a display and xdotool.
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <signal.h>
 #include <sys/prctl.h>

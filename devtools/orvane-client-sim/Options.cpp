@@ -1,11 +1,13 @@
 #include "Options.h"
 
 #include <fmt/format.h>
-#include <getopt.h>
 
 #include <charconv>
 #include <filesystem>
 #include <string_view>
+#include <vector>
+
+#include "devtools/shared/CommandLine.h"
 
 namespace clientsim {
 
@@ -13,178 +15,12 @@ namespace {
 
 constexpr double kLargest = 1e6;
 
-double positiveNumber(std::string_view option, std::string_view text) {
-    double value = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (result.ec != std::errc() || result.ptr != text.data() + text.size() || !(value > 0) ||
-        value > kLargest) {
-        throw UsageError(fmt::format("{}: expected a number above 0 and up to {:.0f}, found \"{}\"", option,
-                                     kLargest, text));
-    }
-    return value;
-}
-
-// NAME=VALUE: the value is JSON, or else the text as it is.
-void setParameter(nlohmann::json& parameters, std::string_view text) {
-    const size_t sign = text.find('=');
-    if (sign == 0 || sign == std::string_view::npos) {
-        throw UsageError(fmt::format("--set: expected NAME=VALUE, found \"{}\"", text));
-    }
-    const std::string_view value = text.substr(sign + 1);
-    nlohmann::json parsed = nlohmann::json::parse(value, nullptr, false);
-    parameters[std::string(text.substr(0, sign))] =
-        parsed.is_discarded() ? nlohmann::json(value) : std::move(parsed);
-}
-
-enum : int {
-    kHelp = 'h',
-    kVersion = 'V',
-    kQuiet = 'q',
-    kAssistant = 256,
-    kSpeed,
-    kShow,
-    kTraceOut,
-    kGroup,
-    kKeep,
-    kTimeout,
-    kSet
-};
-
-const option kLongOptions[] = {
-    {"help", no_argument, nullptr, kHelp},         {"version", no_argument, nullptr, kVersion},
-    {"quiet", no_argument, nullptr, kQuiet},       {"assistant", required_argument, nullptr, kAssistant},
-    {"speed", required_argument, nullptr, kSpeed}, {"show", no_argument, nullptr, kShow},
-    {"group", no_argument, nullptr, kGroup},       {"trace-out", required_argument, nullptr, kTraceOut},
-    {"keep", no_argument, nullptr, kKeep},         {"timeout", required_argument, nullptr, kTimeout},
-    {"set", required_argument, nullptr, kSet},     {nullptr, 0, nullptr, 0},
-};
-
-void applyOption(Options& options, int which) {
-    switch (which) {
-        case kHelp:
-            options.help = true;
-            break;
-        case kVersion:
-            options.version = true;
-            break;
-        case kQuiet:
-            options.quiet = true;
-            break;
-        case kAssistant:
-            options.assistant = optarg;
-            break;
-        case kSpeed:
-            options.speed = positiveNumber("--speed", optarg);
-            break;
-        case kShow:
-            options.show = true;
-            break;
-        case kGroup:
-            options.show = true;
-            options.grouped = true;
-            break;
-        case kTraceOut:
-            options.traceOut = optarg;
-            break;
-        case kKeep:
-            options.keep = true;
-            break;
-        case kTimeout:
-            options.timeout =
-                std::chrono::milliseconds(static_cast<int64_t>(positiveNumber("--timeout", optarg) * 1000));
-            break;
-        case kSet:
-            setParameter(options.parameters, optarg);
-            break;
-        default:
-            break;
-    }
-}
-
-}  // namespace
-
-Options parseOptions(int argc, char** argv) {
-    Options options;
-    optind = 0;
-    opterr = 0;
-    for (int which = 0; (which = getopt_long(argc, argv, ":hVq", kLongOptions, nullptr)) != -1;) {
-        if (which == ':') {
-            throw UsageError(fmt::format("{}: a value is missing", argv[optind - 1]));
-        }
-        if (which == '?') {
-            throw UsageError(fmt::format("unknown option {}", argv[optind - 1]));
-        }
-        applyOption(options, which);
-    }
-    if (options.help || options.version) {
-        return options;
-    }
-    if (argc - optind != 1) {
-        throw UsageError(fmt::format("expected one scenario, found {}", argc - optind));
-    }
-    options.scenario = argv[optind];
-    if (options.assistant.empty()) {
-        options.assistant = programFolder() + "/orvanedga";
-    }
-    return options;
-}
-
-std::string findScenario(const std::string& given, const std::string& installedFolder) {
-    std::error_code ignored;
-    if (given.find('/') != std::string::npos || std::filesystem::is_regular_file(given, ignored)) {
-        return given;
-    }
-    for (const char* ending : {"", ".json"}) {
-        std::string path = fmt::format("{}/{}{}", installedFolder, given, ending);
-        if (std::filesystem::is_regular_file(path, ignored)) {
-            return path;
-        }
-    }
-    return given;
-}
-
-std::string programFolder() {
-    std::error_code ignored;
-    return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path().string();
-}
-
-const char* usageText() {
-    return "usage: orvane-client-sim [options] SCENARIO.json\n"
-           "Try \"orvane-client-sim --help\".\n";
-}
-
-const char* versionText() {
-    return "orvane-client-sim " SIM_VERSION "\n";
-}
-
-const char* helpText() {
-    return R"(usage: orvane-client-sim [options] SCENARIO.json
-
-Plays a meeting client for the troubleshooting assistant: starts the assistant, waits until it
+constexpr const char* kAbout =
+    R"(Plays a meeting client for the troubleshooting assistant: starts the assistant, waits until it
 is ready and does to it, step by step, what a scenario file says.
+)";
 
-SCENARIO.json is a file, or the name of an installed scenario, with or without ".json":
-hello, report, meeting, freeze, crash, quit.
-
-Options:
-  --assistant PATH   the assistant's program (default: orvanedga beside this program)
-  --speed FACTOR     play FACTOR times as fast: divides all times of the scenario. The
-                     assistant's own times (180 s until a freeze) stay as they are
-  --show             at the end show what happened: the time to the ready notification, the
-                     trace file as a table, the topic file, where the assistant's log is
-  --group            as --show, the trace grouped by what its records are about, with the
-                     meaning of each
-  --trace-out FILE   copy the raw trace file to FILE
-  --set NAME=VALUE   put this into all session parameters of the scenario; VALUE is JSON, or
-                     else a text: --set activeLanguage=9 --set uploadURL=http://127.0.0.1/?a=b
-  --keep             leave the assistant running at the end
-  --timeout SECONDS  how long to wait at the end for the assistant to end by itself, before it
-                     gets SIGTERM (default: 10)
-  -q, --quiet        print no line per step
-  -h, --help         show this text
-  -V, --version      show the version
-
-Scenario:
+constexpr const char* kMore = R"(Scenario:
   A JSON object with "description" (a text, optional) and "steps" (a list). Comments as in
   C++ are allowed. Steps are played by time, in any order in the file; those of the same
   moment in the order of the file. Each step has
@@ -238,6 +74,98 @@ Exit status:
      report and exit
   2  a bad command line or scenario
 )";
+
+// As CLI11 wants a check: empty if the text is right, else what is wrong.
+std::string positiveNumber(const std::string& text) {
+    double value = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (result.ec == std::errc() && result.ptr == text.data() + text.size() && value > 0 && value <= kLargest)
+        return {};
+    return fmt::format("expected a number above 0 and up to {:.0f}, found \"{}\"", kLargest, text);
+}
+
+std::string nameAndValue(const std::string& text) {
+    const size_t sign = text.find('=');
+    if (sign != 0 && sign != std::string::npos)
+        return {};
+    return fmt::format("expected NAME=VALUE, found \"{}\"", text);
+}
+
+// NAME=VALUE: the value is JSON, or else the text as it is.
+void setParameter(nlohmann::json& parameters, std::string_view text) {
+    const size_t sign = text.find('=');
+    const std::string_view value = text.substr(sign + 1);
+    nlohmann::json parsed = nlohmann::json::parse(value, nullptr, false);
+    parameters[std::string(text.substr(0, sign))] =
+        parsed.is_discarded() ? nlohmann::json(value) : std::move(parsed);
+}
+
+}  // namespace
+
+std::optional<int> readOptions(Options& options, int argc, char** argv) {
+    devtools::CommandLine line("orvane-client-sim", SIM_VERSION, kAbout, kMore);
+    double timeout = 10;
+    std::vector<std::string> parameters;
+    const auto add = [&line](const char* name, auto& value, const char* type, const char* meaning) {
+        return line.add_option(name, value, meaning)->type_name(type);
+    };
+    add("SCENARIO", options.scenario, "",
+        "a file, or the name of an installed scenario, with or without\n\".json\": hello, report, meeting, "
+        "freeze, crash, quit")
+        ->required();
+    options.assistant = programFolder() + "/orvanedga";
+    add("--assistant", options.assistant, "PATH",
+        "the assistant's program (default: orvanedga beside this program)");
+    add("--speed", options.speed, "FACTOR",
+        "play FACTOR times as fast: divides all times of the scenario. The\nassistant's own times (180 s "
+        "until "
+        "a freeze) stay as they are")
+        ->check(positiveNumber);
+    line.add_flag("--show", options.show,
+                  "at the end show what happened: the time to the ready notification,\nthe trace file as a "
+                  "table, the topic file, where the assistant's log is");
+    line.add_flag("--group", options.grouped,
+                  "as --show, the trace grouped by what its records are about, with\nthe meaning of each");
+    add("--trace-out", options.traceOut, "FILE", "copy the raw trace file to FILE");
+    add("--set", parameters, "NAME=VALUE",
+        "put this into all session parameters of the scenario; VALUE is\nJSON, or else a text: --set "
+        "activeLanguage=9\n--set uploadURL=http://127.0.0.1/?a=b")
+        ->check(nameAndValue)
+        ->allow_extra_args(false)
+        ->take_all();
+    line.add_flag("--keep", options.keep, "leave the assistant running at the end");
+    add("--timeout", timeout, "SECONDS",
+        "how long to wait at the end for the assistant to end by itself,\nbefore it gets SIGTERM (default: "
+        "10)")
+        ->check(positiveNumber);
+    line.add_flag("-q,--quiet", options.quiet, "print no line per step");
+
+    if (const auto status = line.read(argc, argv))
+        return status;
+    options.show = options.show || options.grouped;
+    options.timeout = std::chrono::milliseconds(static_cast<int64_t>(timeout * 1000));
+    for (const auto& parameter : parameters)
+        setParameter(options.parameters, parameter);
+    return std::nullopt;
+}
+
+std::string findScenario(const std::string& given, const std::string& installedFolder) {
+    std::error_code ignored;
+    if (given.find('/') != std::string::npos || std::filesystem::is_regular_file(given, ignored)) {
+        return given;
+    }
+    for (const char* ending : {"", ".json"}) {
+        std::string path = fmt::format("{}/{}{}", installedFolder, given, ending);
+        if (std::filesystem::is_regular_file(path, ignored)) {
+            return path;
+        }
+    }
+    return given;
+}
+
+std::string programFolder() {
+    std::error_code ignored;
+    return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path().string();
 }
 
 }  // namespace clientsim

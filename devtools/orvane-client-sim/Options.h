@@ -2,14 +2,12 @@
 
 #include <chrono>
 #include <nlohmann/json.hpp>
-#include <stdexcept>
+#include <optional>
 #include <string>
 
 namespace clientsim {
 
 struct Options {
-    bool help = false;
-    bool version = false;
     bool show = false;
     bool grouped = false;
     bool keep = false;
@@ -22,14 +20,9 @@ struct Options {
     nlohmann::json parameters = nlohmann::json::object();  ///< put into all session parameters
 };
 
-/// A command line that cannot be used; what() says why.
-class UsageError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-/// Reads the command line. Throws UsageError.
-Options parseOptions(int argc, char** argv);
+/// Reads the command line. The exit status if the program is to end now: help or what is wrong has been
+/// printed.
+std::optional<int> readOptions(Options& options, int argc, char** argv);
 
 /// The scenario's file: the given path if there is such a file, else, for a bare name with or without
 /// ".json", the file among the installed scenarios; the path as given if there is none either.
@@ -37,9 +30,5 @@ std::string findScenario(const std::string& given, const std::string& installedF
 
 /// The folder of the running program.
 std::string programFolder();
-
-const char* usageText();
-const char* helpText();
-const char* versionText();
 
 }  // namespace clientsim

@@ -15,17 +15,13 @@ constexpr int kBadUsage = 2;
 int main(int argc, char** argv) {
     using namespace clientsim;
     try {
-        const Options options = parseOptions(argc, argv);
-        if (options.help || options.version) {
-            std::fputs(options.help ? helpText() : versionText(), stdout);
-            return 0;
-        }
+        Options options;
+        if (const auto status = readOptions(options, argc, argv))
+            return *status;
         const std::string installed = programFolder() + "/../share/orvanedga/scenarios";
         Scenario scenario = loadScenario(findScenario(options.scenario, installed));
         setParameters(scenario, options.parameters);
         return run(scenario, options);
-    } catch (const UsageError& error) {
-        fmt::print(stderr, "orvane-client-sim: {}\n{}", error.what(), usageText());
     } catch (const ScenarioError& error) {
         fmt::print(stderr, "orvane-client-sim: {}\n", error.what());
     }

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <optional>
-#include <stdexcept>
 #include <string>
 
 namespace uploadserver {
@@ -23,8 +22,6 @@ enum class Failure {
 };
 
 struct Options {
-    bool help = false;
-    bool version = false;
     bool quiet = false;
     int port = 0;  ///< 0: any that is free
     std::string certificate;
@@ -36,17 +33,8 @@ struct Options {
     std::chrono::milliseconds delay{0};
 };
 
-/// A command line that cannot be used; what() says why.
-class UsageError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-/// Reads the command line. Throws UsageError.
-Options parseOptions(int argc, char** argv);
-
-const char* helpText();
-const char* usageText();
-const char* versionText();
+/// Reads the command line. The exit status if the program is to end now: help or what is wrong has been
+/// printed.
+std::optional<int> readOptions(Options& options, int argc, char** argv);
 
 }  // namespace uploadserver

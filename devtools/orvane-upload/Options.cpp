@@ -1,16 +1,19 @@
 #include "Options.h"
 
-#include <fmt/format.h>
-#include <getopt.h>
-
-#include <algorithm>
-#include <charconv>
-#include <string_view>
-#include <vector>
+#include "devtools/shared/CommandLine.h"
 
 namespace upload {
 
 namespace {
+
+constexpr const char* kAbout =
+    R"(Sends FILE to the upload server at URL as the assistant sends a problem report: asks whether the
+server takes it, then posts it in pieces of 122880 bytes.
+)";
+
+constexpr const char* kMore =
+    R"(Exit status: 0 the server has the whole file (status 19), 1 it has not, 2 a bad command line.
+)";
 
 struct Field {
     const char* option;
@@ -36,99 +39,38 @@ constexpr Field kFields[] = {
     {"file-name", &Options::fileName, "name of the archive at the server"},
 };
 
-enum : int { kHelp = 'h', kVersion = 'V', kQuiet = 'q', kPatience = 256, kLog, kFirstField };
-
-std::vector<option> longOptions() {
-    std::vector<option> options{
-        {"help", no_argument, nullptr, kHelp},     {"version", no_argument, nullptr, kVersion},
-        {"quiet", no_argument, nullptr, kQuiet},   {"patience", required_argument, nullptr, kPatience},
-        {"log", required_argument, nullptr, kLog},
-    };
-    for (size_t i = 0; i < std::size(kFields); ++i)
-        options.push_back({kFields[i].option, required_argument, nullptr, kFirstField + static_cast<int>(i)});
-    options.push_back({nullptr, 0, nullptr, 0});
-    return options;
-}
-
-std::chrono::seconds secondsOf(std::string_view text) {
-    int value = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (result.ec != std::errc() || result.ptr != text.data() + text.size() || value < 1 || value > 86400)
-        throw UsageError(fmt::format("--patience: expected seconds from 1 to 86400, found \"{}\"", text));
-    return std::chrono::seconds(value);
-}
-
-void applyOption(Options& options, int which) {
-    if (which == kHelp)
-        options.help = true;
-    else if (which == kVersion)
-        options.version = true;
-    else if (which == kQuiet)
-        options.quiet = true;
-    else if (which == kPatience)
-        options.patience = secondsOf(optarg);
-    else if (which == kLog)
-        options.log = optarg;
-    else
-        options.*kFields[which - kFirstField].value = optarg;
-}
-
 }  // namespace
 
-Options parseOptions(int argc, char** argv) {
-    Options options;
-    const auto known = longOptions();
-    optind = 0;
-    opterr = 0;
-    for (int which = 0; (which = getopt_long(argc, argv, ":hVq", known.data(), nullptr)) != -1;) {
-        if (which == ':')
-            throw UsageError(fmt::format("{}: a value is missing", argv[optind - 1]));
-        if (which == '?')
-            throw UsageError(fmt::format("unknown option {}", argv[optind - 1]));
-        applyOption(options, which);
+std::optional<int> readOptions(Options& options, int argc, char** argv) {
+    devtools::CommandLine line("orvane-upload", UPLOAD_VERSION, kAbout, kMore);
+    line.add_option("URL", options.url,
+                    "carries a query, because more is appended with \"&\":\n"
+                    "http://127.0.0.1:8080/upload?siteid=1. The proxies of the\ndesktop are used")
+        ->required()
+        ->type_name("");
+    line.add_option("FILE", options.file, "the file to send")->required()->type_name("");
+    int patience = 60;
+    line.add_option("--patience", patience, "give up when nothing has moved for so long (default: 60)")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1, 86400).description(""));
+    line.add_option("--log", options.log, "write the log to /tmp/orvtrace/SUBPATH")->type_name("SUBPATH");
+    line.add_flag("-q,--quiet", options.quiet, "print only what is wrong");
+    for (const auto& field : kFields) {
+        std::string& value = options.*field.value;
+        const std::string byDefault = value.empty() ? "" : " (default: " + value + ")";
+        line.add_option(std::string("--") + field.option, value, field.meaning + byDefault)
+            ->type_name("TEXT")
+            ->group("What the report says of its session");
     }
-    if (options.help || options.version)
-        return options;
-    if (argc - optind != 2)
-        throw UsageError(fmt::format("expected a URL and a file, found {} argument(s)", argc - optind));
-    options.url = argv[optind];
-    options.file = argv[optind + 1];
+
+    if (const auto status = line.read(argc, argv))
+        return status;
+    options.patience = std::chrono::seconds(patience);
     if (options.fileName.empty()) {
         const std::string name = options.file.substr(options.file.rfind('/') + 1);
         options.fileName = name.substr(0, name.find('.'));
     }
-    return options;
-}
-
-const char* usageText() {
-    return "usage: orvane-upload [options] URL FILE\nTry \"orvane-upload --help\".\n";
-}
-
-std::string helpText() {
-    std::string text = R"(usage: orvane-upload [options] URL FILE
-
-Sends FILE to the upload server at URL as the assistant sends a problem report: asks whether the
-server takes it, then posts it in pieces of 122880 bytes. URL carries a query, because more is
-appended with "&": http://127.0.0.1:8080/upload?siteid=1. The proxies of the desktop are used.
-
-Options:
-  --patience SECONDS     give up when nothing has moved for so long (default: 60)
-  --log SUBPATH          write the log to /tmp/orvtrace/SUBPATH
-  -q, --quiet            print only what is wrong
-  -h, --help             show this text
-  -V, --version          show the version
-
-What the report says of its session:
-)";
-    const Options defaults;
-    for (const auto& field : kFields) {
-        const std::string& value = defaults.*field.value;
-        text += fmt::format("  {:22} {}{}\n", fmt::format("--{} TEXT", field.option), field.meaning,
-                            value.empty() ? "" : fmt::format(" (default: {})", value));
-    }
-    return text + R"(
-Exit status: 0 the server has the whole file (status 19), 1 it has not, 2 a bad command line.
-)";
+    return std::nullopt;
 }
 
 }  // namespace upload

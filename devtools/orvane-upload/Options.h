@@ -1,14 +1,12 @@
 #pragma once
 
 #include <chrono>
-#include <stdexcept>
+#include <optional>
 #include <string>
 
 namespace upload {
 
 struct Options {
-    bool help = false;
-    bool version = false;
     bool quiet = false;
     std::chrono::seconds patience{60};  ///< without any progress
     std::string log;                    ///< a sub path of the log's folder; empty: no log
@@ -33,16 +31,8 @@ struct Options {
     std::string fileName;  ///< empty: the file's own name up to its first "."
 };
 
-/// A command line that cannot be used; what() says why.
-class UsageError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-/// Reads the command line. Throws UsageError.
-Options parseOptions(int argc, char** argv);
-
-std::string helpText();
-const char* usageText();
+/// Reads the command line. The exit status if the program is to end now: help or what is wrong has been
+/// printed.
+std::optional<int> readOptions(Options& options, int argc, char** argv);
 
 }  // namespace upload

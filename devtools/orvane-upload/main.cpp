@@ -18,8 +18,6 @@ using namespace upload;
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr int kBadUsage = 2;
-
 const char* wordsFor(int32_t status) {
     switch (status) {
         case CTraceUpload::kStatusConstructed:
@@ -133,17 +131,10 @@ int send(const Options& options) {
 int main(int argc, char** argv) {
     umask(077);
     std::signal(SIGPIPE, SIG_IGN);
-    try {
-        const Options options = parseOptions(argc, argv);
-        if (options.help || options.version) {
-            fmt::print("{}", options.help ? helpText() : "orvane-upload " UPLOAD_VERSION "\n");
-            return 0;
-        }
-        if (!options.log.empty())
-            ORVNLogger::sharedLogger().initParams({options.log, "orvtra_upload_", 5});
-        return send(options);
-    } catch (const UsageError& error) {
-        fmt::print(stderr, "orvane-upload: {}\n{}", error.what(), usageText());
-    }
-    return kBadUsage;
+    Options options;
+    if (const auto status = readOptions(options, argc, argv))
+        return *status;
+    if (!options.log.empty())
+        ORVNLogger::sharedLogger().initParams({options.log, "orvtra_upload_", 5});
+    return send(options);
 }

@@ -8,7 +8,7 @@
 #include "DGAMonitor/DGAMonitorToolManager.h"
 #include "DGAMonitor/Session/DGATelemetryManager.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
-#include "DGAMonitor/Windows/DGAWindowModuleEntry.h"
+#include "DGAMonitor/Windows/DGAWindowProcess.h"
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
 
@@ -28,7 +28,9 @@ void AppDelegate::applicationDidFinishLaunching() {
     ORVN_LOG_METHOD();
     auto& windows = DGAApplicationWindows::sharedWindows();
     windows.setServices(std::make_shared<DGACoreWindowServices>());
-    windows.setModuleName(kDGAWindowModuleName);
+    windows.installFactory(std::make_shared<DGAWindowProcess>());
+    // The report window opens it, over there; here it is raised.
+    windows.uploadWindowCtrl = windows.makeUploadWindow();
     DGAMonitorToolManager::shareManager().startMonitoring();
 }
 

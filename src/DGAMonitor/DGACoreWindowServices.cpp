@@ -1,9 +1,12 @@
 #include "DGAMonitor/DGACoreWindowServices.h"
 
 #include "DGAMeetingData/DGACSVFileTool.h"
+#include "DGAMonitor/Report/DGAKeptReports.h"
 #include "DGAMonitor/Report/DGAReportGenerator.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Session/DGASessionTelemetry.h"
+#include "platform/WorkQueue.h"
+#include "support/ORVNLogger.h"
 
 std::shared_ptr<DGAReportMaker> DGACoreWindowServices::makeReportMaker() {
     return std::make_shared<DGAReportGenerator>();
@@ -15,4 +18,27 @@ void DGACoreWindowServices::saveTraceRecord(const DGATraceRecord& record) {
 
 void DGACoreWindowServices::sendTelemetryAction(DGATelemetryAction action) {
     dgaSendTelemetryAction(DGASessionRecord::sharedRecord(), action);
+}
+
+// Cancelled is kept, too: who cancels may have lost patience with the network only.
+void DGACoreWindowServices::uploadChanged(const DGAUploadState& state) {
+    logInfo("the report {}: {}{}{}", state.path, state.state, state.reason.empty() ? "" : ", ", state.reason);
+    if (state.state == "sending")
+        return;
+    const bool isOver = state.state == "sent" || state.state == "saved";
+    // It copies an archive, and waits for the disk.
+    platform::BackgroundQueue::global().async(
+        [state, isOver, serviceType = DGASessionRecord::sharedRecord().serviceType.load()] {
+            const DGAKeptReports kept;
+            if (isOver)
+                kept.remove(DGAKeptReports::numberOf(state.path));
+            else
+                kept.keep(state.path,
+                          {.number = {},
+                           .description = state.comment,
+                           .category = state.category,
+                           .serviceType = serviceType,
+                           .time = {},
+                           .state = state.state + (state.reason.empty() ? "" : ": " + state.reason)});
+        });
 }

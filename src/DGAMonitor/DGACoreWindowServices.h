@@ -8,4 +8,5 @@ public:
     std::shared_ptr<DGAReportMaker> makeReportMaker() override;
     void saveTraceRecord(const DGATraceRecord& record) override;
     void sendTelemetryAction(DGATelemetryAction action) override;
+    void uploadChanged(const DGAUploadState& state) override;
 };

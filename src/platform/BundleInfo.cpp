@@ -8,8 +8,13 @@
 namespace platform {
 namespace {
 
+// A program of the bundle lies in <prefix>/bin or among the helpers.
 std::string besidePrefix(const char* folder) {
-    const auto prefix = std::filesystem::path(BundleInfo::executableFolder()).parent_path();
+    const std::string own = BundleInfo::executableFolder();
+    const std::string helpers = std::string("/") + ORVANEDGA_LIBDIR;
+    const auto prefix = own.ends_with(helpers)
+                            ? std::filesystem::path(own.substr(0, own.size() - helpers.size()))
+                            : std::filesystem::path(own).parent_path();
     return (prefix / folder).string();
 }
 

@@ -18,8 +18,9 @@ public:
     static std::string executablePath();
     static std::string executableFolder();
 
-    /// <prefix>/share/orvanedga and <prefix>/lib/orvanedga beside the executable's <prefix>/bin,
-    /// in an install prefix and in a build tree alike. Not checked for existence.
+    /// <prefix>/share/orvanedga and <prefix>/lib/orvanedga of the prefix in whose bin or
+    /// lib/orvanedga the executable lies, in an install prefix and in a build tree alike. Not checked for
+    /// existence.
     static std::string resourceFolder();
     static std::string helperFolder();
 };

@@ -88,7 +88,7 @@ bool copyFile(int source, const Target& target) {
     if (!folder)
         return false;
     // Not made from the target's name, which may be as long as a name can be.
-    const std::string draft = "." + randomUuid() + ".part";
+    const std::string draft = std::string(".").append(randomUuid()).append(".part");
     Handle file(openat(folder.get(), draft.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                        S_IRUSR | S_IWUSR));
     if (!file)

@@ -36,7 +36,26 @@ struct ORVNLogger::State {
     std::shared_ptr<support::ORVNLogFile> file;
     std::shared_ptr<spdlog::logger> logger;
     std::atomic<spdlog::logger*> current{nullptr};
+    Sink sink;  // set before there are other threads
+
+    bool writes() const { return current != nullptr || sink; }
+    void write(std::string_view module, LogLevel level, std::string_view text) const {
+        if (sink)
+            sink(module, level, text);
+        else
+            current.load()->log(severityOf(level), "{} {} {}", module, static_cast<int>(level), text);
+    }
 };
+
+namespace {
+
+void takeReports() {
+    platform::setReporter([](platform::LogLevel level, std::string_view text) {
+        ORVNLogger::sharedLogger().writeLine(kORVNLogModule, level, text);
+    });
+}
+
+}  // namespace
 
 ORVNLogger::ORVNLogger() : state_(std::make_unique<State>()) {}
 
@@ -54,17 +73,18 @@ void ORVNLogger::initParams(const Params& params) {
     state_->logger = std::make_shared<spdlog::logger>("orvdga", state_->file);
     state_->logger->set_pattern(kLinePattern);
     state_->current = state_->logger.get();
-    platform::setReporter([](platform::LogLevel level, std::string_view text) {
-        sharedLogger().writeLine(kORVNLogModule, level, text);
-    });
+    takeReports();
+}
+
+void ORVNLogger::setSink(Sink sink) {
+    state_->sink = std::move(sink);
+    takeReports();
 }
 
 void ORVNLogger::writeLine(std::string_view module, LogLevel level, std::string_view text) {
-    spdlog::logger* const logger = state_->current;
-    if (logger && !isWriting) {
+    if (state_->writes() && !isWriting) {
         isWriting = true;
-        logger->log(severityOf(level), "{} {} {}", module, static_cast<int>(level),
-                    text.substr(0, kLongestText));
+        state_->write(module, level, text.substr(0, kLongestText));
         isWriting = false;
     } else if (level >= platform::LogLevel::warning) {
         writeToStandardError(module, text);

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -33,6 +34,11 @@ public:
     /// Begins to log to files. Before this, lines of level 8 go to standard error and others nowhere.
     /// Also takes over what the platform's services report, under the module "orvdga".
     void initParams(const Params& params);
+
+    /// Hands the lines to another process's log instead of to files; instead of initParams(). The sink is
+    /// called by the logging thread.
+    using Sink = std::function<void(std::string_view module, LogLevel level, std::string_view text)>;
+    void setSink(Sink sink);
 
     /// Writes one line. The calls below the class say it shorter.
     template <typename... Args>

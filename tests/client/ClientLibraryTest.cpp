@@ -76,7 +76,7 @@ protected:
 TEST_F(ClientLibrary, ReadyComesFromTheStartedProcessOnly) {
     const Assistant other = start(postReady() + "exec sleep 60");
     EXPECT_TRUE(orvane_dga_wait_ready(other.get(), 5000, error_.out())) << error_.message();
-    const Assistant late = start("sleep 0.2\n" + postReady() + "exec sleep 60");
+    const Assistant late = start("sleep 1\n" + postReady() + "exec sleep 60");
     EXPECT_FALSE(orvane_dga_wait_ready(late.get(), 50, error_.out()));
     EXPECT_EQ(error_.code(), ORVANE_DGA_ERROR_TIMEOUT) << error_.message();
     EXPECT_TRUE(orvane_dga_wait_ready(late.get(), 5000, error_.out())) << error_.message();
@@ -86,8 +86,7 @@ TEST_F(ClientLibrary, ReadyThatCameBeforeTheWaitIsNotMissed) {
     Listener listener;
     const Assistant assistant = start(postReady() + "exec sleep 60");
     EXPECT_EQ(listener.waitFor(1).size(), 1U);
-    g_usleep(100000);
-    EXPECT_TRUE(orvane_dga_wait_ready(assistant.get(), 0, error_.out())) << error_.message();
+    EXPECT_TRUE(orvane_dga_wait_ready(assistant.get(), 5000, error_.out())) << error_.message();
     EXPECT_TRUE(orvane_dga_wait_ready(assistant.get(), 0, error_.out())) << "asked again";
 }
 
@@ -128,7 +127,7 @@ TEST_F(ClientLibrary, WhatWasPostedArrivesAlthoughTheClientIsKilledNext) {
     const std::string scenario = folder_.path() + "/scenario.json";
     std::ofstream(scenario) << R"({"steps":[{"at":0,"do":"quit"},{"at":0,"do":"crash"}]})";
     const std::string command = std::string(SIMULATOR_PATH) + " --quiet --assistant " +
-                                folder_.script("assistant", postReady() + "exec sleep 0.3") + " " + scenario;
+                                folder_.script("assistant", postReadyAndAwait("APP_EXIT")) + " " + scenario;
     EXPECT_EQ(system(command.c_str()), 0);
     const std::vector<std::string> seen = listener.waitFor(2);
     ASSERT_EQ(seen.size(), 2U);

@@ -47,6 +47,12 @@ std::string postReady() {
            " \"'ORVANE_DGA_APP_READY_$$'\" \"''\" '@a{sv} {}'\n";
 }
 
+std::string postReadyAndAwait(const std::string& part) {
+    return "seen=$(mktemp)\ndbus-monitor --session > $seen 2>&1 & monitor=$!\n"
+           "until [ -s $seen ]; do sleep 0.05; done\n" +
+           postReady() + "until grep -q " + part + " $seen; do sleep 0.05; done\nkill $monitor\n";
+}
+
 void EndAssistant::operator()(OrvaneDga* dga) const {
     if (orvane_dga_is_alive(dga) != FALSE) {
         kill(orvane_dga_pid(dga), SIGKILL);

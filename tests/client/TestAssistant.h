@@ -40,6 +40,10 @@ private:
 /// Shell text that posts the ready notification of the process that runs it.
 std::string postReady();
 
+/// The same, and then waits until a notification with this in it was posted. $seen names a file of all that
+/// came.
+std::string postReadyAndAwait(const std::string& part);
+
 /// A GError that is freed.
 class Error {
 public:

@@ -1,4 +1,4 @@
-# The display goes away under a window: the case goes on without one.
+# The window program goes, by its display or by itself: the case goes on without a window, and nothing is lost.
 . "$(dirname "$0")/windows.sh"
 start_display() {
     mkfifo number
@@ -7,21 +7,34 @@ start_display() {
     read -r -t 30 DISPLAY < number || exit 77
     export DISPLAY=:$DISPLAY
 }
-
+open_files() { find "/proc/$dga/fd" | wc -l; }
+# kept: the descriptions of the reports that were not sent.
+kept() { cat "$HOME"/.local/state/orvanedga/reports/*.json 2> /dev/null | grep -c "\"description\": \"$1\""; }
+is_kept() { [[ $(kept "$1") == 1 ]]; }
 
 start_display
 start_accessibility
 upload_server --delay 1000
 head -c 300000 /dev/urandom > client.log
 start_meeting "\"logFileName\": \"$PWD/client.log\""
+files=$(open_files)
+for signal in KILL SEGV; do
+    send_report "Before $signal"
+    says 'Connected to server'
+    kill "-$signal" "$(window_program)"
+    eventually is_kept "Before $signal" || fail "the report that was being sent is not kept: $(ls -lR ~/.local)"
+    # A client that beats is still watched, and the next request shows a window.
+    kill -0 "$dga" || fail "the assistant is gone"
+done
 send_report 'Before the end'
 says 'Connected to server'
 kill -KILL "$xserver"
-await_log 'the display is gone'
-eventually grep -q complete server.txt || fail "the upload does not go on: $(cat server.txt)"
+await_log 'its windows are gone'
+eventually is_kept 'Before the end' || fail "the report that was being sent is not kept"
+(($(open_files) <= files)) || fail "open files: $files before, now $(ls -l "/proc/$dga/fd")"
+sleep 1
 post ORVANE_DGA_GENERATE_REPORT > /dev/null
-await_log 'there is no problem reporting window to show'
+await_log 'the window program has ended too often'
 kill -KILL "$client"
 await_log 'no orvane client process (crash)'
 ends
-(($(find /tmp/orvdga -name '*.zip' | wc -l) == 2)) || fail "not two archives: $(ls /tmp/orvdga)"

@@ -1,7 +1,7 @@
 # Clients that fall silent are noticed at the tick that reaches 182 seconds, and not before. The user of one waits, that
 # of the other quits it and sends a report.
 . "$(dirname "$0")/windows.sh"
-raise() { xdotool search --onlyvisible --all --pid "$dga" --name "$title" windowactivate --sync; }
+raise() { xdotool search --onlyvisible --all --pid "$(window_program)" --name "$title" windowactivate --sync; }
 upload_server
 start_meeting
 patient=$dga patients_client=$client

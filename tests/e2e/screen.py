@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""What the assistant of process id $DGA_PID has on the screen, as assistive programs see it.
+"""What the window program of the assistant of process id $DGA_PID has on the screen, as assistive programs see it.
 
 screen.py see ROLE NAME [STATE|-STATE]...  waits until it shows, with these states and without those after "-"
 screen.py gone ROLE NAME                   waits until nothing of that kind shows
@@ -39,12 +39,20 @@ def parts_below(part):
             yield from parts_below(child)
 
 
+def parent_of(process):
+    try:
+        with open(f"/proc/{process}/stat", encoding="ascii", errors="replace") as stat:
+            return int(stat.read().rpartition(")")[2].split()[1])
+    except OSError:
+        return 0
+
+
 def showing():
     desktop = Atspi.get_desktop(0)
     desktop.set_cache_mask(Atspi.Cache.NONE)
     for index in range(desktop.get_child_count()):
         program = desktop.get_child_at_index(index)
-        if program and program.get_process_id() == int(os.environ["DGA_PID"]):
+        if program and parent_of(program.get_process_id()) == int(os.environ["DGA_PID"]):
             program.set_cache_mask(Atspi.Cache.NONE)
             yield from (part for part in parts_below(program) if "showing" in states(part))
 

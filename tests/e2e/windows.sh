@@ -44,7 +44,9 @@ click() {
     xdotool mousemove $place click 1
 }
 key() { xdotool key --clearmodifiers "$@"; }
-has_keyboard() { [[ $(xdotool getwindowfocus getwindowpid 2> /dev/null) == "$dga" ]]; }
+# window_program: its process id.
+window_program() { pgrep -P "$dga" -x orvanedga-windo; }
+has_keyboard() { [[ $(xdotool getwindowfocus getwindowpid 2> /dev/null) == $(window_program) ]]; }
 in_front() { eventually has_keyboard || fail "the keyboard is elsewhere: $(xdotool getwindowfocus getwindowname 2>&1)"; }
 
 # await_log TEXT [COUNT]: of this assistant, at least so often.

@@ -8,7 +8,7 @@
 #include "DGAMonitor/View/DGAFrozeWindowController.h"
 #include "DGAMonitor/View/SendReport/View/DGAButton.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
-#include "DGAWindowModule/DGAModuleWindowFactory.h"
+#include "DGAWindowProgram/DGAModuleWindowFactory.h"
 #include "ui/UiTest.h"
 
 namespace {
@@ -31,7 +31,7 @@ public:
 class FrozeWindowTest : public ui::UiTest {
 protected:
     QWidget* showPrompt(int level = 0) {
-        windows.installFactory(std::make_shared<DGAModuleWindowFactory>());
+        windows.installFactory(std::make_shared<DGAModuleWindowFactory>(nullptr));
         answers->prompt = windows.makeFrozeWindow(answers);
         EXPECT_FALSE(windows.anyVisible());
         answers->prompt->setLevel(level);

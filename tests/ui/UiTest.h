@@ -19,9 +19,6 @@ protected:
     UiTest();  // before the windows that a test has as members
     void SetUp() override;
     void TearDown() override;
-
-private:
-    std::string notStarted_;
 };
 
 /// Serves the main loop until the condition holds; false if it does not within ten seconds.

@@ -18,14 +18,16 @@
 #include <map>
 #include <mutex>
 
+#include "DGAMonitor/DGACoreWindowServices.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/View/DGAFrozeWindowController.h"
 #include "DGAMonitor/View/SendReport/Controller/DGAProblemReportingWindowController.h"
 #include "DGAMonitor/View/SendReport/View/DGACheckboxButton.h"
 #include "DGAMonitor/View/SendReport/View/DGAMouseTrackingButton.h"
 #include "DGAMonitor/View/SendReport/View/DGATextField.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAUpload/ui/UploadWindowController.h"
-#include "DGAWindowModule/DGAToolkit.h"
+#include "DGAWindowProgram/DGAToolkit.h"
 #include "platform/RunLoop.h"
 #include "support/widgets/QuivetSpinImageView.h"
 
@@ -259,10 +261,8 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: window_pictures FOLDER LANGUAGE...\n");
         return 2;
     }
-    if (const std::string why = DGAToolkit::start(); !why.empty()) {
-        std::fprintf(stderr, "window_pictures: %s\n", why.c_str());
-        return 1;
-    }
+    DGAToolkit::start(nullptr);
+    DGAApplicationWindows::sharedWindows().setServices(std::make_shared<DGACoreWindowServices>());
     QApplication::setCursorFlashTime(0);
     bool ok = true;
     for (int i = 2; i < argc; ++i)

@@ -1,15 +1,13 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <set>
-#include <thread>
 
 #include "DGAMonitor/Report/DGAReportRetention.h"
 #include "DGAMonitor/Report/DGAUtilitiesRetention.h"
+#include "platform/PrivateFolder.h"
 
 namespace fs = std::filesystem;
 
@@ -20,6 +18,10 @@ const fs::path kOutside = "/tmp/retention-outside";
 
 std::string numbered(const std::string& before, int number, const std::string& after) {
     return before + (number < 10 ? "0" : "") + std::to_string(number) + after;
+}
+
+void makeFile(const std::string& name) {
+    std::ofstream(kStore / name) << "x";
 }
 
 class RetentionTest : public testing::Test {
@@ -38,7 +40,6 @@ protected:
         fs::remove_all(kOutside);
     }
 
-    static void makeFile(const std::string& name) { std::ofstream(kStore / name) << "x"; }
     static void makeFolder(const std::string& name) {
         fs::create_directories(kStore / name / "deep");
         std::ofstream(kStore / name / "deep/file") << "x";
@@ -53,16 +54,18 @@ protected:
     }
 };
 
-// The clock of the file system moves in steps of a few milliseconds.
-// The kernel gives files the time of its last tick: waits for the next one, however long a tick is.
+// Entries made one after the other may have the same birth time, but not those before and after this.
 void nextMoment() {
-    timespec before{};
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME_COARSE, &before);
-    do {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        clock_gettime(CLOCK_REALTIME_COARSE, &now);
-    } while (now.tv_sec == before.tv_sec && now.tv_nsec == before.tv_nsec);
+    const auto store = platform::PrivateFolder::open(kStore, platform::PrivateFolder::Create::no);
+    const auto birthOfAnother = [&store] {
+        fs::remove(kStore / "probe");
+        makeFile("probe");
+        return store->creationTime("probe").value();
+    };
+    const auto before = birthOfAnother();
+    while (birthOfAnother() <= before)
+        continue;
+    fs::remove(kStore / "probe");
 }
 
 TEST_F(RetentionTest, TheOldestOfTooManyGo) {

@@ -10,6 +10,7 @@
 #include <QPointer>
 #include <QScreen>
 #include <QWindow>
+#include <utility>
 
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAToolkitTexts.h"
@@ -96,9 +97,29 @@ void DGAWindowBase::showEvent(QShowEvent* event) {
     DGAApplicationWindows::sharedWindows().setVisible(this, true);
 }
 
+void DGAWindowBase::setHiddenForPicture(bool hidden) {
+    if (hidden ? !isVisible() : !hiddenForPicture_)
+        return;
+    const QPoint place = pos();
+    if (hidden) {
+        hiddenForPicture_ = true;
+        QWidget::setVisible(false);
+    } else {
+        setVisible(true);
+        move(place);
+    }
+}
+
+void DGAWindowBase::setVisible(bool visible) {
+    const bool wasClosedMeanwhile = std::exchange(hiddenForPicture_, false) && !visible;
+    QWidget::setVisible(visible);
+    if (wasClosedMeanwhile)
+        DGAApplicationWindows::sharedWindows().setVisible(this, false);
+}
+
 // A window that was only minimised is still in use.
 void DGAWindowBase::hideEvent(QHideEvent* event) {
-    if (!event->spontaneous())
+    if (!event->spontaneous() && !hiddenForPicture_)
         DGAApplicationWindows::sharedWindows().setVisible(this, false);
     QWidget::hideEvent(event);
 }

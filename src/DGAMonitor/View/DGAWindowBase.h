@@ -27,6 +27,14 @@ public:
     /// Moves it to the middle of the screen on which the pointer is.
     void center();
 
+    /// Takes it off the screen for a moment, or puts it back: for everybody else it stays visible.
+    void setHiddenForPicture(bool hidden);
+
+    /// Whether it is on the screen, but for a picture.
+    bool isShown() const { return isVisible() || hiddenForPicture_; }
+
+    void setVisible(bool visible) override;
+
 signals:
     /// The user wants to close the window: Escape, the window manager, the session's end. It stays open; who
     /// owns it decides, as for its close button.
@@ -44,6 +52,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    bool hiddenForPicture_ = false;
     bool dragging_ = false;
     QPoint dragStart_;
     QPoint dragOrigin_;

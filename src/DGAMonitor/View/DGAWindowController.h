@@ -11,7 +11,7 @@ class DGAWindowController : public Interface {
 public:
     DGAWindowController() : window_(new Window()) {}
 
-    bool isVisible() const override { return window_->isVisible(); }
+    bool isVisible() const override { return window_->isShown(); }
     void bringToFront() override { window_->bringToFront(); }
     void center() override { window_->center(); }
     void close() override { window_->hide(); }

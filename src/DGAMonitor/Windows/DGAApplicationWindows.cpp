@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "DGAMonitor/Windows/DGAWindowModuleEntry.h"
-#include "platform/LoadableModule.h"
 #include "support/ORVNLogger.h"
 
 DGAApplicationWindows& DGAApplicationWindows::sharedWindows() {
@@ -15,29 +13,11 @@ void DGAApplicationWindows::installFactory(std::shared_ptr<DGAWindowFactory> fac
     factory_ = std::move(factory);
 }
 
-// Returns why there is still no factory.
-std::string DGAApplicationWindows::openModule() {
-    if (!givenUp_.empty() || moduleName_.empty())
-        return givenUp_;
-    const auto library = platform::LoadableModule::open(moduleName_);
-    auto* const entry =
-        library ? library->function<DGAWindowModuleEntryFunction>(kDGAWindowModuleEntry) : nullptr;
-    if (!entry)
-        return "the module " + moduleName_ + " cannot be used";
-    const DGAWindowModule* const module = entry();
-    if (!module || module->version != kDGAWindowModuleVersion)
-        return "the module " + moduleName_ + " is of another version";
-    std::string why;
-    factory_ = module->makeFactory(why);
-    return why;
-}
-
 template <typename Window, typename Make>
 std::shared_ptr<Window> DGAApplicationWindows::make(const char* what, Make make) {
-    const std::string why = factory_ ? std::string() : openModule();
     std::shared_ptr<Window> window = factory_ ? make(*factory_) : nullptr;
     if (!window) {
-        logWarning("there is no {} to show{}{}", what, why.empty() ? "" : ": ", why);
+        logWarning("there is no {} to show", what);
         return nullptr;
     }
     std::erase_if(made_, [](const auto& other) { return other.expired(); });
@@ -64,23 +44,14 @@ std::shared_ptr<DGAUploadWindowInterface> DGAApplicationWindows::makeUploadWindo
 }
 
 void DGAApplicationWindows::setVisible(const void* window, bool visible) {
-    if (visible && givenUp_.empty())
+    const size_t before = visible_.size();
+    if (visible)
         visible_.insert(window);
     else
         visible_.erase(window);
     visibleCount_ = visible_.size();
-}
-
-void DGAApplicationWindows::giveUp(std::string why) {
-    givenUp_ = std::move(why);
-    factory_.reset();
-    static std::vector<std::shared_ptr<DGAWindowInterface>> kept;
-    for (const auto& made : std::exchange(made_, {})) {
-        if (auto window = made.lock())
-            kept.push_back(std::move(window));
-    }
-    visible_.clear();
-    visibleCount_ = 0;
+    if (visible_.size() != before && onChange)
+        onChange();
 }
 
 void DGAApplicationWindows::bringAllVisibleToFront() {

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <set>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -26,12 +26,8 @@ public:
     void setServices(std::shared_ptr<DGAWindowServices> services) { services_ = std::move(services); }
     DGAWindowServices& services() const { return *services_; }
 
-    /// Null removes it. Without a factory, and without a module that has one, no window is made.
+    /// Null removes it; then no window is made.
     void installFactory(std::shared_ptr<DGAWindowFactory> factory);
-
-    /// The private library whose factory is used where none is installed. It is opened at the first window;
-    /// one that cannot be used is tried again at the next.
-    void setModuleName(std::string name) { moduleName_ = std::move(name); }
 
     /// New hidden windows; null, with one line in the log, when there is no factory or it makes none.
     std::shared_ptr<DGAFrozeWindowInterface> makeFrozeWindow(std::weak_ptr<DGAFrozeWindowDelegate> delegate);
@@ -45,9 +41,8 @@ public:
     /// Whether any window is visible. Any thread.
     bool anyVisible() const { return visibleCount_ > 0; }
 
-    /// There is nothing any more to show windows on, for the reason given: none counts as visible, and none
-    /// is made from now on. Those that are there stay alive, whoever lets go of them: what they do may go on.
-    void giveUp(std::string why);
+    /// Told whenever a window has become visible or has ceased to be.
+    std::function<void()> onChange;
 
     /// Brings those windows to the front that were made here and are visible.
     void bringAllVisibleToFront();
@@ -59,11 +54,8 @@ private:
     DGAApplicationWindows() = default;
     template <typename Window, typename Make>
     std::shared_ptr<Window> make(const char* what, Make make);
-    std::string openModule();
 
     std::shared_ptr<DGAWindowServices> services_;
-    std::string moduleName_;
-    std::string givenUp_;
     std::shared_ptr<DGAWindowFactory> factory_;
     std::vector<std::weak_ptr<DGAWindowInterface>> made_;
     std::set<const void*> visible_;

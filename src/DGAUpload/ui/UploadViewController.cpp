@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <initializer_list>
+#include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -86,6 +88,7 @@ void UploadViewController::setupParameters() {
     ORVN_LOG_METHOD();
     passParameters();
     logInfo("{},parameters set success", ORVN_METHOD_NAME);
+    tellUpload("sending");
     m_traceUpload->preparingReport(record().uploadURL.get().value_or(""), fileFullPath_);
     // With nothing to send the server is not asked: its answer would replace the status that says so.
     if (m_traceUpload->m_status != CTraceUpload::kStatusNoFile)
@@ -173,7 +176,8 @@ void UploadViewController::notifyMainThread(const std::string& what) {
 }
 
 void UploadViewController::readStatus(int32_t status) {
-    const auto fail = [this](bool& need) {
+    const auto fail = [this](bool& need, const char* reason) {
+        tellUpload("failed", reason);
         need = true;
         needShowWarningInfo = true;
         polling_->myShouldExitThread = true;
@@ -193,20 +197,21 @@ void UploadViewController::readStatus(int32_t status) {
     needShowUploadingStep |= isOneOf({Uploader::kStatusSending, Uploader::kStatusSent});
     switch (status) {
         case Uploader::kStatusNoFile:
-            fail(needShowPrepareFailedStep);
+            fail(needShowPrepareFailedStep, "no archive");
             break;
         case Uploader::kStatusQueryFailed:
-            fail(needShowConnectingFailedStep);
+            fail(needShowConnectingFailedStep, "no connection");
             break;
         case Uploader::kStatusSendFailed:
-            fail(needShowUploadingFailedStep);
+            fail(needShowUploadingFailedStep, "not taken");
             break;
         case Uploader::kStatusSent:
+            tellUpload("sent");
             needShowEmailConfirm_FinshStep = true;
             polling_->myShouldExitThread = true;
             break;
         case Uploader::kStatusExceedFileNumber:
-            fail(needShowOverheadStep);
+            fail(needShowOverheadStep, "too many files");
             break;
         default:
             break;
@@ -247,9 +252,17 @@ void UploadViewController::showFailedSteps() {
         uploadView->showOverheadStep(false);
 }
 
+// Of what was sent the end is told once; of what was kept or failed, what the user did with it in the end.
+void UploadViewController::tellUpload(const char* state, const char* reason) {
+    sending_ = std::string_view(state) == "sending";
+    services().uploadChanged({fileFullPath_, state, reason, comment_, std::atoll(catagory_.c_str())});
+}
+
 void UploadViewController::doRelease() {
     if (!m_traceUpload)
         return;
+    if (sending_)
+        tellUpload("cancelled");
     if (polling_->myHttpThread)
         platform::performOnMain([polling = polling_] { finishThread(*polling); });
     // The polling thread keeps it until it has seen that it shall end.
@@ -303,8 +316,8 @@ bool UploadViewController::panel(DGASavePanel& /*panel*/, const std::optional<st
     std::error_code ignored;
     if (!std::filesystem::exists(fileFullPath_, ignored))
         return true;
-    if (validateURL)
-        platform::moveFile(fileFullPath_, *validateURL);
+    if (validateURL && platform::moveFile(fileFullPath_, *validateURL))
+        tellUpload("saved");
     polling_->myShouldExitThread = true;
     savePanel_.clear();  // it closes by itself
     closeWindow();

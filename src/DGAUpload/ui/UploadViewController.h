@@ -86,6 +86,7 @@ private:
     static void finishThread(Polling& polling) { polling.myShouldExitThread = true; }
     void doRelease();
     void readStatus(int32_t status);
+    void tellUpload(const char* state, const char* reason = "");
     void showSuccessSteps();
     void showFailedSteps();
     void closeWindow();
@@ -117,6 +118,7 @@ private:
     std::string catagory_;
     std::shared_ptr<DGAReportMaker> maker_;
     std::string fileFullPath_;
+    bool sending_ = false;  ///< the assistant was told so, and not yet how it ended
 
     Parts parts_;
     std::function<void()> closeWindow_;

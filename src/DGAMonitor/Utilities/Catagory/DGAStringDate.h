@@ -14,3 +14,6 @@ std::optional<support::SystemTime> dga_fetchDateFromSpecificFormat(std::string_v
 
 /// The current time by the pattern.
 std::string dga_transformToCurrentDateString(std::string_view pattern);
+
+/// The current local time as ISO 8601 has it, with the offset: "2026-11-21T10:15:03+01:00".
+std::string dga_currentISODateString();

@@ -16,7 +16,7 @@ constexpr int kImageSize = 18;
 constexpr int kGap = 6;
 constexpr int kInfoSize = 18;
 constexpr int kTitleLeft = kImageSize + kGap;
-constexpr int kTextFlags = Qt::AlignLeading | Qt::AlignTop | Qt::TextWordWrap | Qt::TextWrapAnywhere;
+constexpr int kTextFlags = Qt::AlignLeading | Qt::AlignTop | Qt::TextWordWrap;  // as the label wraps
 
 int titleLimit(int width) {
     return qMax(0, width - kImageSize - 2 * kGap - kInfoSize);

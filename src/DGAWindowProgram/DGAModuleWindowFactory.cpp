@@ -1,10 +1,9 @@
-#include "DGAWindowModule/DGAModuleWindowFactory.h"
+#include "DGAWindowProgram/DGAModuleWindowFactory.h"
 
 #include <utility>
 
 #include "DGAMonitor/View/DGAFrozeWindowController.h"
 #include "DGAMonitor/View/SendReport/Controller/DGAProblemReportingWindowController.h"
-#include "DGAUpload/ui/UploadWindowController.h"
 
 std::shared_ptr<DGAFrozeWindowInterface> DGAModuleWindowFactory::makeFrozeWindow(
     std::weak_ptr<DGAFrozeWindowDelegate> delegate) {
@@ -18,5 +17,5 @@ std::shared_ptr<DGAProblemReportingWindowInterface> DGAModuleWindowFactory::make
 }
 
 std::shared_ptr<DGAUploadWindowInterface> DGAModuleWindowFactory::makeUploadWindow() {
-    return std::make_shared<UploadWindowController>();
+    return makeUploadWindow_();
 }

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// Reports that were neither sent nor saved nor discarded: $XDG_STATE_HOME/orvanedga/reports (else below
+/// ~/.local/state), a folder of the user alone. Each is an archive <number>.zip and its <number>.json. At
+/// most ten and 500 MB are kept, for 30 days; the oldest go first. Any thread, one call at a time.
+class DGAKeptReports {
+public:
+    struct Report {
+        std::string number;  ///< the archive's name without ".zip"
+        std::string description;
+        int64_t category = 0;
+        int64_t serviceType = 0;
+        std::string time;   ///< when it was kept, ISO 8601 with offset
+        std::string state;  ///< why: "failed" or "cancelled", and a reason
+    };
+
+    /// `folder` only in tests.
+    explicit DGAKeptReports(std::string folder = {});
+
+    /// Keeps a copy of the archive, in place of one of the same number, and removes what is too much then.
+    /// False, with a line of level 8, if it cannot.
+    bool keep(const std::string& archivePath, Report report) const;
+
+    /// What is kept, the oldest first. What cannot be read is passed over.
+    std::vector<Report> reports() const;
+
+    /// The full path of a kept archive.
+    std::string archivePath(const std::string& number) const;
+
+    /// Ends one that was sent, saved or discarded; nothing if there is none of that number.
+    void remove(const std::string& number) const;
+
+    static std::string numberOf(const std::string& archivePath);
+
+private:
+    void removeExcess() const;
+
+    std::string folder_;
+};

@@ -1,0 +1,334 @@
+#include "DGAMonitor/Windows/DGAWindowProcess.h"
+
+#include <condition_variable>
+#include <mutex>
+#include <utility>
+
+#include "DGAMonitor/Session/DGASessionRecord.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "platform/BundleInfo.h"
+#include "platform/FrameChannel.h"
+#include "platform/RunLoop.h"
+#include "support/ORVNLogger.h"
+
+namespace {
+
+using namespace DGAWindowMessage;
+using Clock = std::chrono::steady_clock;
+
+constexpr char kProgram[] = "orvanedga-windows";
+constexpr std::chrono::seconds kLongestHiding{1};
+constexpr int kWaitIndex = 1;
+constexpr std::array kKinds = {DGAWindowKind::prompt, DGAWindowKind::report, DGAWindowKind::upload};
+
+DGAWindowServices& services() {
+    return DGAApplicationWindows::sharedWindows().services();
+}
+
+// Stands for a window of the program.
+template <typename Interface, DGAWindowKind kind>
+class Proxy : public Interface {
+public:
+    explicit Proxy(std::weak_ptr<DGAWindowProcess> process) : process_(std::move(process)) {}
+
+    bool isVisible() const override {
+        const auto process = process_.lock();
+        return process && process->isVisible(kind);
+    }
+    void bringToFront() override {
+        if (const auto process = process_.lock())
+            process->toFront(kind, false);
+    }
+    void center() override {
+        if (const auto process = process_.lock(); process && process->isVisible(kind))
+            process->toFront(kind, true);
+    }
+    void close() override {
+        if (const auto process = process_.lock())
+            process->close(kind);
+    }
+
+protected:
+    void showAtLevel(int level) {
+        if (const auto process = process_.lock())
+            process->show(kind, level);
+    }
+
+private:
+    std::weak_ptr<DGAWindowProcess> process_;
+};
+
+class PromptProxy final : public Proxy<DGAFrozeWindowInterface, DGAWindowKind::prompt> {
+public:
+    using Proxy::Proxy;
+    void setLevel(int level) override { level_ = level; }
+    void show() override { showAtLevel(level_); }
+
+private:
+    int level_ = 0;
+};
+
+class ReportProxy final : public Proxy<DGAProblemReportingWindowInterface, DGAWindowKind::report> {
+public:
+    using Proxy::Proxy;
+    void showPRWindow() override { showAtLevel(0); }
+};
+
+// The report window opens it, over there.
+class UploadProxy final : public Proxy<DGAUploadWindowInterface, DGAWindowKind::upload> {
+public:
+    using Proxy::Proxy;
+    void showUploadWindowIfScreenShot(const DGAReportOptions& /*options*/, const std::string& /*comment*/,
+                                      int64_t /*problemCatagory*/) override {}
+};
+
+}  // namespace
+
+// Makes the reports that one window asks for, and tells it.
+struct DGAWindowProcess::Maker final : DGAReportGeneratorDelegate {
+    int64_t number = 0;
+    std::weak_ptr<DGAWindowProcess> process;
+    std::shared_ptr<DGAReportMaker> maker;
+
+    void reportFileGeneratedAt(const std::string& path) override {
+        if (const auto held = process.lock())
+            held->send(ReportMade{number, path});
+    }
+};
+
+struct DGAWindowProcess::Hop {
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool hidden = false;
+
+    void tell(bool nowHidden) {
+        const std::lock_guard<std::mutex> hold(mutex);
+        hidden = nowHidden;
+        changed.notify_all();
+    }
+};
+
+DGAWindowProcess::DGAWindowProcess() : DGAWindowProcess(Settings()) {}
+
+DGAWindowProcess::DGAWindowProcess(Settings settings)
+    : settings_(std::move(settings)), hop_(std::make_shared<Hop>()) {
+    if (settings_.program.empty())
+        settings_.program = platform::BundleInfo::helperFolder() + "/" + kProgram;
+}
+
+DGAWindowProcess::~DGAWindowProcess() {
+    for (const DGAWindowKind kind : kKinds)
+        setVisible(kind, false);
+}
+
+std::shared_ptr<DGAFrozeWindowInterface> DGAWindowProcess::makeFrozeWindow(
+    std::weak_ptr<DGAFrozeWindowDelegate> delegate) {
+    delegate_ = std::move(delegate);
+    return std::make_shared<PromptProxy>(weak_from_this());
+}
+
+std::shared_ptr<DGAProblemReportingWindowInterface> DGAWindowProcess::makeProblemReportingWindow() {
+    return std::make_shared<ReportProxy>(weak_from_this());
+}
+
+std::shared_ptr<DGAUploadWindowInterface> DGAWindowProcess::makeUploadWindow() {
+    return std::make_shared<UploadProxy>(weak_from_this());
+}
+
+bool DGAWindowProcess::isVisible(DGAWindowKind kind) const {
+    return window(kind).visible;
+}
+
+void DGAWindowProcess::setVisible(DGAWindowKind kind, bool visible) {
+    window(kind).visible = visible;
+    DGAApplicationWindows::sharedWindows().setVisible(&window(kind), visible);
+}
+
+bool DGAWindowProcess::start() {
+    if (channel_)
+        return true;
+    const auto now = Clock::now();
+    while (!starts_.empty() && now - starts_.front() > settings_.startsWindow)
+        starts_.pop_front();
+    if (starts_.size() >= static_cast<size_t>(settings_.mostStarts)) {
+        logWarning("the window program has ended too often: it is not started now");
+        return false;
+    }
+    starts_.push_back(now);
+    channel_ = platform::FrameChannel::toProgram(
+        settings_.program, kLongest, [this](const platform::FrameReader::Message& frame) { receive(frame); },
+        [this, start = ++lastStart_] {
+            if (start == lastStart_ && channel_)
+                ended("the window program has ended");
+            else
+                retiring_.reset();
+        });
+    if (!channel_)
+        logWarning("the window program cannot be started: {}", settings_.program);
+    return channel_ != nullptr;
+}
+
+template <typename Message>
+void DGAWindowProcess::send(const Message& message) {
+    if (channel_)
+        channel_->send(Message::kId, write(message));
+}
+
+void DGAWindowProcess::show(DGAWindowKind kind, int level) {
+    if (!start()) {
+        // On the way out of whoever asks, as when the program dies.
+        if (kind == DGAWindowKind::prompt)
+            platform::performOnMain([weak = weak_from_this()] {
+                if (const auto self = weak.lock())
+                    self->answered({kWaitIndex});
+            });
+        return;
+    }
+    send(Record{recordFields(DGASessionRecord::sharedRecord())});
+    window(kind).asked = ++lastNumber_;
+    setVisible(kind, true);
+    send(Show{lastNumber_, static_cast<int32_t>(kind), level});
+}
+
+void DGAWindowProcess::close(DGAWindowKind kind) {
+    send(Close{static_cast<int32_t>(kind)});
+    setVisible(kind, false);
+    // Whatever it told before it heard of this counts no more.
+    window(kind).asked = ++lastNumber_;
+}
+
+void DGAWindowProcess::toFront(DGAWindowKind kind, bool center) {
+    send(ToFront{static_cast<int32_t>(kind), center});
+}
+
+template <typename Message>
+bool DGAWindowProcess::take(const platform::FrameReader::Message& frame,
+                            void (DGAWindowProcess::*handle)(const Message&)) {
+    if (frame.id != Message::kId)
+        return false;
+    if (const auto message = read<Message>(frame.data))
+        (this->*handle)(*message);
+    else
+        ended("the window program sends what is no message");
+    return true;
+}
+
+void DGAWindowProcess::receive(const platform::FrameReader::Message& frame) {
+    const auto hold = shared_from_this();
+    const bool known =
+        take(frame, &DGAWindowProcess::stateChanged) || take(frame, &DGAWindowProcess::answered) ||
+        take(frame, &DGAWindowProcess::makeReport) || take(frame, &DGAWindowProcess::dropMaker) ||
+        take(frame, &DGAWindowProcess::saveTraceRecord) ||
+        take(frame, &DGAWindowProcess::sendTelemetryAction) || take(frame, &DGAWindowProcess::writeLogLine) ||
+        take(frame, &DGAWindowProcess::uploadTold) || take(frame, &DGAWindowProcess::hiddenTold) ||
+        take(frame, &DGAWindowProcess::idleTold);
+    if (!known)
+        logWarning("the window program sends a message of an unknown kind, {}", frame.id);
+}
+
+void DGAWindowProcess::stateChanged(const State& state) {
+    const auto told = [&](DGAWindowKind kind, bool visible) {
+        if (state.handled >= window(kind).asked)
+            setVisible(kind, visible);
+    };
+    told(DGAWindowKind::prompt, state.prompt);
+    told(DGAWindowKind::report, state.report);
+    told(DGAWindowKind::upload, state.upload);
+}
+
+void DGAWindowProcess::answered(const Answer& answer) {
+    if (const auto delegate = delegate_.lock())
+        delegate->frozeWindowButtonDidClickWithIndex(answer.index == 0 ? 0 : kWaitIndex);
+}
+
+void DGAWindowProcess::makeReport(const MakeReport& request) {
+    auto& maker = makers_[request.maker];
+    if (!maker) {
+        maker = std::make_shared<Maker>();
+        maker->number = request.maker;
+        maker->process = weak_from_this();
+        maker->maker = services().makeReportMaker();
+        maker->maker->setDelegate(maker);
+    }
+    maker->maker->startGenerateReportIfScreenShot(
+        request.options, [weak = weak_from_this(), number = request.maker, run = request.run] {
+            platform::performOnMain([weak, number, run] {
+                if (const auto self = weak.lock())
+                    self->send(ReportEnded{number, run});
+            });
+        });
+}
+
+void DGAWindowProcess::dropMaker(const DropMaker& message) {
+    makers_.erase(message.maker);
+}
+
+void DGAWindowProcess::saveTraceRecord(const TraceRecord& message) {
+    services().saveTraceRecord(message.record);
+}
+
+void DGAWindowProcess::sendTelemetryAction(const TelemetryAction& message) {
+    services().sendTelemetryAction(message.action);
+}
+
+void DGAWindowProcess::writeLogLine(const LogLine& message) {
+    ORVNLogger::sharedLogger().writeLine(message.module, static_cast<platform::LogLevel>(message.level),
+                                         message.text);
+}
+
+void DGAWindowProcess::uploadTold(const Upload& message) {
+    const DGAUploadState& upload = message.upload;
+    if (upload.state == "sending")
+        uploads_[upload.path] = upload;
+    else
+        uploads_.erase(upload.path);
+    services().uploadChanged(upload);
+}
+
+void DGAWindowProcess::setHidden(bool hidden) {
+    platform::performOnMain([weak = weak_from_this(), hop = hop_, hidden] {
+        const auto self = weak.lock();
+        if (self && self->channel_)
+            self->send(Hide{hidden});
+        else
+            hop->tell(hidden);
+    });
+    std::unique_lock<std::mutex> hold(hop_->mutex);
+    hop_->changed.wait_for(hold, kLongestHiding, [&] { return hop_->hidden == hidden; });
+}
+
+void DGAWindowProcess::hiddenTold(const Hidden& message) {
+    hop_->tell(message.hidden);
+}
+
+// It ends when it is told, not before: a window may be on its way to it.
+void DGAWindowProcess::idleTold(const Idle& /*message*/) {
+    for (const DGAWindowKind kind : kKinds) {
+        if (isVisible(kind))
+            return;
+    }
+    send(End());
+    retiring_ = std::move(channel_);
+    makers_.clear();
+}
+
+void DGAWindowProcess::ended(const char* why) {
+    channel_.reset();
+    makers_.clear();
+    hop_->tell(false);
+    bool anyLost = false;
+    const bool promptLost = isVisible(DGAWindowKind::prompt);
+    for (const DGAWindowKind kind : kKinds) {
+        anyLost = anyLost || isVisible(kind);
+        setVisible(kind, false);
+    }
+    if (anyLost || !uploads_.empty())
+        logWarning("{}: its windows are gone", why);
+    for (auto& [path, upload] : std::exchange(uploads_, {})) {
+        upload.state = "failed";
+        upload.reason = why;
+        services().uploadChanged(upload);
+    }
+    if (promptLost)
+        answered({kWaitIndex});
+}

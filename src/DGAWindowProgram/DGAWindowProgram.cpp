@@ -1,0 +1,252 @@
+#include "DGAWindowProgram/DGAWindowProgram.h"
+
+#include <QApplication>
+#include <QWidget>
+#include <cstdlib>
+#include <utility>
+
+#include "DGAMonitor/Session/DGASessionRecord.h"
+#include "DGAMonitor/View/DGAWindowBase.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "platform/FrameChannel.h"
+#include "support/ORVNLogger.h"
+
+namespace {
+
+using namespace DGAWindowMessage;
+
+constexpr std::chrono::seconds kLongestFarewell{2};
+// How long a display needs to show what was behind a window.
+constexpr std::chrono::milliseconds kRepaint{80};
+
+DGAApplicationWindows& windows() {
+    return DGAApplicationWindows::sharedWindows();
+}
+
+}  // namespace
+
+// Has the assistant make the reports of one window.
+class DGAWindowProgram::Maker final : public DGAReportMaker {
+public:
+    Maker(std::weak_ptr<DGAWindowProgram> program, int64_t number)
+        : program_(std::move(program)), number_(number) {}
+    ~Maker() override {
+        if (const auto program = program_.lock())
+            program->send(DropMaker{number_});
+    }
+    Maker(const Maker&) = delete;
+    Maker& operator=(const Maker&) = delete;
+
+    void setDelegate(std::weak_ptr<DGAReportGeneratorDelegate> delegate) override {
+        delegate_ = std::move(delegate);
+    }
+    void startGenerateReportIfScreenShot(const DGAReportOptions& options,
+                                         std::function<void()> completion) override {
+        completions_[++lastRun_] = std::move(completion);
+        if (const auto program = program_.lock())
+            program->send(MakeReport{number_, lastRun_, options});
+    }
+
+    void made(const std::string& path) const {
+        if (const auto delegate = delegate_.lock())
+            delegate->reportFileGeneratedAt(path);
+    }
+    void ended(int64_t run) {
+        const auto ended = completions_.extract(run);
+        if (ended && ended.mapped())
+            ended.mapped()();
+    }
+
+private:
+    std::weak_ptr<DGAWindowProgram> program_;
+    int64_t number_;
+    int64_t lastRun_ = 0;
+    std::weak_ptr<DGAReportGeneratorDelegate> delegate_;
+    std::map<int64_t, std::function<void()>> completions_;
+};
+
+std::shared_ptr<DGAWindowProgram> DGAWindowProgram::start(int socket) {
+    const std::shared_ptr<DGAWindowProgram> program(new DGAWindowProgram());
+    auto* const self = program.get();
+    self->channel_ = std::make_unique<platform::FrameChannel>(
+        socket, kLongest, [self](const platform::FrameReader::Message& frame) { self->receive(frame); },
+        [self] { self->end(EXIT_SUCCESS); });
+    self->idle_ = std::make_unique<platform::Timer>(platform::RunLoop::main(), kWarm, true, [self] {
+        if (!windows().anyVisible())
+            self->send(Idle());
+    });
+    ORVNLogger::sharedLogger().setSink(
+        [self](std::string_view module, platform::LogLevel level, std::string_view text) {
+            self->writeLogLine(module, level, text);
+        });
+    windows().onChange = [self] { self->tellState(); };
+    return program;
+}
+
+DGAWindowProgram::~DGAWindowProgram() = default;
+
+void DGAWindowProgram::end(int status) {
+    channel_->flush(kLongestFarewell);
+    std::_Exit(status);
+}
+
+template <typename Message>
+void DGAWindowProgram::send(const Message& message) {
+    channel_->send(Message::kId, write(message));
+}
+
+template <typename Message>
+bool DGAWindowProgram::take(const platform::FrameReader::Message& frame,
+                            void (DGAWindowProgram::*handle)(const Message&)) {
+    if (frame.id != Message::kId)
+        return false;
+    const auto message = read<Message>(frame.data);
+    if (!message)
+        end(EXIT_FAILURE);
+    (this->*handle)(*message);
+    return true;
+}
+
+void DGAWindowProgram::receive(const platform::FrameReader::Message& frame) {
+    const bool known = take(frame, &DGAWindowProgram::setRecord) || take(frame, &DGAWindowProgram::show) ||
+                       take(frame, &DGAWindowProgram::close) || take(frame, &DGAWindowProgram::toFront) ||
+                       take(frame, &DGAWindowProgram::reportMade) ||
+                       take(frame, &DGAWindowProgram::reportEnded) || take(frame, &DGAWindowProgram::hide) ||
+                       take<End>(frame, &DGAWindowProgram::end);
+    if (!known)
+        logWarning("the assistant sends the windows a message of an unknown kind, {}", frame.id);
+}
+
+void DGAWindowProgram::setRecord(const Record& record) {
+    setRecordFields(DGASessionRecord::sharedRecord(), record.fields);
+}
+
+void DGAWindowProgram::show(const Show& message) {
+    if (message.window == static_cast<int32_t>(DGAWindowKind::prompt))
+        showPrompt(message.level);
+    else if (message.window == static_cast<int32_t>(DGAWindowKind::report))
+        showReport();
+    handled_ = message.number;
+    tellState();
+}
+
+void DGAWindowProgram::showPrompt(int level) {
+    if (prompt_)
+        prompt_->close();
+    prompt_ = windows().makeFrozeWindow(weak_from_this());
+    if (!prompt_)
+        return;
+    prompt_->setLevel(level);
+    prompt_->center();
+    prompt_->show();
+}
+
+// A window that is opened afresh takes language, service and permissions as they are now.
+void DGAWindowProgram::showReport() {
+    auto& report = windows().rpWindowCtrl;
+    if (!report || !report->isVisible())
+        report = windows().makeProblemReportingWindow();
+    if (report)
+        report->showPRWindow();
+}
+
+DGAWindowInterface* DGAWindowProgram::window(int32_t kind) const {
+    switch (static_cast<DGAWindowKind>(kind)) {
+        case DGAWindowKind::prompt:
+            return prompt_.get();
+        case DGAWindowKind::report:
+            return windows().rpWindowCtrl.get();
+        case DGAWindowKind::upload:
+            return windows().uploadWindowCtrl.get();
+    }
+    return nullptr;
+}
+
+void DGAWindowProgram::close(const Close& message) {
+    if (auto* const closed = window(message.window))
+        closed->close();
+    if (message.window == static_cast<int32_t>(DGAWindowKind::prompt))
+        prompt_.reset();
+}
+
+void DGAWindowProgram::toFront(const ToFront& message) {
+    auto* const raised = window(message.window);
+    if (!raised || !raised->isVisible())
+        return;
+    raised->bringToFront();
+    if (message.center)
+        raised->center();
+}
+
+void DGAWindowProgram::reportMade(const ReportMade& message) {
+    if (const auto maker = makers_[message.maker].lock())
+        maker->made(message.path);
+}
+
+void DGAWindowProgram::reportEnded(const ReportEnded& message) {
+    if (const auto maker = makers_[message.maker].lock())
+        maker->ended(message.run);
+}
+
+void DGAWindowProgram::hide(const Hide& message) {
+    for (QWidget* const widget : QApplication::topLevelWidgets()) {
+        if (auto* const window = qobject_cast<DGAWindowBase*>(widget))
+            window->setHiddenForPicture(message.hidden);
+    }
+    // The display has heard of it when it answers, and paints what is behind soon after.
+    QCoreApplication::processEvents();
+    platform::performOnMainAfter(message.hidden ? kRepaint : std::chrono::milliseconds(0),
+                                 [this, hidden = message.hidden] { send(Hidden{hidden}); });
+}
+
+void DGAWindowProgram::end(const End& /*message*/) {
+    end(EXIT_SUCCESS);
+}
+
+bool DGAWindowProgram::isShown(DGAWindowKind kind) const {
+    const auto* const shown = window(static_cast<int32_t>(kind));
+    return shown && shown->isVisible();
+}
+
+void DGAWindowProgram::tellState() {
+    idle_->fireAfter(kWarm);
+    State state;
+    state.handled = handled_;
+    state.prompt = isShown(DGAWindowKind::prompt);
+    state.report = isShown(DGAWindowKind::report);
+    state.upload = isShown(DGAWindowKind::upload);
+    send(state);
+}
+
+std::shared_ptr<DGAReportMaker> DGAWindowProgram::makeReportMaker() {
+    auto maker = std::make_shared<Maker>(weak_from_this(), ++lastMaker_);
+    std::erase_if(makers_, [](const auto& entry) { return entry.second.expired(); });
+    makers_[lastMaker_] = maker;
+    return maker;
+}
+
+void DGAWindowProgram::saveTraceRecord(const DGATraceRecord& record) {
+    send(TraceRecord{record});
+}
+
+void DGAWindowProgram::sendTelemetryAction(DGATelemetryAction action) {
+    send(TelemetryAction{action});
+}
+
+void DGAWindowProgram::uploadChanged(const DGAUploadState& state) {
+    send(Upload{state});
+}
+
+void DGAWindowProgram::frozeWindowButtonDidClickWithIndex(int index) {
+    send(Answer{index});
+}
+
+// The channel is the main thread's; lines of one thread stay in their order.
+void DGAWindowProgram::writeLogLine(std::string_view module, platform::LogLevel level,
+                                    std::string_view text) {
+    LogLine line{std::string(module), static_cast<int32_t>(level), std::string(text)};
+    if (&platform::RunLoop::current() == &platform::RunLoop::main())
+        send(line);
+    else
+        platform::performOnMain([this, line = std::move(line)] { send(line); });
+}
