@@ -1,7 +1,7 @@
 // What a client that pours costs: memory, heartbeats that have to wait, processor time afterwards, and
 // whether anything sent over the port is lost. Fails where a budget is exceeded.
 //
-//     flood_bench ASSISTANT [SECONDS]
+//     flood_bench ASSISTANT [SECONDS [FLOOD]]
 //
 // Run through scripts/isolated: it needs a session bus, and the assistant writes to /tmp.
 #include <fcntl.h>
@@ -119,7 +119,7 @@ long pourHalfFrames(OrvaneDga* dga, Clock::time_point end) {
                 peer.handle = -1;
             }
         }
-        std::this_thread::sleep_for(1ms);
+        std::this_thread::sleep_for(20ms);
     }
     for (const Peer& peer : peers) {
         if (peer.handle >= 0)
@@ -183,7 +183,9 @@ bool measure(const std::string& program, const Flood& flood, std::chrono::second
         }
     });
     std::this_thread::sleep_for(500ms);
+    const double cpuBefore = cpuSeconds(pid);
     const long count = flood.pour(dga, Clock::now() + time);
+    const double busy = 100 * (cpuSeconds(pid) - cpuBefore) / static_cast<double>(time.count());
     std::this_thread::sleep_for(500ms);
     beating = false;
     heart.join();
@@ -205,9 +207,9 @@ bool measure(const std::string& program, const Flood& flood, std::chrono::second
                         !isAllInTrace(pid, count);
     const bool good = most < kMostMegabytes && after < kMostMegabytes && p99 < kMostHeartbeatMilliseconds &&
                       idle < kMostIdlePercent && handled.size() == sent.size() && !isLost;
-    std::printf("%-32s %8.0f %8.1f %8.1f %8.1f %8.1f %5zu/%-5zu %6.1f %s%s\n", flood.name,
+    std::printf("%-32s %8.0f %8.1f %8.1f %8.1f %8.1f %5zu/%-5zu %6.1f %6.1f %s%s\n", flood.name,
                 static_cast<double>(count) / static_cast<double>(time.count()), most, after, p99, longest,
-                handled.size(), sent.size(), idle, isLost ? "LOST " : "", good ? "" : "TOO MUCH");
+                handled.size(), sent.size(), busy, idle, isLost ? "LOST " : "", good ? "" : "TOO MUCH");
     std::fflush(stdout);
     end(dga);
     return good;
@@ -217,26 +219,36 @@ bool measure(const std::string& program, const Flood& flood, std::chrono::second
 
 int main(int argc, char** argv) {
     if (argc < 2) {
-        std::fprintf(stderr, "usage: flood_bench ASSISTANT [SECONDS]\n");
+        std::fprintf(stderr, "usage: flood_bench ASSISTANT [SECONDS [FLOOD]]\n");
         return 2;
     }
     const std::chrono::seconds time(argc > 2 ? std::max(1, std::atoi(argv[2])) : 20);
     const Flood floods[] = {
+        {"nothing, to compare with",
+         [](OrvaneDga*, Clock::time_point end) {
+             std::this_thread::sleep_until(end);
+             return 0L;
+         }},
         {"meeting data, all changes", &pourMeetingData},
         {"parameters of 60 kB",
          [](OrvaneDga* dga, Clock::time_point end) { return pourParameters(dga, end, 60000); }},
         {"small parameters",
          [](OrvaneDga* dga, Clock::time_point end) { return pourParameters(dga, end, 10); }},
         {"500 half messages of 900 kB", &pourHalfFrames},
-        {"parameters of 1 MB",
-         [](OrvaneDga* dga, Clock::time_point end) { return pourParameters(dga, end, 1000000); }},
-        {"parameters of 20 MB",
-         [](OrvaneDga* dga, Clock::time_point end) { return pourParameters(dga, end, 20000000); }},
+        {"one message of 20 MB",
+         [](OrvaneDga* dga, Clock::time_point end) {
+             pourParameters(dga, Clock::now() + 1ms, 20000000);
+             std::this_thread::sleep_until(end);
+             return 1L;
+         }},
     };
-    std::printf("%-32s %8s %8s %8s %8s %8s %11s %6s\n", "flood", "sent/s", "most MB", "MB after", "p99 ms",
-                "max ms", "heartbeats", "CPU %");
+    std::printf("%-32s %8s %8s %8s %8s %8s %11s %6s %6s\n", "flood", "sent/s", "most MB", "MB after",
+                "p99 ms", "max ms", "heartbeats", "CPU %", "idle %");
     bool good = true;
-    for (const Flood& flood : floods)
-        good = measure(argv[1], flood, time) && good;
+    const std::string only = argc > 3 ? argv[3] : "";
+    for (const Flood& flood : floods) {
+        if (only.empty() || only == flood.name)
+            good = measure(argv[1], flood, time) && good;
+    }
     return good ? 0 : 1;
 }

@@ -249,14 +249,11 @@ void DistributedNotificationCenter::State::keep(Notification notification) {
         count += isOne(other) ? 1 : 0;
         length += isOne(other) ? textLength(other) : 0;
     }
-    // The oldest of this name go.
-    while (count > 1 && (count > kMostWaiting || length > kMaxTextLength)) {
-        const auto oldest = std::find_if(queue.begin(), queue.end(), isOne);
-        length -= textLength(*oldest);
-        --count;
-        const uint64_t passedOver = oldest->passedOver + 1;
-        const auto following = std::find_if(queue.erase(oldest), queue.end(), isOne);
-        (following == queue.end() ? notification : *following).passedOver += passedOver;
+    // They come faster than they are handled: only the newest of this name counts.
+    if (count > kMostWaiting || length > kMaxTextLength) {
+        for (const Notification& other : queue)
+            notification.passedOver += isOne(other) ? other.passedOver + 1 : 0;
+        std::erase_if(queue, isOne);
     }
     queue.push_back(std::move(notification));
     wake();
@@ -268,13 +265,17 @@ void DistributedNotificationCenter::State::wake() {
         performOnMain([this] { deliver(); });
 }
 
-// One that overtakes and one that waits a turn: neither keeps the other, or the rest of the loop, from its
-// turn.
+// Those that overtake, of which there are few, and one that waits a turn: the rest of the loop has its turn,
+// too.
 void DistributedNotificationCenter::State::deliver() {
-    for (auto* queue : {&overtaking, &waiting}) {
-        if (const auto notification = next(*queue))
+    for (size_t left = kMostWaiting; left > 0; --left) {
+        if (const auto notification = next(overtaking))
             handle(*notification);
+        else
+            break;
     }
+    if (const auto notification = next(waiting))
+        handle(*notification);
     const std::lock_guard<std::mutex> hold(mutex);
     awake = false;
     if (!overtaking.empty() || !waiting.empty())
