@@ -65,13 +65,17 @@ protected:
 
     void make() {
         DGAReportGenerator::Tools tools;
-        tools.run = [this](const auto&, const auto& args, const auto& handle) {
+        tools.run = [this](const platform::Task& task) {
             { const std::lock_guard<std::mutex> wait(zip); }
-            std::ofstream(args.at(1) + ".zip") << "archive";
-            handle(1);
+            std::ofstream(task.arguments.at(1) + ".zip") << "archive";
+            platform::TaskResult result;
+            result.started = true;
+            result.reason = platform::TaskResult::kExited;
+            result.exitStatus = zipStatus;
+            return result;
         };
         tools.systemProfile = [](const auto&, const auto&) {};
-        tools.screenshot = [](const auto&) {};
+        tools.screenshot = [](const auto&) { return ""; };
         tools.crashRecord = [](const auto&, const auto&) {};
         tools.saveTime = [] { return "20240315_143025"; };
         controller =
@@ -121,6 +125,7 @@ protected:
 
     static constexpr char kArchive[] = "/tmp/orvdga/123_7_20240315_143025.zip";
 
+    int zipStatus = 0;
     std::mutex zip;
     std::unique_ptr<std::lock_guard<std::mutex>> gate;
     std::vector<ReportMail> mails;

@@ -28,6 +28,7 @@ protected:
 
     /// Save, up to the panel.
     void openSavePanel() {
+        std::filesystem::remove(kArchive);  // the next one would get another name
         ui::click(save());
         ASSERT_TRUE(ui::waitUntil([this] { return savePanel() && savePanel()->isActiveWindow(); }));
         EXPECT_EQ(status(), "0000");
@@ -181,6 +182,22 @@ TEST_F(ProblemReportingWindowTest, SendMailMakesAReportAndHandsItOver) {
     EXPECT_THAT(mail._attachments, ElementsAre(kArchive));
     EXPECT_TRUE(std::filesystem::exists(kArchive));
     EXPECT_EQ(status(), "1111");
+}
+
+TEST_F(ProblemReportingWindowTest, AReportThatFailsMayBeTriedAgain) {
+    record().enableSendReport = false;
+    zipStatus = 14;
+    open();
+    fillIn();
+    ui::click(save());
+    EXPECT_TRUE(ui::waitUntil([this] {
+        return find<QLabel>("_msgLab").text() == lDGARPWindowMsg1Str ? false : status() == "1111";
+    }));
+    EXPECT_EQ(find<QLabel>("_msgLab").text(), kTextReportPareparedFailed);
+    EXPECT_FALSE(savePanel());
+    zipStatus = 0;
+    ui::click(send());
+    EXPECT_TRUE(ui::waitUntil([this] { return mails.size() == 1; }));
 }
 
 TEST_F(ProblemReportingWindowTest, SaveMovesTheArchiveToWhereTheUserSays) {

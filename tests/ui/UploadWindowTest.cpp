@@ -258,6 +258,15 @@ TEST_F(UploadWindowTest, SendsArchivesOfUpTo25MillionBytes) {
     show();
     vc().reportFileGeneratedAt("/tmp/orvdga/none");
     EXPECT_TRUE(sees("!Report prepared failed"));
+    // With no archive there is nothing to save, but it may be tried again.
+    show();
+    const auto asked = generator->asked;
+    vc().reportFailed("zip ended with 14");
+    EXPECT_EQ(seenNow(), "!Report prepared failed|[Try again][Cancel]");
+    ui::click(*vc().view().findChild<QWidget*>("saveButton"));
+    EXPECT_EQ(generator->asked.size(), asked.size() + 1);
+    EXPECT_EQ(generator->asked.back(), asked.back());
+    EXPECT_TRUE(sees("*Preparing report...")) << seenNow();
 }
 
 TEST_F(UploadWindowTest, SendsToAServer) {

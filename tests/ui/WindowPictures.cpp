@@ -104,12 +104,12 @@ QImage picture() {
 // A report generator that has begun and is not ready until `ready` is free.
 std::shared_ptr<DGAReportGenerator> generatorThatWaits(std::mutex& ready) {
     DGAReportGenerator::Tools tools;
-    tools.run = [&ready](const auto&, const auto&, const auto& handle) {
+    tools.run = [&ready](const platform::Task&) {
         { const std::lock_guard<std::mutex> wait(ready); }
-        handle(1);
+        return platform::TaskResult();
     };
     tools.systemProfile = [](const auto&, const auto&) {};
-    tools.screenshot = [](const auto&) {};
+    tools.screenshot = [](const auto&) { return ""; };
     tools.crashRecord = [](const auto&, const auto&) {};
     tools.saveTime = [] { return "20260102_030405"; };
     return std::make_shared<DGAReportGenerator>(tools);
