@@ -11,3 +11,7 @@ function(orvanedga_install_if_built target summary)
     message(STATUS \"Left out, as it is not built: ${target} (cmake --build ${CMAKE_BINARY_DIR} --target ${target})\")
   endif()" COMPONENT ${CMAKE_INSTALL_DEFAULT_COMPONENT_NAME})
 endfunction()
+
+install(CODE "if(NOT EXISTS \"${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/orvanedga\")
+  message(FATAL_ERROR \"The assistant is not built yet: cmake --build ${CMAKE_BINARY_DIR}\")
+endif()")

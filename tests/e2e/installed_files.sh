@@ -36,7 +36,7 @@ while IFS= read -r -d '' file; do
     ! strings -a "$file" | grep -F -- "$2" || fail "$name: names the folder of its sources"
     [[ $(uname -m) != x86_64 ]] || objdump -d --no-show-raw-insn "$file" | grep endbr64 > branches.txt ||
         fail "$name: no branch protection"
-done < <(find "$prefix" -type f -size +1k -print0)
+done < <(find "$prefix" -type f -size +1k -not -path '*/debug/*' -print0)
 [[ $count -ge 8 ]] || fail "only $count programs and libraries are installed"
 [[ -z $product || -n ${ORVANEDGA_SANITIZE:-} ]] ||
     readelf -W --dyn-syms "$prefix"/lib*/orvanedga/*.so | grep -q '_chk@GLIBC' || fail "nothing is fortified"
