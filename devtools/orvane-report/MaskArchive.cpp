@@ -2,8 +2,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <deque>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "Base64.h"
 #include "Masker.h"
@@ -56,14 +57,10 @@ public:
     NewArchive(const NewArchive&) = delete;
     NewArchive& operator=(const NewArchive&) = delete;
 
-    void add(const std::string& name, const std::string& text) {
-        // The library reads the bytes when it closes; it frees what it is given by free().
-        auto* const copy = static_cast<char*>(std::malloc(std::max<size_t>(text.size(), 1)));
-        if (copy == nullptr) {
-            throw ArchiveError("there is not enough memory");
-        }
-        std::copy(text.begin(), text.end(), copy);
-        zip_source_t* const source = zip_source_buffer(archive_, copy, text.size(), 1);
+    void add(const std::string& name, std::string text) {
+        // The library reads the bytes when it closes: they stay where they are until then.
+        const std::string& kept = texts_.emplace_back(std::move(text));
+        zip_source_t* const source = zip_source_buffer(archive_, kept.data(), kept.size(), 0);
         if (source == nullptr ||
             zip_file_add(archive_, name.c_str(), source, ZIP_FL_OVERWRITE | ZIP_FL_ENC_UTF_8) < 0) {
             zip_source_free(source);
@@ -80,6 +77,7 @@ public:
 
 private:
     zip_t* archive_ = nullptr;
+    std::deque<std::string> texts_;
 };
 
 }  // namespace

@@ -1,12 +1,15 @@
 // Writes what the page has to know of the trace as a TypeScript module, from the headers that the command
 // reads too. Run by the build.
 #include <cstdio>
+#include <exception>
 #include <nlohmann/json.hpp>
 
 #include "MaskRules.h"
 #include "devtools/trace/TraceNames.h"
 
-int main() {
+namespace {
+
+void printTables() {
     using Json = nlohmann::ordered_json;
     Json modules = Json::object();
     for (const DGATraceModuleName& row : kDGATraceModuleNames) {
@@ -32,5 +35,16 @@ int main() {
     print("maskRules", "[string, string][]", rules);
     print("maskedParameters", "Record<string, string>", parameters);
     print("unmasked", "string[]", Json(orvanereport::kUnmasked));
+}
+
+}  // namespace
+
+int main() {
+    try {
+        printTables();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "report-page-tables: %s\n", error.what());
+        return 1;
+    }
     return 0;
 }

@@ -57,6 +57,7 @@ function fromTrace({ trace }: Report, add: Add): void {
 
 /** What the assistant logs when it asks about a client that hangs, and when a client is gone. */
 function fromLog(report: Report, add: Add): void {
+  let goodbye = report.trace?.module.includes(40) ?? false;
   for (const log of report.logs) {
     if (!/^orvtra_dga_/.test(log.name)) continue;
     const search = (text: string, then: (line: number) => void): void => {
@@ -65,6 +66,7 @@ function fromLog(report: Report, add: Add): void {
       }
     };
     search("DGAHeartBeatCheckTool::frozeAlert", (line) => add(log.time[line]!, "freeze"));
+    search("no orvane client process (quit)", (line) => { if (!goodbye) add(log.time[line]!, "goodbye"); goodbye = true; });
     search("no orvane client process (crash)", (line) => add(log.time[line]!, "crash"));
     search("frozenWindow btn is clicked: ", (line) => {
       const button = /clicked: (-?\d+)/.exec(log.line(line))?.[1];
