@@ -11,8 +11,8 @@ free_port() {
 
 listens() { [[ -n $(ss -Hltn "sport = :$1") ]]; }
 
-# One port for everybody, one for who knows the password; with "digest" as argument squid offers Digest as well. As
-# root squid changes to a user of its own. Its shared
+# One port for everybody, one for who knows the password; with "digest" as argument squid offers Digest as well,
+# and the password is good for that only. As root squid changes to a user of its own. Its shared
 # memory is called after the service.
 start_squid() {
     open_port=$(free_port)
@@ -21,7 +21,7 @@ start_squid() {
     chmod 711 .
     local digest=
     mkdir -m 777 squid
-    printf 'me:%s\n' "$(openssl passwd -apr1 secret)" > squid/users
+    printf 'me:%s\n' "$(openssl passwd -apr1 "secret${1:-}")" > squid/users
     printf 'me:test:%s\n' "$(printf me:test:secret | md5sum | cut -d' ' -f1)" > squid/digests
     chmod 644 squid/users squid/digests
     [[ ${1:-} != digest ]] || digest="auth_param digest program $(squid_helper digest_file_auth) -c $PWD/squid/digests
