@@ -20,6 +20,6 @@ std::string dga_currentISODateString() {
     const size_t length = std::strftime(text.data(), text.size(), "%FT%T%z", &local);
     std::string date(text.data(), length);
     if (date.size() > 2)
-        date.insert(date.size() - 2, ":");
+        date.insert(date.size() - 2, 1, ':');
     return date;
 }
