@@ -279,7 +279,7 @@ TEST_F(WatchTest, ThePromptClosesByItselfWhenTheClientBeatsSaysGoodbyeOrIsGone) 
         {"beats", [](auto& target) { target.dealHeartBeatFromClient({}); }, 0},
         {"goodbye", [](auto& target) { target.dealNormalQuitFromClient({}); }, 1},
         {"gone", [&](auto&) { tree.remove("4711"); }, 1},
-        {"gone when ready", [&](auto&) { tree.remove("4711"), record().readyToQuit = true; }, 0},
+        {"gone when ready", [&](auto&) { record().readyToQuit = true, tree.remove("4711"); }, 0},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.what);
