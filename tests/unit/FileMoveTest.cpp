@@ -8,8 +8,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "platform/UserFiles.h"
 #include "platform/Report.h"
+#include "platform/UserFiles.h"
 
 namespace {
 
