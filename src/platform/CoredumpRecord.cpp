@@ -13,6 +13,7 @@
 #include "platform/PrivateFolder.h"
 #include "platform/Report.h"
 #include "platform/Task.h"
+#include "platform/Text.h"
 
 namespace platform {
 namespace {
@@ -23,13 +24,6 @@ constexpr size_t kMaxStackLength = size_t{256} * 1024;
 
 bool isBlank(std::string_view text) {
     return text.find_first_not_of(" \t\r") == std::string_view::npos;
-}
-
-std::string_view trimmed(std::string_view text) {
-    const size_t begin = text.find_first_not_of(" \t\r");
-    if (begin == std::string_view::npos)
-        return {};
-    return text.substr(begin, text.find_last_not_of(" \t\r") - begin + 1);
 }
 
 bool isNumber(std::string_view text) {

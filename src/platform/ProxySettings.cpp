@@ -1,10 +1,8 @@
 #include "platform/ProxySettings.h"
 
-#include <fnmatch.h>
 #include <gio/gio.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdlib>
 #include <initializer_list>
 #include <map>
@@ -12,7 +10,9 @@
 #include <mutex>
 
 #include "platform/HomePath.h"
+#include "platform/ProxyText.h"
 #include "platform/SmallFile.h"
+#include "platform/Text.h"
 
 namespace platform {
 namespace {
@@ -23,23 +23,9 @@ constexpr char kSchema[] = "org.gnome.system.proxy";
 struct Unref {
     void operator()(GSettings* settings) const { g_object_unref(settings); }
     void operator()(GSettingsSchema* schema) const { g_settings_schema_unref(schema); }
-    void operator()(GInetAddressMask* mask) const { g_object_unref(mask); }
-    void operator()(GInetAddress* address) const { g_object_unref(address); }
 };
 template <typename T>
 using Owned = std::unique_ptr<T, Unref>;
-
-std::string lowerCase(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(), [](char c) { return g_ascii_tolower(c); });
-    return lower;
-}
-
-std::string_view trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(" \t\r\n");
-    return first == std::string_view::npos ? std::string_view()
-                                           : text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
-}
 
 std::vector<std::string> split(std::string_view text, std::string_view separators) {
     std::vector<std::string> pieces;
@@ -50,35 +36,6 @@ std::vector<std::string> split(std::string_view text, std::string_view separator
         text.remove_prefix(std::min(end + 1, text.size()));
     }
     return pieces;
-}
-
-std::optional<int32_t> portNumber(std::string_view text) {
-    int32_t port = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
-    const bool whole = error == std::errc() && end == text.data() + text.size();
-    return whole && port > 0 && port <= 65535 ? std::optional(port) : std::nullopt;
-}
-
-struct HostPort {
-    std::string_view host;
-    std::string_view port;
-};
-
-// "host", "host:port", "host port", "[address]", "[address]:port" or a bare IPv6 address.
-HostPort divideHost(std::string_view text) {
-    if (text.starts_with('[')) {
-        const auto end = text.find(']');
-        if (end == std::string_view::npos)
-            return {};
-        const auto rest = text.substr(end + 1);
-        return {text.substr(1, end - 1), rest.empty() ? rest : rest.substr(1)};
-    }
-    const auto separator = text.find_first_of(": \t");
-    if (separator == std::string_view::npos)
-        return {text, {}};
-    if (text[separator] == ':' && text.find(':', separator + 1) != std::string_view::npos)
-        return {text, {}};
-    return {text.substr(0, separator), trimmed(text.substr(separator + 1))};
 }
 
 std::string scriptAddress(const std::string& text) {
@@ -103,6 +60,18 @@ public:
     int32_t number(const char* key) const {
         const auto value = read(key, G_VARIANT_TYPE_INT32);
         return value ? g_variant_get_int32(value.get()) : 0;
+    }
+    bool flag(const char* key) const {
+        const auto value = read(key, G_VARIANT_TYPE_BOOLEAN);
+        return value && g_variant_get_boolean(value.get());
+    }
+    /// Whether the user has set it, to whatever value.
+    bool isUsers(const char* key) const {
+        const Value value(settings_ && g_settings_schema_has_key(schema_.get(), key)
+                              ? g_settings_get_user_value(settings_.get(), key)
+                              : nullptr,
+                          &g_variant_unref);
+        return value != nullptr;
     }
     std::vector<std::string> texts(const char* key) const {
         std::vector<std::string> found;
@@ -143,26 +112,73 @@ ProxyServer desktopServer(const std::string& protocol) {
     ProxyServer server = parseProxyAddress(settings.text("host"));
     if (const int32_t port = settings.number("port"); port > 0 && server.enabled)
         server.port = port;
+    if (protocol == "http" && settings.flag("use-authentication")) {
+        server.user = settings.text("authentication-user");
+        server.password = settings.text("authentication-password");
+    }
     return server;
 }
 
-std::optional<ProxySettings> fromDesktop() {
+// As the schema's own descriptions have it.
+void completeFromDesktop(ProxySettings& settings) {
+    if (!settings.https.enabled)
+        settings.https = settings.http;
+    else if (settings.https.user.empty() && settings.https.host == settings.http.host &&
+             settings.https.port == settings.http.port) {
+        settings.https.user = settings.http.user;
+        settings.https.password = settings.http.password;
+    }
+}
+
+void serveWhatIsLeft(ProxySettings& settings, ProxyServer server) {
+    for (ProxyServer* const left : {&settings.http, &settings.https}) {
+        if (!left->enabled)
+            *left = server;
+    }
+}
+
+ProxyServer socksServer(ProxyServer server) {
+    // The field says what it is, a scheme need not.
+    if (server.kind == ProxyKind::http || server.kind == ProxyKind::https)
+        server.kind = ProxyKind::socks;
+    return server;
+}
+
+// Whether the user's own desktop is one of these; the names are separated by colons.
+bool isDesktop(std::initializer_list<std::string_view> names) {
+    const char* current = getenv("XDG_CURRENT_DESKTOP");
+    for (const auto& name : split(current ? current : "", ":")) {
+        if (std::find(names.begin(), names.end(), lowerCase(name)) != names.end())
+            return true;
+    }
+    return false;
+}
+
+/// What one place says: nothing, no proxy, or these.
+struct Said {
+    bool anything = false;
+    std::optional<ProxySettings> settings;
+};
+
+Said fromDesktop() {
     static std::mutex mutex;
     const std::lock_guard<std::mutex> hold(mutex);
     const DesktopSettings& root = desktopSettings(kSchema);
     const std::string mode = root.text("mode");
     if (mode != "auto" && mode != "manual")
-        return std::nullopt;
+        return {root.isUsers("mode") && isDesktop({"gnome", "unity", "x-cinnamon", "budgie", "mate"}), {}};
     ProxySettings settings;
     settings.exceptions = root.texts("ignore-hosts");
     if (mode == "auto") {
         settings.autoConfigEnabled = true;
         settings.autoConfigURL = scriptAddress(root.text("autoconfig-url"));
-        return settings;
+        return {true, settings};
     }
     settings.http = desktopServer("http");
     settings.https = desktopServer("https");
-    return settings;
+    completeFromDesktop(settings);
+    serveWhatIsLeft(settings, socksServer(desktopServer("socks")));
+    return {true, settings};
 }
 
 std::string environment(std::string name) {
@@ -178,6 +194,7 @@ std::optional<ProxySettings> fromEnvironment() {
     ProxySettings settings;
     settings.http = parseProxyAddress(environment("http_proxy"));
     settings.https = parseProxyAddress(environment("https_proxy"));
+    serveWhatIsLeft(settings, parseProxyAddress(environment("all_proxy")));
     settings.autoConfigURL = scriptAddress(environment("auto_proxy"));
     settings.autoConfigEnabled = !settings.autoConfigURL.empty();
     settings.exceptions = split(environment("no_proxy"), ", \t");
@@ -202,122 +219,114 @@ std::map<std::string, std::string> readGroup(const std::string& text, std::strin
     return values;
 }
 
-std::optional<ProxySettings> fromKde() {
-    const char* folder = getenv("XDG_CONFIG_HOME");
-    const auto text = readSmallFile(
-        (folder && *folder ? std::string(folder) : expandTilde("~/.config")) + "/kioslaverc", kLongestFile);
-    if (!text)
-        return std::nullopt;
-    auto values = readGroup(*text, "Proxy Settings");
+// The user's file over the system's.
+std::map<std::string, std::string> kdesValues() {
+    const auto folderOr = [](const char* name, const std::string& otherwise) {
+        const char* value = getenv(name);
+        return value && *value ? std::string(value) : otherwise;
+    };
+    auto folders = split(folderOr("XDG_CONFIG_DIRS", "/etc/xdg"), ":");
+    folders.insert(folders.begin(), folderOr("XDG_CONFIG_HOME", expandTilde("~/.config")));
+    std::map<std::string, std::string> values;
+    for (const auto& folder : folders) {
+        if (const auto text = readSmallFile(folder + "/kioslaverc", kLongestFile))
+            values.merge(readGroup(*text, "Proxy Settings"));
+    }
+    return values;
+}
+
+Said fromKde() {
+    auto values = kdesValues();
     enum class Kind : uint8_t { none = '0', manual, script, discovery, environment };
     const std::string& type = values["ProxyType"];
     const auto kind = type.size() == 1 ? static_cast<Kind>(type[0]) : Kind::none;
     ProxySettings settings;
     settings.exceptions = split(values["NoProxyFor"], ", \t");
     settings.exceptionsReversed = values["ReversedException"] == "true";
+    // With the last kind the file names the variables.
+    const auto named = [&](const char* key) {
+        return parseProxyAddress(kind == Kind::environment ? environment(values[key]) : values[key]);
+    };
     switch (kind) {
         case Kind::script:
         case Kind::discovery:
             settings.autoConfigEnabled = true;
             if (kind == Kind::script)
                 settings.autoConfigURL = scriptAddress(values["Proxy Config Script"]);
-            return settings;
-        case Kind::manual:
-            settings.http = parseProxyAddress(values["httpProxy"]);
-            settings.https = parseProxyAddress(values["httpsProxy"]);
-            return settings;
+            return {true, settings};
         case Kind::environment:
-            // The file names the variables.
-            settings.http = parseProxyAddress(environment(values["httpProxy"]));
-            settings.https = parseProxyAddress(environment(values["httpsProxy"]));
             settings.exceptions = split(environment(values["NoProxyFor"]), ", \t");
-            if (settings.http.enabled || settings.https.enabled)
-                return settings;
-            return std::nullopt;
+            [[fallthrough]];
+        case Kind::manual:
+            settings.http = named("httpProxy");
+            settings.https = named("httpsProxy");
+            serveWhatIsLeft(settings, socksServer(named("socksProxy")));
+            if (kind == Kind::manual || settings.http.enabled || settings.https.enabled)
+                return {true, settings};
+            break;
         default:
-            return std::nullopt;
+            break;
     }
+    return {type.size() == 1 && kind == Kind::none, {}};
 }
 
-struct Host {
-    std::string name;  // lower case, no brackets, no dot at the end
-    Owned<GInetAddress> address;
-};
-
-Host hostFrom(std::string_view text) {
-    if (text.starts_with('[') && text.ends_with(']'))
-        text = text.substr(1, text.size() - 2);
-    while (text.ends_with('.'))
-        text.remove_suffix(1);
-    Host host{lowerCase(text), nullptr};
-    host.address.reset(g_inet_address_new_from_string(host.name.c_str()));
-    return host;
+std::string unescaped(std::string_view text) {
+    char* const plain = g_uri_unescape_segment(text.data(), text.data() + text.size(), nullptr);
+    std::string copy = plain ? std::string(plain) : std::string(text);
+    g_free(plain);
+    return copy;
 }
 
-bool matchesNetwork(const Host& host, const std::string& pattern) {
-    const Owned<GInetAddressMask> mask(g_inet_address_mask_new_from_string(pattern.c_str(), nullptr));
-    return mask && host.address && g_inet_address_mask_matches(mask.get(), host.address.get());
-}
-
-bool matches(const Host& host, int32_t port, const std::string& entry) {
-    std::string pattern = lowerCase(trimmed(entry));
-    if (pattern.empty())
-        return false;
-    if (pattern == "<local>")
-        return !host.address && host.name.find('.') == std::string::npos;
-    if (pattern.find('/') != std::string::npos)
-        return matchesNetwork(host, pattern);
-    const auto parts = divideHost(pattern);
-    if (!parts.port.empty() && portNumber(parts.port) != port)
-        return false;
-    pattern = parts.host;
-    while (pattern.ends_with('.'))
-        pattern.pop_back();
-    const Owned<GInetAddress> address(g_inet_address_new_from_string(pattern.c_str()));
-    if (address)
-        return host.address && g_inet_address_equal(address.get(), host.address.get());
-    if (pattern.starts_with("*."))
-        pattern.erase(0, 1);
-    if (pattern.find('*') != std::string::npos)
-        return fnmatch(pattern.c_str(), host.name.c_str(), 0) == 0;
-    if (pattern.starts_with('.'))
-        pattern.erase(0, 1);
-    return !host.address && !pattern.empty() && (host.name == pattern || host.name.ends_with("." + pattern));
+std::optional<ProxyKind> kindOfScheme(const std::string& scheme) {
+    static const std::map<std::string, ProxyKind> kinds{
+        {"http", ProxyKind::http},     {"https", ProxyKind::https},    {"socks", ProxyKind::socks},
+        {"socks4", ProxyKind::socks4}, {"socks4a", ProxyKind::socks4}, {"socks5", ProxyKind::socks5},
+        {"socks5h", ProxyKind::socks5}};
+    const auto found = kinds.find(scheme);
+    return found == kinds.end() ? std::nullopt : std::optional(found->second);
 }
 
 }  // namespace
 
 ProxyServer parseProxyAddress(std::string_view text) {
+    ProxyServer server;
     text = trimmed(text);
     if (const auto scheme = text.find("://"); scheme != std::string_view::npos) {
-        const std::string name = lowerCase(text.substr(0, scheme));
-        if (name != "http" && name != "https")
+        const auto kind = kindOfScheme(lowerCase(text.substr(0, scheme)));
+        if (!kind)
             return {};
+        server.kind = *kind;
         text.remove_prefix(scheme + 3);
     }
-    text = text.substr(0, text.find('/'));
-    if (const auto account = text.rfind('@'); account != std::string_view::npos)
+    if (const auto account = text.rfind('@'); account != std::string_view::npos) {
+        const auto login = text.substr(0, account);
+        const auto colon = std::min(login.find(':'), login.size());
+        server.user = unescaped(login.substr(0, colon));
+        server.password = unescaped(login.substr(std::min(colon + 1, login.size())));
         text.remove_prefix(account + 1);
-    const auto parts = divideHost(trimmed(text));
+    }
+    const auto parts = divideHostAndPort(trimmed(text.substr(0, text.find('/'))));
     if (parts.host.empty())
         return {};
+    server.enabled = true;
+    server.host = parts.host;
     // KDE keeps "http://host" with the port behind a blank.
-    return {true, std::string(parts.host), portNumber(parts.port).value_or(0)};
+    server.port = portNumber(parts.port).value_or(0);
+    return server;
 }
 
 std::optional<ProxySettings> copySystemProxySettings() {
-    if (auto settings = fromDesktop())
-        return settings;
-    if (auto settings = fromKde())
-        return settings;
-    return fromEnvironment();
-}
-
-bool isProxyException(const ProxySettings& settings, std::string_view host, int32_t port) {
-    const Host asked = hostFrom(host);
-    const bool found = std::any_of(settings.exceptions.begin(), settings.exceptions.end(),
-                                   [&](const std::string& entry) { return matches(asked, port, entry); });
-    return found != settings.exceptionsReversed;
+    const bool isKde = isDesktop({"kde"});
+    Said kde;
+    if (isKde)
+        kde = fromKde();
+    if (kde.anything)
+        return kde.settings;
+    if (const Said desktop = fromDesktop(); desktop.anything)
+        return desktop.settings;
+    if (!isKde)
+        kde = fromKde();
+    return kde.settings ? kde.settings : fromEnvironment();
 }
 
 }  // namespace platform

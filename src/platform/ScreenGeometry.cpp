@@ -13,6 +13,7 @@ ScreenFrames mainScreenFrames() {
     Task task;
     task.program = BundleInfo::helperFolder() + "/screencapture";
     task.arguments = {"--frames"};
+    task.surroundings = Task::Surroundings::desktop;
     task.limit = std::chrono::seconds(5);
     const TaskResult result = runTask(task);
     if (result.reason != TaskResult::kExited || result.exitStatus != 0)

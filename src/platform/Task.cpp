@@ -20,7 +20,9 @@
 #include <utility>
 
 #include "platform/BundleInfo.h"
+#include "platform/Handle.h"
 #include "platform/Report.h"
+#include "platform/TaskEnvironment.h"
 
 namespace platform {
 namespace {
@@ -31,29 +33,6 @@ constexpr std::chrono::milliseconds kGraceForLeftBehind{500};
 // How often a system without pidfd_open is asked whether the program has ended.
 constexpr std::chrono::milliseconds kAskAgain{20};
 constexpr int64_t kLongestPoll = 3600000;
-
-class Handle {
-public:
-    explicit Handle(int handle = -1) : handle_(handle) {}
-    Handle(Handle&& other) noexcept : handle_(std::exchange(other.handle_, -1)) {}
-    Handle& operator=(Handle&& other) noexcept {
-        std::swap(handle_, other.handle_);
-        return *this;
-    }
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
-    ~Handle() { reset(); }
-
-    int get() const { return handle_; }
-    void reset() {
-        if (handle_ >= 0)
-            close(handle_);
-        handle_ = -1;
-    }
-
-private:
-    int handle_;
-};
 
 struct Child {
     pid_t pid = -1;
@@ -94,13 +73,15 @@ struct SpawnOrders {
     SpawnOrders(const SpawnOrders&) = delete;
     SpawnOrders& operator=(const SpawnOrders&) = delete;
 
-    int direct(const Task& task, int output) {
+    int direct(const Task& task, int input, int output) {
         int error = posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
         const bool errorToo = task.output == Task::Output::collect || task.output == Task::Output::discard;
         if (error == 0 && errorToo)
             error = posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
         if (error == 0)
-            error = posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+            error = input >= 0
+                        ? posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO)
+                        : posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
         if (error == 0)
             error = posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
         if (error == 0 && !task.workingFolder.empty())
@@ -109,9 +90,26 @@ struct SpawnOrders {
     }
 };
 
+// A text in a pipe, which holds as much as a task may be given.
+int openInput(const std::string& text, Handle& input) {
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0)
+        return errno;
+    input = Handle(ends[0]);
+    const Handle writer(ends[1]);
+    if (write(ends[1], text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+        return E2BIG;
+    return fcntl(ends[0], F_SETFL, 0) == 0 ? 0 : errno;
+}
+
 int spawn(const Task& task, Child& child) {
     if (hasNul(task))
         return EINVAL;
+    Handle input;
+    if (!task.input.empty()) {
+        if (const int error = openInput(task.input, input); error != 0)
+            return error;
+    }
     Handle childsEnd;
     if (task.output != Task::Output::toHandle) {
         std::array<int, 2> ends{};
@@ -123,15 +121,20 @@ int spawn(const Task& task, Child& child) {
             return errno;
     }
     SpawnOrders orders;
-    const int error = orders.direct(task, childsEnd.get() >= 0 ? childsEnd.get() : task.handle);
+    const int error = orders.direct(task, input.get(), childsEnd.get() >= 0 ? childsEnd.get() : task.handle);
     if (error != 0)
         return error;
     std::vector<char*> arguments{const_cast<char*>(task.program.c_str())};
     for (const auto& argument : task.arguments)
         arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);
+    std::vector<std::string> kept = taskEnvironment(task.surroundings);
+    std::vector<char*> environment;
+    for (auto& variable : kept)
+        environment.push_back(variable.data());
+    environment.push_back(nullptr);
     return posix_spawn(&child.pid, task.program.c_str(), &orders.actions, &orders.attributes,
-                       arguments.data(), environ);
+                       arguments.data(), environment.data());
 }
 
 std::optional<Child> start(const Task& task) {

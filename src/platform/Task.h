@@ -9,8 +9,9 @@
 namespace platform {
 
 /// A program to run, without a shell: arguments reach it as they are. It gets the standard streams and none
-/// of our other descriptors, the default signal dispositions, an empty signal mask, our environment and
-/// umask, and a process group of its own. Its standard input is empty.
+/// of our other descriptors, the default signal dispositions, an empty signal mask, our umask, a process
+/// group of its own, and of our environment what it needs: nothing else, so that no secret of the client's
+/// reaches it.
 struct Task {
     enum class Output {
         collect,        ///< standard output and error, in the order written, into the result
@@ -19,8 +20,18 @@ struct Task {
         toHandle        ///< standard output into `handle`; standard error stays ours
     };
 
+    /// What of our environment it gets; each holds the one before.
+    enum class Surroundings {
+        none,
+        system,   ///< search path, user, home and its folders, language, time zone
+        display,  ///< the display, what desktop it is
+        desktop   ///< the session's bus, and what toolkits read: for programs of the user's own
+    };
+
     std::string program;
     std::vector<std::string> arguments;
+    std::string input;  ///< its standard input, at most 64 KiB
+    Surroundings surroundings = Surroundings::system;
     std::string workingFolder;  ///< ours if empty
     Output output = Output::collect;
     int handle = -1;  ///< stays the caller's

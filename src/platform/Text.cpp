@@ -2,10 +2,26 @@
 
 #include <glib.h>
 
+#include <algorithm>
+
 namespace platform {
 
 bool isUtf8(std::string_view text) {
     return g_utf8_validate_len(text.data(), text.size(), nullptr) != FALSE;
+}
+
+std::string lowerCase(std::string_view text) {
+    std::string lower(text);
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](char c) { return g_ascii_tolower(c); });
+    return lower;
+}
+
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
+    const auto first = text.find_first_not_of(kWhiteSpace);
+    return first == std::string_view::npos
+               ? std::string_view()
+               : text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
 }
 
 bool matchesPattern(const std::string& text, const std::string& pattern) {

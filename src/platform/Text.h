@@ -7,6 +7,13 @@ namespace platform {
 
 bool isUtf8(std::string_view text);
 
+/// The text in lower case, as far as ASCII goes.
+std::string lowerCase(std::string_view text);
+
+/// The text without the white space at its ends (blank, tab, line feed, vertical tab, form feed, carriage
+/// return).
+std::string_view trimmed(std::string_view text);
+
 /// Whether a Perl-compatible regular expression, in which a dot also matches line breaks, matches
 /// anywhere in a text. False for an expression that does not compile or a text that is not UTF-8.
 bool matchesPattern(const std::string& text, const std::string& pattern);

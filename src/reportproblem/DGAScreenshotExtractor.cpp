@@ -29,6 +29,7 @@ void DGAScreenshotExtractor::generateScreenshot(const std::string& path) const {
     task.program = platform::programForCommand(kScreencapture);
     task.arguments =
         screenshotArguments(platform::mainScreenFrames(), DGAUtilities::dga_fetchOSVersion(), path);
+    task.surroundings = platform::Task::Surroundings::desktop;
     task.output = platform::Task::Output::discardOutput;
     task.limit = kLongestCapture;
     platform::runTask(task);

@@ -74,6 +74,7 @@ void MailExtension::mailTo(const std::string& recipient, const std::string& with
     task.arguments = {byUsingAppleScript, recipient, withMailTitle, fitting(mailBody)};
     if (andAttachment)
         task.arguments.push_back(*andAttachment);
+    task.surroundings = platform::Task::Surroundings::desktop;
     task.output = platform::Task::Output::discard;
     platform::startTask(task, nullptr);
 }

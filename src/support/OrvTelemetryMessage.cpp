@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/BundleInfo.h"
+#include "platform/Text.h"
 
 namespace support {
 namespace {
@@ -28,13 +29,6 @@ constexpr std::array<std::string_view, 13> kOurHeaders{"connection",
                                                        "proxy-authorization",
                                                        "transfer-encoding",
                                                        "proxy-connection"};
-
-std::string lowerCase(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    return lower;
-}
 
 // A token of RFC 9110.
 bool isHeaderName(std::string_view name) {
@@ -82,7 +76,7 @@ std::string telemetryMessage(const std::vector<TelemetryAction>& actions,
 }
 
 std::optional<std::string> telemetryHeaderLine(std::string_view name, std::string_view value) {
-    const std::string lower = lowerCase(name);
+    const std::string lower = platform::lowerCase(name);
     if (!isHeaderName(name) || std::find(kOurHeaders.begin(), kOurHeaders.end(), lower) != kOurHeaders.end())
         return std::nullopt;
     std::string cleaned;
@@ -96,7 +90,7 @@ std::optional<std::string> telemetryHeaderLine(std::string_view name, std::strin
 }
 
 std::string telemetryHeaderName(std::string_view line) {
-    return lowerCase(line.substr(0, line.find_first_of(":;")));
+    return platform::lowerCase(line.substr(0, line.find_first_of(":;")));
 }
 
 }  // namespace support

@@ -11,20 +11,26 @@ free_port() {
 
 listens() { [[ -n $(ss -Hltn "sport = :$1") ]]; }
 
-# One port for everybody, one for who knows the password. As root squid changes to a user of its own. Its shared
+# One port for everybody, one for who knows the password; with "digest" as argument squid offers Digest as well. As
+# root squid changes to a user of its own. Its shared
 # memory is called after the service.
 start_squid() {
     open_port=$(free_port)
     while locked_port=$(free_port) && [[ $locked_port == "$open_port" ]]; do :; done
     open_proxy=127.0.0.1:$open_port locked_proxy=127.0.0.1:$locked_port
     chmod 711 .
+    local digest=
     mkdir -m 777 squid
     printf 'me:%s\n' "$(openssl passwd -apr1 secret)" > squid/users
-    chmod 644 squid/users
+    printf 'me:test:%s\n' "$(printf me:test:secret | md5sum | cut -d' ' -f1)" > squid/digests
+    chmod 644 squid/users squid/digests
+    [[ ${1:-} != digest ]] || digest="auth_param digest program $(squid_helper digest_file_auth) -c $PWD/squid/digests
+auth_param digest realm test"
     cat > squid/squid.conf << CONFIGURATION
 http_port 127.0.0.1:$open_port name=open
 http_port 127.0.0.1:$locked_port name=locked
-auth_param basic program $(ls /usr/{lib,lib64,libexec}/squid/basic_ncsa_auth 2> /dev/null | head -n 1) $PWD/squid/users
+$digest
+auth_param basic program $(squid_helper basic_ncsa_auth) $PWD/squid/users
 auth_param basic realm test
 acl open myportname open
 acl known proxy_auth REQUIRED
@@ -45,6 +51,29 @@ CONFIGURATION
     chmod 644 squid/squid.conf
     "$(PATH=$PATH:/usr/sbin type -P squid)" -N -n "orvane$open_port" -f "$PWD/squid/squid.conf" > squid/output 2>&1 &
     eventually listens "$locked_port" || fail "squid: $(cat squid/output squid/cache.log)"
+}
+
+squid_helper() { ls /usr/{lib,lib64,libexec}/squid/"$1" 2> /dev/null | head -n 1; }
+
+# socks_proxy NAME [VERSION [USER PASSWORD]]: starts one; its address is in the variable of that name. It logs where
+# squid does.
+socks_proxy() {
+    local name=$1 port
+    shift
+    port=$(free_port)
+    python3 "$(dirname "${BASH_SOURCE[0]}")/../support/socks_proxy.py" "$port" "$proxy_log" "$@" &
+    eventually listens "$port" || fail "the SOCKS proxy does not start"
+    printf -v "$name" '127.0.0.1:%d' "$port"
+}
+
+# A proxy that is spoken to over TLS: squid's open port behind one.
+start_tls_proxy() {
+    local port
+    port=$(free_port)
+    cat key.pem certificate.pem > both.pem
+    socat "OPENSSL-LISTEN:$port,bind=127.0.0.1,fork,verify=0,cert=both.pem" "TCP:$open_proxy" &
+    eventually listens "$port" || fail "the TLS proxy does not start"
+    tls_proxy=127.0.0.1:$port
 }
 
 # upload_server NAME OPTION...: starts one; its address, with a query, is in the variable of that name.
@@ -98,11 +127,14 @@ store_password() { # PORT PASSWORD
         server 127.0.0.1 port "$1" protocol http user me || fail "the keyring takes no password"
 }
 
-manual() { # HOST:PORT
+manual() { # HOST:PORT [PROTOCOLS]
     local protocol
-    for protocol in http https; do
+    for protocol in http https socks; do
+        gsettings reset-recursively "org.gnome.system.proxy.$protocol"
+    done
+    for protocol in ${2:-http https}; do
         gsettings set "org.gnome.system.proxy.$protocol" host "${1%:*}"
-        gsettings set "org.gnome.system.proxy.$protocol" port "${1#*:}"
+        gsettings set "org.gnome.system.proxy.$protocol" port "${1##*:}"
     done
     gsettings set org.gnome.system.proxy ignore-hosts '[]' # by default this machine is reached directly
     gsettings set org.gnome.system.proxy mode manual
@@ -132,16 +164,4 @@ expect() {
     [[ ${status:-none} == "$2" ]] || fail "$1: status ${status:-none}: $(cat errors.txt)"
     [[ ${way:-none} == "$3" ]] || fail "$1: by $way, not by $3"
     [[ $status != 19 ]] || cmp report.bin arrived/case.zip || fail "$1: something else arrived"
-}
-
-# expect_patience CASE METHOD URL: a proxy that refuses for ever is asked again, at a pace, and the upload waits until
-# it is given up. In nine seconds: at once twice, then after 0.5, 1, 2 and 4 s.
-expect_patience() {
-    local seen asked status=0
-    seen=$(wc -l < "$proxy_log")
-    orvane-upload --quiet --log dga --patience 9 "$3" report.bin 2> errors.txt || status=$?
-    asked=$(tail -n +$((seen + 1)) "$proxy_log" | grep -c "^$2 407") || true
-    printf '%-28s asked %d times in 9 s\n' "$1" "$asked"
-    grep -q 'nothing moved for 9 s, status 10' errors.txt || fail "$1: $status, $(cat errors.txt)"
-    ((asked >= 5 && asked <= 7)) || fail "$1: asked $asked times"
 }

@@ -13,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t length) {
         if (proxy.host.find(';') != std::string::npos || whole.find(proxy.host) == std::string::npos)
             std::abort();
     }
-    for (const auto& proxy : platform::PacEvaluator::parse(text, bytes && length % 2 == 0)) {
+    for (const auto& proxy : platform::PacEvaluator::parse(text)) {
         if (proxy.port && (*proxy.port < 1 || *proxy.port > 65535))
             std::abort();
         if (proxy.host && (proxy.host->empty() || proxy.host->find(';') != std::string::npos))

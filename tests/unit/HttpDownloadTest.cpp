@@ -206,6 +206,7 @@ TEST(HttpDownload, EscapesWhatAUrlMayNotHold) {
         {true, "/50%", "/50%25"},
         {false, "/a%2Fb?q=%41", "/a%2Fb?q=%41"},
         {false, "/a%20b c", "/a%20b%20c"},
+        {false, "/50%?q=%2f#x", "/50%25?q=%2f%23x"},
     };
     ScriptedServer server({{ok("")}});
     for (const auto& item : cases) {
@@ -216,11 +217,84 @@ TEST(HttpDownload, EscapesWhatAUrlMayNotHold) {
             << item.path;
         sink.wait();
         EXPECT_EQ(server.requests().back().line(), std::string("GET ") + item.sent + " HTTP/1.1");
+        Sink posted;
+        CNetworkDownload post;
+        post.SetNeedEscape(item.escape);
+        ASSERT_EQ(post.PostData(server.url(item.path).c_str(), "x", 1, &posted, false, false, 0, nullptr), 0);
+        posted.wait();
+        EXPECT_EQ(server.requests().back().line(), std::string("POST ") + item.sent + " HTTP/1.1");
+        EXPECT_TRUE(server.requests().back().field("User-Agent").starts_with("orvanedga/"));
     }
-    Sink sink;
-    CNetworkDownload post;
-    post.SetNeedEscape(false);
-    EXPECT_EQ(post.PostData(server.url("/a b").c_str(), "x", 1, &sink, false, false, 0, nullptr), -1);
+}
+
+// A body goes nowhere but where it was meant to go, and only whole.
+TEST(HttpDownload, TakesABodyAlongOnlyWhereItWasMeantToGo) {
+    struct Case {
+        const char* status;
+        const char* host;
+        bool sent;
+    };
+    const Case cases[] = {
+        {"301 Moved", "", false},
+        {"302 Found", "", false},
+        {"303 See Other", "", false},
+        {"307 Temporary", "", true},
+        {"308 Permanent", "", true},
+        {"308 Permanent", "127.0.0.1", true},
+        {"307 Temporary", "localhost", false},
+        {"308 Permanent", "localhost", false},
+    };
+    for (const auto& item : cases) {
+        SCOPED_TRACE(std::string(item.status) + " " + item.host);
+        ScriptedServer other({{ok("other")}});
+        const std::string target =
+            *item.host ? "http://" + std::string(item.host) + ":" + std::to_string(other.port()) : "";
+        ScriptedServer server(
+            {{ScriptedServer::reply(item.status, "x", "Location: " + target + "/moved\r\n")}, {ok("here")}});
+        Sink sink;
+        CNetworkDownload engine;
+        const CNetworkDownload::Headers headers = {{"X-Piece", "7"}};
+        ASSERT_EQ(engine.PostData(server.url("/p").c_str(), "body", 4, &sink, false, false, 5000, &headers),
+                  0);
+        sink.wait();
+        EXPECT_EQ(sink.lastResult > 0, item.sent);
+        auto& last = *item.host ? other : server;
+        if (item.sent) {
+            const auto request = last.requests().back();
+            EXPECT_EQ(request.line() + request.body, "POST /moved HTTP/1.1body");
+            EXPECT_EQ(request.head.find("X-Piece"), request.head.rfind("X-Piece")) << "once";
+        }
+        EXPECT_EQ(server.requests().size() + other.requests().size(), item.sent ? 2U : 1U);
+    }
+}
+
+TEST(HttpDownload, EndsARequestThatIsChallengedForEver) {
+    for (const char* status : {"401 Unauthorized", "403 Forbidden", "407 Proxy Authentication Required"}) {
+        SCOPED_TRACE(status);
+        ScriptedServer server({{ScriptedServer::reply(status, "no")}});
+        Sink sink;
+        sink.onAsk = [](std::string&, std::string&) { return true; };
+        CNetworkDownload engine;
+        // The time-out ends no request that goes on, and waiting ends with it.
+        const bool waits = std::string(status).starts_with("407");
+        engine.DownloadURL(server.url("/x").c_str(), &sink, 30000, waits, false);
+        sink.wait();
+        EXPECT_EQ(sink.reports, 1);
+        EXPECT_EQ(sink.lastResult, -1);
+        EXPECT_EQ(server.requests().size(), 5U);
+    }
+}
+
+TEST(HttpDownload, RefusesABodyThatIsLongerThanItsLimit) {
+    ScriptedServer server({{ok(std::string(100000, 'x'))}});
+    for (const uint64_t limit : {99999U, 100000U}) {
+        Sink sink;
+        CNetworkDownload engine;
+        engine.m_nLargestBody = limit;
+        engine.DownloadURL(server.url("/x").c_str(), &sink, 5000, false, false);
+        sink.wait();
+        EXPECT_EQ(sink.lastResult, limit == 100000 ? 100000 : -1);
+    }
 }
 
 TEST(HttpDownload, RepeatsAChallengedRequestWithWhatTheSinkGives) {
@@ -307,6 +381,12 @@ TEST(HttpDownload, BlocksUntilTheTransferHasEnded) {
     CNetworkDownload engine;
     EXPECT_EQ(engine.DownloadURL(server.url("/x").c_str(), &outer, 5000, true, false), 0);
     EXPECT_EQ(outer.lastData, "three");
+    // Declined at its third challenge, after a pause of which the wait knows.
+    ScriptedServer never({{no}});
+    Sink declined;
+    declined.onAsk = [&](std::string&, std::string&) { return declined.asked < 3; };
+    EXPECT_EQ(engine.DownloadURL(never.url("/x").c_str(), &declined, 5000, true, false), 0);
+    EXPECT_EQ(declined.asked, 3);
     Sink late;
     EXPECT_EQ(engine.DownloadURL(server.url("/silent").c_str(), &late, 100, true, false), 0);
     EXPECT_EQ(late.lastResult, -1);
@@ -445,7 +525,7 @@ Fetched fetch(const std::string& url, const std::optional<platform::ProxySetting
     using Event = platform::HttpReadStream::Event;
     platform::HttpReadStream stream({"GET", url, {}, nullptr, user, "pw"});
     Fetched got;
-    stream.setLaxCertificates(lax);
+    stream.setLaxCertificates(lax, lax);
     stream.setAutomaticRedirection(true);
     if (proxy)
         stream.setProxy(*proxy);

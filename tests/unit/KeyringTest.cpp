@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdlib>
 
+#include "platform/RunLoop.h"
 #include "platform/Task.h"
 #include "platform/net/InternetPassword.h"
 
@@ -15,6 +16,7 @@ std::string shell(const std::string& script) {
     platform::Task task;
     task.program = "/bin/sh";
     task.arguments = {"-c", script};
+    task.surroundings = platform::Task::Surroundings::desktop;
     task.limit = 20s;
     return platform::runTask(task).output;
 }
@@ -27,8 +29,18 @@ void store(const std::string& password, const std::string& attributes) {
 }
 
 std::string found(const std::string& server, uint16_t port, const std::string& protocol) {
-    const auto password = platform::findInternetPassword(server, port, protocol);
-    return password ? password->account + ":" + password->password : "none";
+    std::string text;
+    int turns = 0;
+    const platform::Timer turning(platform::RunLoop::main(), 10ms, true, [&turns] { ++turns; });
+    const auto begin = Clock::now();
+    platform::findInternetPassword(server, port, protocol, [&](const auto& password) {
+        text = password ? password->account + ":" + password->password : "none";
+        platform::RunLoop::main().stop();
+    });
+    EXPECT_LT(Clock::now() - begin, 200ms) << "waits";
+    platform::RunLoop::main().runFor(20s);
+    EXPECT_TRUE(turns > 5 || Clock::now() - begin < 500ms) << "the loop turns meanwhile";
+    return text;
 }
 
 // One after another: a bus without a service, a keyring that is open, one that is locked, one that hangs.

@@ -72,7 +72,7 @@ TEST_F(PacTest, AnswersOfBothRoutes) {
         {"DIRECT", "", "", "DIRECT"},
         {"direct", "", "", "DIRECT"},
         {"SOCKS s:1080;PROXY b:1", "s|1080 b|1", "s|1080 b|1", "SOCKS s:1080; PROXY b:1"},
-        {"HTTPS h:443", "h|443", "h|443", ""},
+        {"HTTPS h:443", "h|443", "h|443", "HTTPS h:443"},
         {"rubbish", "", "", ""},
         {"rubbish a:1:2; PROXY [::1", "", "", "PROXY"},
         {"PROXY a:99999999999", "", "a|2147483647", "PROXY"},

@@ -5,10 +5,15 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <map>
 #include <thread>
 
 #include "platform/RunLoop.h"
 #include "platform/Task.h"
+#include "platform/net/PacFunctions.h"
 
 namespace {
 
@@ -127,6 +132,110 @@ TEST(ScriptProcess, RefusesWhatCannotRun) {
     bool refused = false;
     large.evaluate(std::string(2 * 1024 * 1024, ' '), [&](const auto& answer) { refused = answer.broken; });
     EXPECT_TRUE(refused);
+}
+
+// The library of both routes, a table against what others answer. In 100 cases two may differ.
+TEST(ScriptProcess, AnswersAsOthersDo) {
+    setenv("TZ", "UTC", 1);
+    ScriptProcess process(quickSettings());
+    const std::map<std::string, std::string> names = {{"www.example.com", "93.184.216.34"},
+                                                      {"intra", "10.1.2.3"},
+                                                      {"six.example", "2001:db8::1"},
+                                                      {"10.0.0.1", "10.0.0.1"}};
+    const auto resolve = [names](const std::string& name) {
+        return names.contains(name) ? std::optional(names.at(name)) : std::nullopt;
+    };
+    process.define("", "dnsResolve", resolve);
+    process.define("", "dnsResolveEx",
+                   [resolve](const std::string& name) { return resolve(name).value_or(""); });
+    process.define("", "myIpAddress", [](const std::string&) { return "192.168.1.5"; });
+    process.define("", "myIpAddressEx", [](const std::string&) { return "192.168.1.5;fe80::5"; });
+    process.evaluate(std::string("var namesLookedUp = 12;") + platform::kPacFunctions, nullptr);
+    process.evaluate(
+        "var RealDate = Date, now; Date = function () { return new RealDate(now); };"
+        "function clock(list) { now = eval('new RealDate(' + list + ').getTime()'); }"
+        "function run(text) { return String(eval(text)); }",
+        nullptr);
+    std::ifstream file(PAC_CASES);
+    int cases = 0;
+    int differ = 0;
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with('#'))
+            continue;
+        if (line.starts_with("@ ")) {
+            process.call("clock", {line.substr(2)});
+            continue;
+        }
+        for (size_t begin = 0, end = 0; end != std::string::npos; begin = end + 4) {
+            end = line.find(" ;; ", begin);
+            const std::string one = line.substr(begin, end - begin);
+            const size_t arrow = one.rfind(" => ");
+            const auto answer = process.call("run", {one.substr(0, arrow)});
+            const std::string expected = arrow + 4 <= one.size() ? one.substr(arrow + 4) : "";
+            ++cases;
+            if (answer.failed || answer.text != expected) {
+                ++differ;
+                std::cout << one << ", not " << answer.text << "\n";
+            }
+        }
+    }
+    EXPECT_GE(cases, 300);
+    EXPECT_LE(differ * 50, cases);
+    unsetenv("TZ");
+}
+
+TEST(ScriptProcess, TakesOldSyntax) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"'\\101\\60x\\0\\400\\8'.length", "7"},
+        {"'\\101\\060'", "A0"},
+        {"010 + 0777 + '' + 09 + 0 + 0.5", "519900.5"},
+        {"'010 // \\101' + /[/]010\\101/.test('/010A') /* '\\101 010 */ // 010", "010 // Atrue"},
+        {"`010` + (8 / 010 / 1) + \"it's \\1011\"", "0101it's A1"},
+    };
+    for (const auto& [expression, expected] : cases) {
+        ScriptProcess process(quickSettings());
+        process.evaluate(std::string("var old = 00; function f() { return ") + expression + "\n; }", nullptr);
+        EXPECT_EQ(answerOf(process, "f"), expected) << expression;
+    }
+}
+
+// Scripts of every size up to the limit, which counts without what the program adds.
+TEST(ScriptProcess, TakesScriptsOfEverySize) {
+    const size_t most = ScriptProcess::kLongestScript;
+    for (const size_t size : {size_t{300}, size_t{600} * 1024, most + std::strlen(platform::kPacFunctions)}) {
+        ScriptProcess process(quickSettings());
+        std::string script = "function f(a, b) { return a + b; } //";
+        script += std::string(size - script.size(), 'x');
+        process.evaluate(std::move(script), nullptr);
+        EXPECT_EQ(answerOf(process, "f"), "ab") << size;
+    }
+}
+
+// It starts with nothing of ours, and scripts work all the same when it has given up the rest.
+TEST(ScriptProcess, IsGivenNothing) {
+    setenv("ORVANE_SECRET", "token", 1);
+    setenv("TZ", "Asia/Tokyo", 1);
+    ScriptProcess process(quickSettings());
+    process.evaluate(
+        "function zone() { return new Date(2030, 1, 1).getTimezoneOffset() + ' ' + new "
+        "Date().toString().length; }"
+        "function all() { var list = []; for (var i = 0; i < 100000; ++i) list.push('x' + i);"
+        " return /x(1+)2/i.exec(list.join(' '))[1] + 'b'.localeCompare('a') + (1.5).toLocaleString(); }",
+        nullptr);
+    EXPECT_TRUE(answerOf(process, "zone").starts_with("-540 "));
+    EXPECT_EQ(answerOf(process, "all"), "111.5");
+    platform::Task task;
+    task.program = "/bin/sh";
+    task.arguments = {"-c",
+                      "p=$(pgrep -P $PPID pac_evaluator); tr '\\0' '\\n' < /proc/$p/environ | cut -d= -f1;"
+                      " ls /proc/$p/fd; grep -E 'NoNewPrivs|^Seccomp:' /proc/$p/status | cut -f2"};
+    const auto seen = platform::runTask(task).output;
+    if (!sanitized) {
+        EXPECT_EQ(seen, "1\n1\n2\n") << "its one socket; no new rights, and a filter";
+    }
+    task.arguments = {"-c", "env"};
+    EXPECT_EQ(platform::runTask(task).output.find("ORVANE_SECRET"), std::string::npos);
+    unsetenv("TZ");
 }
 
 // Two calls at once, a process that somebody kills, and one that is destroyed under its caller.

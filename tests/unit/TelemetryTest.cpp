@@ -166,7 +166,7 @@ TEST_F(TelemetryTest, AnswersToThePromptArriveOnceEach) {
 
     const httplib::Request request = collector.requests().front();
     EXPECT_EQ(request.target, "/v1/logs?key=1");
-    const std::multimap<std::string, std::string> expected{{"Number", "5"}};
+    const std::multimap<std::string, std::string> expected{{"Number", "5"}, {"Twice", "2"}};
     for (const auto& [name, value] : expected) {
         EXPECT_EQ(request.get_header_value_count(name.c_str()), 1U) << name;
         EXPECT_EQ(request.get_header_value(name.c_str()), value) << name;

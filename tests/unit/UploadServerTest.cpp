@@ -249,6 +249,20 @@ TEST(Upload, EndsWithoutAFileOrAServer) {
     }
 }
 
+TEST(Upload, AFileThatBecomesShorterIsNotSent) {
+    Server server({"--quiet", "--delay", "30"});
+    fileOf(10 * 122880);
+    CTraceUpload uploader;
+    const std::jthread shortens([&] {
+        while (uploader.m_upload_progress < 20)
+            std::this_thread::sleep_for(1ms);
+        std::filesystem::resize_file("/tmp/report.zip", 8 * 122880 + 5);
+    });
+    const Seen seen = upload(uploader, server.url());
+    EXPECT_EQ(seen.status, 18);
+    EXPECT_EQ(uploader.m_upload_progress, 80);
+}
+
 TEST(Upload, MayBeDestroyedInTheMiddle) {
     Server server({"--delay", "30"});
     fileOf(10 * 122880);

@@ -25,6 +25,7 @@ void DGASystemProfileExtractor::generateSystemProfiler(const std::string& path,
     platform::Task task;
     task.program = platform::programForCommand(sysCommand);
     task.arguments = {"-xml", "-detailLevel", detailLevel};
+    task.surroundings = platform::Task::Surroundings::display;
     task.output = platform::Task::Output::toHandle;
     task.handle = file;
     task.limit = std::chrono::minutes(2);

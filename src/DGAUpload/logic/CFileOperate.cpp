@@ -64,8 +64,14 @@ uint64_t CFileOperate::getBlockFromFile(uint32_t length, unsigned char** buffer)
         return 0;
     const off_t position = ftello(m_pFile);
     const size_t count = std::fread(*buffer, 1, length, m_pFile);
+    fseeko(m_pFile, position, SEEK_SET);
+    noteBlock(length, count);
+    return count;
+}
+
+void CFileOperate::noteBlock(uint32_t length, uint64_t count) {
+    const off_t position = ftello(m_pFile);
     logInfo("CFileOperate::getBlockFromFile nBufLen:{}, offset:{}, totalSize:{} \n", count,
             static_cast<int64_t>(position), m_nFileSize);
     fseeko(m_pFile, position + static_cast<off_t>(length), SEEK_SET);
-    return count;
 }

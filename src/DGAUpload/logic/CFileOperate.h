@@ -28,6 +28,10 @@ public:
     /// next call reads `length` bytes further on, however few these were.
     uint64_t getBlockFromFile(uint32_t length, unsigned char** buffer);
 
+    /// Passes over a block of `length` bytes, of which somebody else has read `count`; logged as if it were
+    /// read here.
+    void noteBlock(uint32_t length, uint64_t count);
+
 private:
     FILE* m_pFile = nullptr;
     int64_t m_nFileSize = 0;

@@ -13,7 +13,13 @@
 namespace {
 
 constexpr int kPieceLength = CFileOperate::kPieceLength;
-constexpr size_t kBase64Line = 64;  // characters; the server takes texts in such lines
+
+// The line length of every base64 text in a description.
+constexpr size_t kBase64LineLength = 64;
+
+std::string base64(const std::string& text) {
+    return support::base64Encode(text, kBase64LineLength);
+}
 
 std::string valueOf(const DGAXMLParser::Dictionary& values, const char* name) {
     const auto found = values.find(name);
@@ -81,8 +87,7 @@ void CTraceUpload::start_uploadToServer() {
     }
     ++m_current_pieceNum;
     m_status = kStatusSending;
-    m_pieceBuffer.resize(kPieceLength + 1);
-    m_base64Buffer.resize(static_cast<size_t>(support::GetBase64EncodeSize(kPieceLength)) + 1);
+    m_ahead = std::make_unique<CPieceAhead>(m_filePath, description());
     uploading_tracefile();
 }
 
@@ -96,29 +101,26 @@ bool CTraceUpload::uploading_tracefile() {
 }
 
 void CTraceUpload::postPiece() {
-    unsigned char* piece = m_pieceBuffer.data();
-    m_nPieceLength = m_pFileOperate->getBlockFromFile(kPieceLength, &piece);
-    const int encoded = support::Base64Encode(m_base64Buffer.data(), piece, static_cast<int>(m_nPieceLength));
-    // Nothing of the piece before stays behind a shorter one.
-    std::fill(m_pieceBuffer.begin() + static_cast<std::ptrdiff_t>(m_nPieceLength), m_pieceBuffer.end(),
-              static_cast<unsigned char>(0));
-    std::fill(m_base64Buffer.begin() + std::max(encoded, 0), m_base64Buffer.end(), '\0');
-    if (encoded < 1) {
+    CPieceAhead::Piece piece = m_ahead->take(m_current_pieceNum);
+    m_nPieceLength = piece.length;
+    const int64_t offset = static_cast<int64_t>(m_current_pieceNum - 1) * kPieceLength;
+    const int64_t due = std::min<int64_t>(m_pFileOperate->fileSize() - offset, kPieceLength);
+    m_pFileOperate->noteBlock(kPieceLength, m_nPieceLength);
+    if (static_cast<int64_t>(m_nPieceLength) < due) {
         m_status = kStatusSendFailed;
-        logWarning("CTraceUpload::start_uploadToServer Base64Encode failed");
+        logWarning("CTraceUpload::uploading_tracefile,the file has become shorter");
+        return;
     }
-    logInfo("CTraceUpload::start_uploadToServer base64EncodeReturnSize {}, Inital Size: {} \n", encoded,
-            m_base64Buffer.size());
-
-    std::string body = support::base64Encode(pieceDescription(), kBase64Line);
-    body.reserve(body.size() + 1 + m_base64Buffer.size());
-    body += ';';
-    body.append(m_base64Buffer.data(), static_cast<size_t>(std::max(encoded, 0)));
-    m_request->post(getURLAndEnodeByType("UL"), std::move(body));
+    logInfo("CTraceUpload::start_uploadToServer base64EncodeReturnSize {}, Inital Size: {} \n", piece.encoded,
+            support::GetBase64EncodeSize(kPieceLength) + 1);
+    // Made while this one is on its way.
+    if (m_current_pieceNum < m_total_pieceCount)
+        m_ahead->prepare(m_current_pieceNum + 1);
+    m_request->post(getURLAndEnodeByType("UL"), std::move(piece.body));
 }
 
-std::string CTraceUpload::pieceDescription() const {
-    const auto base64 = [](const std::string& text) { return support::base64Encode(text, kBase64Line); };
+// What is the same in all pieces is put together once.
+CPieceAhead::Describe CTraceUpload::description() const {
     const nlohmann::json fields{
         {"SMAC", m_smac},
         {"cn", base64(m_conferenceName)},
@@ -128,9 +130,7 @@ std::string CTraceUpload::pieceDescription() const {
         {"mk", m_meetingKey},
         {"ts", m_smacTimestap},
         {"ci", m_confId},
-        {"pl", std::to_string(m_nPieceLength)},
         {"pc", std::to_string(m_total_pieceCount)},
-        {"pn", std::to_string(m_current_pieceNum)},
         {"ut", m_uploadTimeStamp},
         {"fn", m_fileName},
         {"cb", m_clientVersion},
@@ -143,13 +143,17 @@ std::string CTraceUpload::pieceDescription() const {
         {"ct", m_problemCatagory},
         {"fs", m_fileSizeText},
     };
-    return support::prettyJson(fields);
+    return [fields](uint32_t number, uint64_t length) {
+        nlohmann::json all = fields;
+        all["pl"] = std::to_string(length);
+        all["pn"] = std::to_string(number);
+        return base64(support::prettyJson(all));
+    };
 }
 
 void CTraceUpload::uploadFinish() {
     logInfo("CTraceUpload::uploadFinish");
-    std::vector<unsigned char>().swap(m_pieceBuffer);
-    std::vector<char>().swap(m_base64Buffer);
+    m_ahead.reset();
     m_status = kStatusSent;
 }
 

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "DGAUpload/logic/CFileOperate.h"
+#include "DGAUpload/logic/CPieceAhead.h"
 #include "DGAUpload/logic/DGAXMLParser.h"
 #include "DGAUpload/logic/webaccess/IUrlDownloadSink.h"
 
@@ -85,15 +85,14 @@ public:
 private:
     struct Reply;
 
-    std::string pieceDescription() const;
+    CPieceAhead::Describe description() const;
     void postPiece();
     void queryAnswered(const Reply& reply, const DGAXMLParser::Dictionary& values);
     void pieceAnswered(const Reply& reply, const DGAXMLParser::Dictionary& values);
     void replyUnreadable(intptr_t downloadType);
     void pieceTaken();
 
-    std::vector<unsigned char> m_pieceBuffer;
-    std::vector<char> m_base64Buffer;
+    std::unique_ptr<CPieceAhead> m_ahead;
     bool m_bQuerySucceeded = false;
     std::unique_ptr<CFileOperate> m_pFileOperate;
     std::string m_siteURL;

@@ -2,15 +2,21 @@
 
 #include <utility>
 
+#include "DGAUpload/logic/webaccess/PacParser.h"
+#include "DGAUpload/logic/webaccess/ProxyMemory.h"
 #include "platform/RunLoop.h"
 
 namespace {
 
 constexpr unsigned long kTimeout = 30000;  // milliseconds
+constexpr uint64_t kLargestReply = uint64_t{1024} * 1024;
 
 }  // namespace
 
 void CUploadRequest::query(const std::string& url) {
+    m_proxies = std::make_shared<ProxyMemory>();
+    if (&platform::RunLoop::current() == &platform::RunLoop::main())
+        CPacParser::RefreshForUpload();
     send(kQuery, [&](CNetworkDownload& engine) {
         return engine.DownloadURL(url.c_str(), this, kTimeout, false, false);
     });
@@ -18,7 +24,6 @@ void CUploadRequest::query(const std::string& url) {
 
 void CUploadRequest::post(const std::string& url, std::string body) {
     send(kPiece, [&](CNetworkDownload& engine) {
-        engine.SetNeedEscape(false);
         engine.m_postBody = std::make_shared<const std::string>(std::move(body));
         const CNetworkDownload::Headers headers{{"Content-Type", "multipart/form-data"}};
         return engine.PostData(url.c_str(), nullptr, 0, this, false, false, kTimeout, &headers);
@@ -34,6 +39,10 @@ void CUploadRequest::send(int downloadType, const std::function<int(CNetworkDown
     auto* engine = new CNetworkDownload;
     engine->m_bAutoDelete = true;
     engine->m_nDownloadType = downloadType;
+    engine->m_nLargestBody = kLargestReply;
+    engine->SetNeedEscape(false);
+    if (m_proxies)
+        engine->m_proxyMemory = m_proxies;
     m_engine = engine;
     m_isStarting = true;
     const bool isSent = start(*engine) == 0;

@@ -48,6 +48,7 @@ private:
     IUrlDownloadSink* m_upload;            // null once abandoned
     platform::RunLoop* m_loop = nullptr;   // of the thread that sends
     CNetworkDownload* m_engine = nullptr;  // under way; deletes itself after its report
+    std::shared_ptr<ProxyMemory> m_proxies;
     bool m_isStarting = false;
     bool m_isCancelled = false;
 };

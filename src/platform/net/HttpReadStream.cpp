@@ -49,7 +49,7 @@ struct HttpReadStream::State final : HttpTransfer::Listener, std::enable_shared_
     void ended(CURLcode result) override {
         hasEnded = true;
         if (result != CURLE_OK)
-            error = {kCurlDomain, result};
+            error = {kCurlDomain, result, transfer->neverSent()};
         else if (const int status = transfer->response()->status; status / 100 == 4 && !told)
             bytesDue = true;
         wake->fireNow();
@@ -112,8 +112,9 @@ void HttpReadStream::setAutomaticRedirection(bool follow) {
     state_->options.followRedirects = follow;
 }
 
-void HttpReadStream::setLaxCertificates(bool lax) {
+void HttpReadStream::setLaxCertificates(bool lax, bool laxForProxy) {
     state_->options.laxCertificates = lax;
+    state_->options.laxProxyCertificates = laxForProxy;
 }
 
 bool HttpReadStream::setClient(Client client) {
@@ -136,7 +137,7 @@ bool HttpReadStream::open() {
     const CURLcode result = state_->transfer->start();
     if (result == CURLE_OK)
         return true;
-    state_->error = {kCurlDomain, result};
+    state_->error = {kCurlDomain, result, true};
     close();
     return false;
 }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -12,27 +14,43 @@
 
 namespace platform {
 
+/// The ways in which a proxy may want to know who asks; bits.
+enum HttpAuth : uint8_t {
+    kHttpAuthNone = 0,
+    kHttpAuthBasic = 1,      ///< RFC 7617
+    kHttpAuthDigest = 2,     ///< RFC 7616
+    kHttpAuthNtlm = 4,       ///< MS-NLMP
+    kHttpAuthNegotiate = 8,  ///< RFC 4559, with the ticket that the user has
+};
+
 struct HttpRequest {
     std::string method;  ///< "GET" or "POST"
     std::string url;     ///< http or https, percent-escaped
     std::vector<std::pair<std::string, std::string>> headers;
     std::shared_ptr<const std::string> body;  ///< shared, not copied; null for none
 
-    /// Basic credentials, sent without waiting for a challenge and only to a proxy: with CONNECT for https,
-    /// with the request for http. Where there is no proxy they go nowhere. None when the user is empty.
+    /// Credentials for the first proxy that is used, and for no other: with CONNECT for https, with the
+    /// request for http. Where there is no proxy they go nowhere. None when the user is empty, but for
+    /// Negotiate. Basic is sent without waiting for a challenge.
     std::string proxyUser;
     std::string proxyPassword;
+    HttpAuth proxyAuth = kHttpAuthBasic;
+
+    std::chrono::milliseconds connectTime{0};  ///< until the connection stands; 0 for curl's own limit
 };
 
 struct HttpResponse {
     int status = 0;
-    std::string url;  ///< of the request that was answered, which after a redirect is not the first one
+    std::string url;    ///< of the request that was answered, which after a redirect is not the first one
+    ProxyServer proxy;  ///< that was asked; not enabled where there was none
+    unsigned proxyAuths = 0;  ///< with status 407: what the proxy offers of HttpAuth that can be done here
 };
 
 /// One HTTP/1.1 request (RFC 9110, 9112) as a stream of its reply's body. Everything happens on the run loop
 /// of the thread that opens it; nothing blocks. The streams of a thread share their connections. Requests
-/// never carry "Expect: 100-continue". At most 256 KiB of the body wait to be read: the connection rests
-/// until they are. A header of more than 256 KiB is an error.
+/// carry a User-Agent with our name and version, and never "Expect: 100-continue". A request on a kept
+/// connection that turns out to be dead is sent again on a new one. At most 256 KiB of the body wait to be
+/// read: the connection rests until they are. A header of more than 256 KiB is an error.
 class HttpReadStream {
 public:
     enum class Event {
@@ -50,6 +68,7 @@ public:
     struct Error {
         int domain = 0;
         int code = 0;
+        bool neverSent = false;  ///< no connection came about, neither to the server nor to its proxy
     };
 
     explicit HttpReadStream(HttpRequest request);
@@ -62,15 +81,18 @@ public:
     /// The proxies to use; without them the stream goes direct, whatever the environment says. The http entry
     /// serves http URLs, the https entry https URLs, and exceptions go direct. Settings that hold nothing but
     /// the https entry's host and port, with nothing enabled, serve every scheme. A proxy that answers
-    /// CONNECT with 407 makes the reply: that status and no body. Before open().
+    /// CONNECT with 407 makes the reply: that status and no body. Names are looked up by the proxy, of
+    /// whatever kind; a SOCKS proxy whose version is not known is tried with 5, then 4. Before open().
     void setProxy(ProxySettings settings);
 
-    /// Follow redirects to http and https, 20 at most; 301, 302 and 303 turn a POST into a GET. Else a
-    /// redirect is a reply like others. Before open().
+    /// Follow redirects to http and https, 20 at most. A redirect is an error where it would drop the body of
+    /// a POST (301, 302 and 303), or take it to another host or from https to http. Without this a redirect
+    /// is a reply like others. Before open().
     void setAutomaticRedirection(bool follow);
 
-    /// Accept any certificate, for whatever name. Before open().
-    void setLaxCertificates(bool lax);
+    /// Accept any certificate, for whatever name: the server's, and that of a proxy that is spoken to over
+    /// TLS. A chain that does not verify is a line in the log at level 8. Before open().
+    void setLaxCertificates(bool lax, bool laxForProxy);
 
     /// False when the stream was opened already.
     bool setClient(Client client);

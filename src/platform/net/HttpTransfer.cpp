@@ -7,6 +7,10 @@
 #include <cstdlib>
 #include <utility>
 
+#include "platform/BundleInfo.h"
+#include "platform/Report.h"
+#include "platform/Text.h"
+
 namespace platform {
 namespace {
 
@@ -14,7 +18,6 @@ constexpr size_t kHeaderLimit = size_t{256} * 1024;
 constexpr size_t kSkippedBodyLimit = size_t{1024} * 1024;
 constexpr int kRedirectLimit = 20;
 constexpr long kSendBufferSize = 512L * 1024;
-constexpr int32_t kDefaultProxyPort = 80;
 constexpr int kTunnelRefused = 407;
 constexpr char kProtocols[] = "http,https";
 
@@ -54,16 +57,53 @@ bool servesEveryScheme(const ProxySettings& settings) {
            !settings.autoConfigEnabled && settings.exceptions.empty();
 }
 
-std::string proxyFor(const std::optional<ProxySettings>& settings, const UrlParts& url) {
+// Not enabled for none.
+ProxyServer proxyFor(const std::optional<ProxySettings>& settings, const UrlParts& url) {
     if (!settings)
         return {};
     const bool every = servesEveryScheme(*settings);
     const ProxyServer& server = url.isHttps || every ? settings->https : settings->http;
     if (server.host.empty() || (!every && !server.enabled) || isProxyException(*settings, url.host, url.port))
         return {};
-    const bool isIpv6 = server.host.find(':') != std::string::npos && server.host.front() != '[';
-    return "http://" + (isIpv6 ? "[" + server.host + "]" : server.host) + ":" +
-           std::to_string(server.port > 0 ? server.port : kDefaultProxyPort);
+    ProxyServer chosen = server;
+    chosen.enabled = true;
+    return chosen;
+}
+
+bool isSocks(ProxyKind kind) {
+    return kind != ProxyKind::http && kind != ProxyKind::https;
+}
+
+// The form in which curl takes it, with look-ups by the proxy; "" for none.
+std::string addressOf(const ProxyServer& proxy) {
+    struct Kind {
+        const char* scheme;
+        int32_t port;
+    };
+    static const Kind kinds[] = {
+        {"http", 80}, {"https", 443}, {"socks5h", 1080}, {"socks4a", 1080}, {"socks5h", 1080}};
+    if (!proxy.enabled)
+        return {};
+    const Kind& kind = kinds[static_cast<size_t>(proxy.kind)];
+    const bool isIpv6 = proxy.host.find(':') != std::string::npos && proxy.host.front() != '[';
+    return fmt::format("{}://{}:{}", kind.scheme, isIpv6 ? "[" + proxy.host + "]" : proxy.host,
+                       proxy.port > 0 ? proxy.port : kind.port);
+}
+
+struct Way {
+    HttpAuth ours;
+    unsigned long curls;
+};
+constexpr Way kWays[] = {{kHttpAuthBasic, CURLAUTH_BASIC},
+                         {kHttpAuthDigest, CURLAUTH_DIGEST},
+                         {kHttpAuthNtlm, CURLAUTH_NTLM},
+                         {kHttpAuthNegotiate, CURLAUTH_NEGOTIATE}};
+
+unsigned waysThatCurlHas() {
+    const int features = curl_version_info(CURLVERSION_NOW)->features;
+    return kHttpAuthBasic | kHttpAuthDigest |
+           ((features & CURL_VERSION_NTLM) != 0 ? unsigned{kHttpAuthNtlm} : 0U) |
+           ((features & CURL_VERSION_SPNEGO) != 0 ? unsigned{kHttpAuthNegotiate} : 0U);
 }
 
 bool isPlainHeader(const std::string& name, const std::string& value) {
@@ -105,6 +145,8 @@ CURLcode HttpTransfer::start() {
 // The options that stay over all redirects.
 CURLcode HttpTransfer::setUp() {
     const long verify = options_.laxCertificates ? 0 : 1;
+    const long verifyProxy = options_.laxProxyCertificates ? 0 : 1;
+    static const std::string kUserAgent = "orvanedga/" + BundleInfo::shortVersion();
     curl_easy_setopt(handle_, CURLOPT_PRIVATE, static_cast<HttpConnectionPool::Transfer*>(this));
     curl_easy_setopt(handle_, CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
     curl_easy_setopt(handle_, CURLOPT_NOSIGNAL, 1L);
@@ -115,15 +157,16 @@ CURLcode HttpTransfer::setUp() {
     curl_easy_setopt(handle_, CURLOPT_UPLOAD_BUFFERSIZE, kSendBufferSize);
     curl_easy_setopt(handle_, CURLOPT_SSL_VERIFYPEER, verify);
     curl_easy_setopt(handle_, CURLOPT_SSL_VERIFYHOST, 2 * verify);
+    curl_easy_setopt(handle_, CURLOPT_PROXY_SSL_VERIFYPEER, verifyProxy);
+    curl_easy_setopt(handle_, CURLOPT_PROXY_SSL_VERIFYHOST, 2 * verifyProxy);
+    curl_easy_setopt(handle_, CURLOPT_USERAGENT, kUserAgent.c_str());
+    if (options_.request.connectTime.count() > 0)
+        curl_easy_setopt(handle_, CURLOPT_CONNECTTIMEOUT_MS,
+                         static_cast<long>(options_.request.connectTime.count()));
     curl_easy_setopt(handle_, CURLOPT_HEADERFUNCTION, &onHeader);
     curl_easy_setopt(handle_, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(handle_, CURLOPT_WRITEFUNCTION, &onBody);
     curl_easy_setopt(handle_, CURLOPT_WRITEDATA, this);
-    curl_easy_setopt(handle_, CURLOPT_PROXYAUTH, long{CURLAUTH_BASIC});
-    if (!options_.request.proxyUser.empty()) {
-        curl_easy_setopt(handle_, CURLOPT_PROXYUSERNAME, options_.request.proxyUser.c_str());
-        curl_easy_setopt(handle_, CURLOPT_PROXYPASSWORD, options_.request.proxyPassword.c_str());
-    }
     // Our own proxies only: empty values keep curl from reading the environment.
     curl_easy_setopt(handle_, CURLOPT_NOPROXY, "");
     return curl_easy_setopt(handle_, CURLOPT_PROTOCOLS_STR, kProtocols);
@@ -133,8 +176,33 @@ CURLcode HttpTransfer::setUpUrl() {
     const auto parts = partsOf(url_);
     if (!parts)
         return CURLE_UNSUPPORTED_PROTOCOL;
-    curl_easy_setopt(handle_, CURLOPT_PROXY, proxyFor(options_.proxy, *parts).c_str());
+    proxy_ = proxyFor(options_.proxy, *parts);
+    setUpProxy();
     return curl_easy_setopt(handle_, CURLOPT_URL, url_.c_str());
+}
+
+void HttpTransfer::setUpProxy() {
+    const std::string address = addressOf(proxy_);
+    if (!firstProxy_)
+        firstProxy_ = proxy_;
+    // SOCKS asks while it connects, so that its user is the one of the settings.
+    std::string user = proxy_.user;
+    std::string password = proxy_.password;
+    HttpAuth auth = kHttpAuthBasic;
+    if (!isSocks(proxy_.kind)) {
+        const bool isFirst = address == addressOf(*firstProxy_);
+        user = isFirst ? options_.request.proxyUser : std::string();
+        password = isFirst ? options_.request.proxyPassword : std::string();
+        auth = isFirst ? options_.request.proxyAuth : kHttpAuthBasic;
+    }
+    unsigned long curls = 0;
+    for (const auto& way : kWays)
+        curls |= (auth & way.ours) != 0 ? way.curls : 0;
+    const bool isNobody = user.empty() && auth != kHttpAuthNegotiate;
+    curl_easy_setopt(handle_, CURLOPT_PROXY, address.c_str());
+    curl_easy_setopt(handle_, CURLOPT_PROXYAUTH, curls);
+    curl_easy_setopt(handle_, CURLOPT_PROXYUSERNAME, isNobody ? nullptr : user.c_str());
+    curl_easy_setopt(handle_, CURLOPT_PROXYPASSWORD, isNobody ? nullptr : password.c_str());
 }
 
 void HttpTransfer::setUpRequest() {
@@ -169,6 +237,7 @@ CURLcode HttpTransfer::begin() {
         return result;
     setUpRequest();
     hasLocation_ = false;
+    certificatesNoted_ = false;
     headerBytes_ = 0;
     skippedBytes_ = 0;
     running_ = pool_->add(handle_);
@@ -196,6 +265,7 @@ bool HttpTransfer::isRedirect() const {
 size_t HttpTransfer::onHeader(const char* bytes, size_t size, size_t count, void* user) {
     auto* const self = static_cast<HttpTransfer*>(user);
     const std::string_view line(bytes, size * count);
+    self->noteCertificates();
     if (line.starts_with("HTTP/"))
         self->hasLocation_ = false;  // an interim reply came before
     if (line.size() > 9 && strncasecmp(bytes, "Location:", 9) == 0)
@@ -212,7 +282,7 @@ size_t HttpTransfer::onBody(const char* bytes, size_t size, size_t count, void* 
         return self->skippedBytes_ > kSkippedBodyLimit ? 0 : length;
     }
     if (!self->response_)
-        self->response_ = HttpResponse{static_cast<int>(self->status()), self->url_};
+        self->response_ = self->responseWith(static_cast<int>(self->status()));
     return self->listener_.takeBody({bytes, length}) ? length : CURL_WRITEFUNC_PAUSE;
 }
 
@@ -223,12 +293,20 @@ void HttpTransfer::transferEnded(CURLcode result) {
             listener_.ended(*failure);
         return;
     }
+    // It had no use for version 5.
+    if (result == CURLE_PROXY && proxy_.kind == ProxyKind::socks) {
+        proxy_.kind = ProxyKind::socks4;
+        setUpProxy();
+        running_ = pool_->add(handle_);
+        if (running_)
+            return;
+    }
     long tunnel = 0;
     curl_easy_getinfo(handle_, CURLINFO_HTTP_CONNECTCODE, &tunnel);
     if (result == CURLE_OK && !response_) {
-        response_ = HttpResponse{static_cast<int>(status()), url_};
+        response_ = responseWith(static_cast<int>(status()));
     } else if (result != CURLE_OK && !response_ && tunnel == kTunnelRefused) {
-        response_ = HttpResponse{kTunnelRefused, url_};
+        response_ = responseWith(kTunnelRefused);
         result = CURLE_OK;
     }
     listener_.ended(result);
@@ -241,11 +319,55 @@ std::optional<CURLcode> HttpTransfer::followRedirect() {
     curl_easy_getinfo(handle_, CURLINFO_REDIRECT_URL, &target);
     if (!target)
         return CURLE_URL_MALFORMAT;
-    if (status() <= 303)
-        method_ = "GET";
+    if (method_ == "POST" && !mayTakeBodyTo(target))
+        return CURLE_HTTP_POST_ERROR;
     url_ = target;
     const CURLcode result = begin();
     return result == CURLE_OK ? std::nullopt : std::optional(result);
+}
+
+bool HttpTransfer::mayTakeBodyTo(const std::string& target) const {
+    const auto from = partsOf(url_);
+    const auto to = partsOf(target);
+    return status() >= 307 && from && to && lowerCase(from->host) == lowerCase(to->host) &&
+           (to->isHttps || !from->isHttps);
+}
+
+HttpResponse HttpTransfer::responseWith(int status) const {
+    HttpResponse response{status, url_, proxy_};
+    long curls = 0;
+    curl_easy_getinfo(handle_, CURLINFO_PROXYAUTH_AVAIL, &curls);
+    for (const auto& way : kWays)
+        response.proxyAuths |= (static_cast<unsigned long>(curls) & way.curls) != 0 ? unsigned{way.ours} : 0U;
+    response.proxyAuths &= waysThatCurlHas();
+    return response;
+}
+
+bool HttpTransfer::neverSent() const {
+    curl_off_t sent = 0;
+    long tunnel = 0;
+    curl_easy_getinfo(handle_, CURLINFO_PRETRANSFER_TIME_T, &sent);
+    curl_easy_getinfo(handle_, CURLINFO_HTTP_CONNECTCODE, &tunnel);
+    return redirects_ == 0 && sent == 0 && tunnel == 0;
+}
+
+// Once for a connection: of one that is used again curl has no result.
+void HttpTransfer::noteCertificates() {
+    if (std::exchange(certificatesNoted_, true))
+        return;
+    long server = 0;
+    long proxy = 0;
+    curl_easy_getinfo(handle_, CURLINFO_SSL_VERIFYRESULT, &server);
+    curl_easy_getinfo(handle_, CURLINFO_PROXY_SSL_VERIFYRESULT, &proxy);
+    const auto parts = partsOf(url_);
+    if (server != 0 && parts)
+        reportWarning(
+            fmt::format("the certificate of {}:{} does not verify (X509_V_ERR {}); it is used all the same",
+                        parts->host, parts->port, server));
+    if (proxy != 0)
+        reportWarning(fmt::format(
+            "the certificate of the proxy {} does not verify (X509_V_ERR {}); it is used all the same",
+            proxy_.host, proxy));
 }
 
 }  // namespace platform

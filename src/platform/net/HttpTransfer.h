@@ -21,6 +21,7 @@ public:
         std::optional<ProxySettings> proxy;
         bool followRedirects = false;
         bool laxCertificates = false;
+        bool laxProxyCertificates = false;
     };
 
     /// Called from inside curl: it only takes notes.
@@ -41,6 +42,8 @@ public:
     CURLcode start();
     void resume();
     const std::optional<HttpResponse>& response() const { return response_; }
+    /// Of a transfer that failed: whether no connection came about.
+    bool neverSent() const;
 
 private:
     static size_t onHeader(const char* bytes, size_t size, size_t count, void* self);
@@ -49,9 +52,13 @@ private:
 
     CURLcode setUp();
     CURLcode setUpUrl();
+    void setUpProxy();
     void setUpRequest();
     CURLcode begin();
     std::optional<CURLcode> followRedirect();
+    bool mayTakeBodyTo(const std::string& target) const;
+    HttpResponse responseWith(int status) const;
+    void noteCertificates();
     long status() const;
     bool isRedirect() const;
 
@@ -59,11 +66,14 @@ private:
     Listener& listener_;
     std::string url_;
     std::string method_;
+    ProxyServer proxy_;  // in use
+    std::optional<ProxyServer> firstProxy_;
     std::shared_ptr<HttpConnectionPool> pool_;
     CURL* handle_ = nullptr;
     curl_slist* headers_ = nullptr;
     bool running_ = false;
     bool hasLocation_ = false;
+    bool certificatesNoted_ = false;
     size_t headerBytes_ = 0;
     size_t skippedBytes_ = 0;
     int redirects_ = 0;

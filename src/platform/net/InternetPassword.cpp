@@ -5,13 +5,13 @@
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include "platform/Report.h"
+#include "platform/RunLoop.h"
 
 namespace platform {
 namespace {
@@ -110,39 +110,45 @@ std::optional<InternetPassword> search(const Query& query, GCancellable* stop) {
     return best.fit > 0 ? std::optional(best.password) : std::nullopt;
 }
 
-// Shared by the caller and the searching thread, which a service that does not answer may hold for longer.
+// Shared by the caller's loop, where all but `stop` belongs, and the searching thread, which a service that
+// does not answer may hold for long.
 struct Search {
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool done = false;
-    std::optional<InternetPassword> result;
+    std::function<void(const std::optional<InternetPassword>&)> found;
+    std::unique_ptr<Timer> limit;
     Owned<GCancellable> stop{g_cancellable_new()};
+
+    void end(const std::optional<InternetPassword>& password) {
+        const auto tell = std::exchange(found, nullptr);
+        limit.reset();
+        if (tell)
+            tell(password);
+    }
 };
 
 }  // namespace
 
-std::optional<InternetPassword> findInternetPassword(const std::string& server, uint16_t port,
-                                                     const std::string& protocol) {
+void findInternetPassword(const std::string& server, uint16_t port, const std::string& protocol,
+                          std::function<void(const std::optional<InternetPassword>&)> found) {
+    RunLoop& loop = RunLoop::current();
     const auto state = std::make_shared<Search>();
+    state->found = std::move(found);
+    // The timer holds the state, and the end of the search the timer.
+    state->limit = std::make_unique<Timer>(loop, kLimit, false, [state] {
+        const auto hold = state;
+        g_cancellable_cancel(hold->stop.get());
+        reportNotice("the keyring did not answer in time");
+        hold->end(std::nullopt);
+    });
     try {
-        std::thread([state, query = Query{server, port, protocol}] {
-            auto result = search(query, state->stop.get());
-            const std::lock_guard<std::mutex> hold(state->mutex);
-            state->result = std::move(result);
-            state->done = true;
-            state->changed.notify_one();
+        std::thread([&loop, state, query = Query{server, port, protocol}]() mutable {
+            auto password = search(query, state->stop.get());
+            loop.perform(
+                [state = std::move(state), password = std::move(password)] { state->end(password); });
         }).detach();
     } catch (const std::system_error&) {
         reportWarning("the keyring cannot be searched: there is no thread for it");
-        return std::nullopt;
+        loop.perform([state] { state->end(std::nullopt); });
     }
-    std::unique_lock<std::mutex> hold(state->mutex);
-    if (state->changed.wait_for(hold, kLimit, [&] { return state->done; }))
-        return std::move(state->result);
-    hold.unlock();
-    g_cancellable_cancel(state->stop.get());
-    reportNotice("the keyring did not answer in time");
-    return std::nullopt;
 }
 
 }  // namespace platform

@@ -1,10 +1,12 @@
 #include "platform/net/PacEvaluator.h"
 
 #include <algorithm>
-#include <charconv>
 #include <string_view>
+#include <utility>
 
+#include "platform/ProxyText.h"
 #include "platform/RunLoop.h"
+#include "platform/Text.h"
 #include "platform/net/HostAddresses.h"
 #include "platform/net/PacFunctions.h"
 #include "platform/net/ScriptProcess.h"
@@ -17,16 +19,6 @@ using Proxy = PacEvaluator::Proxy;
 constexpr char kFunction[] = "FindProxyForURL";
 constexpr char kAllNames[] = "var namesLookedUp = 12;";
 constexpr char kBlanks[] = " \t\r\n";
-
-char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-std::string lowerCase(std::string_view text) {
-    std::string result(text);
-    std::transform(result.begin(), result.end(), result.begin(), &lower);
-    return result;
-}
 
 // Scripts compare addresses as dotted quads, so an IPv4 one comes first.
 std::optional<std::string> resolve(const std::string& host) {
@@ -42,18 +34,6 @@ std::optional<std::string> resolve(const std::string& host) {
 std::optional<std::string> ownAddress(const std::string& /*argument*/) {
     const auto addresses = addressesOfThisHost();
     return addresses.empty() ? "127.0.0.1" : addresses.front();
-}
-
-std::string_view trimmed(std::string_view text) {
-    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
-}
-
-std::optional<int32_t> portNumber(std::string_view text) {
-    int32_t port = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
-    const bool whole = error == std::errc() && end == text.data() + text.size();
-    return whole && port > 0 && port <= 65535 ? std::optional(port) : std::nullopt;
 }
 
 void readAddress(std::string_view text, Proxy& proxy) {
@@ -73,18 +53,15 @@ void readAddress(std::string_view text, Proxy& proxy) {
         proxy.host.reset();
 }
 
-std::optional<Proxy> parseEntry(std::string_view entry, bool https) {
+std::optional<Proxy> parseEntry(std::string_view entry) {
     const auto blank = std::min(entry.find_first_of(kBlanks), entry.size());
-    const std::string word = lowerCase(entry.substr(0, blank));
+    const std::string word(entry.substr(0, blank));
     const auto address = trimmed(entry.substr(blank));
     Proxy proxy;
-    if (word == "direct" && address.empty())
+    if (lowerCase(word) == "direct" && address.empty())
         return proxy;
-    if (word == "proxy" || word == "http")
-        proxy.type = https ? Proxy::Type::https : Proxy::Type::http;
-    else if (word == "socks" || word == "socks4" || word == "socks5")
-        proxy.type = Proxy::Type::socks;
-    else
+    proxy.kind = kindOfPacEntry(word);
+    if (!proxy.kind)
         return std::nullopt;
     readAddress(address, proxy);
     return proxy;
@@ -104,15 +81,40 @@ std::string hostOfURL(const std::string& url) {
     return lowerCase(rest.substr(0, rest.find(':')));
 }
 
+std::optional<ProxyKind> kindOfPacEntry(std::string_view word) {
+    static const std::pair<const char*, ProxyKind> kinds[] = {
+        {"proxy", ProxyKind::http},  {"http", ProxyKind::http},     {"https", ProxyKind::https},
+        {"socks", ProxyKind::socks}, {"socks4", ProxyKind::socks4}, {"socks5", ProxyKind::socks5}};
+    const std::string lower = lowerCase(word);
+    for (const auto& [name, kind] : kinds) {
+        if (lower == name)
+            return kind;
+    }
+    return std::nullopt;
+}
+
+void defineAddressLists(ScriptProcess& process) {
+    const auto joined = [](const std::vector<std::string>& addresses) {
+        std::string text;
+        for (const auto& address : addresses)
+            text += (text.empty() ? "" : ";") + address;
+        return text;
+    };
+    process.define("", "dnsResolveEx",
+                   [joined](const std::string& host) { return joined(addressesOfHost(host)); });
+    process.define("", "myIpAddressEx",
+                   [joined](const std::string& /*argument*/) { return joined(addressesOfThisHost()); });
+}
+
 PacEvaluator::PacEvaluator() = default;
 PacEvaluator::~PacEvaluator() = default;
 
-std::vector<Proxy> PacEvaluator::parse(const std::string& answer, bool https) {
+std::vector<Proxy> PacEvaluator::parse(const std::string& answer) {
     std::vector<Proxy> proxies;
     std::string_view rest = answer;
     while (!rest.empty()) {
         const auto end = std::min(rest.find(';'), rest.size());
-        const auto proxy = parseEntry(trimmed(rest.substr(0, end)), https);
+        const auto proxy = parseEntry(trimmed(rest.substr(0, end)));
         if (proxy)
             proxies.push_back(*proxy);
         rest.remove_prefix(std::min(end + 1, rest.size()));
@@ -128,6 +130,7 @@ PacEvaluator::Result PacEvaluator::proxiesForURL(const std::string& script, cons
             script_ = script;
             process_->define("", "dnsResolve", &resolve);
             process_->define("", "myIpAddress", &ownAddress);
+            defineAddressLists(*process_);
             process_->evaluate(kAllNames + std::string(kPacFunctions), nullptr);
             process_->evaluate(script, nullptr);
         }
@@ -137,7 +140,7 @@ PacEvaluator::Result PacEvaluator::proxiesForURL(const std::string& script, cons
         if (answer.failed)
             result.error = answer.text;
         else
-            result.proxies = parse(answer.text, lowerCase(url).starts_with("https"));
+            result.proxies = parse(answer.text);
     });
     return result;
 }

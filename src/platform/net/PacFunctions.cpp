@@ -55,9 +55,88 @@ function isInNet(host, pattern, mask) {
 }
 
 function shExpMatch(text, pattern) {
-    var expression = pattern.replace(/[\\^$+()\[\]{}|.]/g, "\\$&");
-    expression = expression.replace(/\*/g, "[^]*").replace(/\?/g, "[^]");
-    return new RegExp("^" + expression + "$").test(text);
+    // Whatever else stands in a pattern means what it means in a regular expression: widely copied scripts
+    // rely on "(a|b)". What is none is taken by the letter.
+    function expression(pattern) {
+        return new RegExp("^" + pattern.replace(/\./g, "\\.").replace(/\*/g, "[^]*").replace(/\?/g, "[^]") + "$");
+    }
+    text = String(text);
+    pattern = String(pattern);
+    try {
+        return expression(pattern).test(text);
+    } catch (e) {
+        return expression(pattern.replace(/[\\^$+()\[\]{}|]/g, "\\$&")).test(text);
+    }
+}
+
+// The functions of Microsoft's extension for IPv6. Lists are divided by semicolons.
+
+function getClientVersion() {
+    return "1.0";
+}
+
+function isResolvableEx(host) {
+    return dnsResolveEx(host) != "";
+}
+
+// The 4 or 16 bytes of an address, null if a text is none.
+function addressBytes(text) {
+    var quad = /^(\d{1,3})\.(\d{1,3})\.(\d{1,3})\.(\d{1,3})$/.exec(text);
+    if (quad) {
+        var bytes = quad.slice(1).map(Number);
+        return bytes.every(function (byte) { return byte < 256; }) ? bytes : null;
+    }
+    text = text.replace(/^\[(.*)\]$/, "$1").replace(/%.*$/, "");
+    var tail = /^(.*:)(\d+\.\d+\.\d+\.\d+)$/.exec(text);
+    var last = tail ? addressBytes(tail[2]) : [];
+    if (!last)
+        return null;
+    if (last.length)
+        text = tail[1] + ((last[0] << 8) | last[1]).toString(16) + ":" + ((last[2] << 8) | last[3]).toString(16);
+    var halves = text.split("::");
+    function groups(half) { return half == "" ? [] : half.split(":"); }
+    var before = groups(halves[0]);
+    var after = halves.length == 2 ? groups(halves[1]) : [];
+    var missing = 8 - before.length - after.length;
+    if (halves.length > 2 || (halves.length == 2 ? missing < 1 : missing != 0))
+        return null;
+    for (var i = 0; i < missing; ++i)
+        before.push("0");
+    var all = before.concat(after);
+    if (!all.every(function (group) { return /^[0-9a-f]{1,4}$/i.test(group); }))
+        return null;
+    return [].concat.apply([], all.map(function (group) {
+        return [parseInt(group, 16) >> 8, parseInt(group, 16) & 0xff];
+    }));
+}
+
+function isInNetEx(host, prefix) {
+    var address = addressBytes(String(host));
+    return String(prefix).split(";").some(function (one) {
+        var parts = one.trim().split("/");
+        var network = addressBytes(parts[0]);
+        if (!address || !network || network.length != address.length || !/^\d+$/.test(parts[1]) ||
+            parts.length != 2 || +parts[1] > 8 * network.length)
+            return false;
+        for (var bit = 0; bit < +parts[1]; ++bit) {
+            if (((address[bit >> 3] ^ network[bit >> 3]) >> (7 - (bit & 7))) & 1)
+                return false;
+        }
+        return true;
+    });
+}
+
+// IPv6 first, each kind by number; false if one of them is no address.
+function sortIpAddressList(list) {
+    var entries = String(list).split(";").map(function (text) {
+        return { text: text.trim(), bytes: addressBytes(text.trim()) };
+    });
+    if (!entries.every(function (entry) { return entry.bytes; }))
+        return false;
+    entries.sort(function (a, b) {
+        return b.bytes.length - a.bytes.length || compareLists(a.bytes, b.bytes);
+    });
+    return entries.map(function (entry) { return entry.text; }).join(";");
 }
 
 // The arguments of a range as an array, without a "GMT" at their end.
@@ -122,10 +201,13 @@ function dateRange() {
         return list;
     }
     var count = range.list.length;
-    if (count == 0 || (count > 1 && count % 2 != 0))
+    if (count == 0 || count == 5 || count > 6)
         return false;
-    var start = parts(count == 1 ? range.list : range.list.slice(0, count / 2));
-    var end = count == 1 ? start : parts(range.list.slice(count / 2));
+    // A day, a month and a year, or two of them, are one date and no range.
+    function kind(value) { return isNaN(value) ? "month" : value > 31 ? "year" : "day"; }
+    var isOne = count == 1 || count == 3 || (count == 2 && kind(range.list[0]) != kind(range.list[1]));
+    var start = parts(isOne ? range.list : range.list.slice(0, count / 2));
+    var end = isOne ? start : parts(range.list.slice(count / 2));
     return isBetween(inOrder(start, start), inOrder(today, start), inOrder(end, start),
                      start.year === undefined);
 }
@@ -147,8 +229,8 @@ function timeRange() {
     }
     if (count == 1)
         return time[0] == list[0];
-    // Hours alone end with their beginning, as do hours with minutes.
-    return isBetween(clock(0, count / 2, 0), time, clock(count / 2, count / 2, 0), true);
+    // The last hour, minute or second belongs to it.
+    return isBetween(clock(0, count / 2, 0), time, clock(count / 2, count / 2, 59), true);
 }
 )js";
 

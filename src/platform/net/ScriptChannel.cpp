@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <utility>
 
 #include "platform/RunLoop.h"
@@ -38,6 +39,9 @@ std::unique_ptr<ScriptChannel> ScriptChannel::start(const std::string& program, 
     }
     Task task;
     task.program = program;
+    task.surroundings = Task::Surroundings::none;
+    if (const char* zone = getenv("TZ"))
+        task.arguments = {zone};
     task.output = Task::Output::toHandle;
     task.handle = sockets[1];
     task.stopHandle = stop[0];

@@ -4,6 +4,8 @@
 
 #include <QStringList>
 
+#include "tools/pac_evaluator/OldSyntax.h"
+
 namespace {
 
 using channel::Message;
@@ -18,7 +20,36 @@ constexpr char kMakeFunction[] =
 constexpr char kCallFunction[] =
     "(function () { var text = String; return function (f, values) {"
     " try { return [true, f.apply(null, values)]; } catch (e) { return [false, text(e)]; } }; })()";
-constexpr char kSurroundings[] = "var window = this; function alert() {}";
+// Beyond the engine's own, dates are read with the name of a weekday before them, as browsers do.
+constexpr char kSurroundings[] = R"js(
+var window = this;
+function alert() {}
+(function (Native) {
+    function read(text) {
+        var time = Native.parse(text);
+        if (!isNaN(time))
+            return time;
+        var bare = text.replace(/^\s*(?:sun|mon|tue|wed|thu|fri|sat)[a-z]*[,.]?\s+/i, "");
+        var universal = /\s(?:GMT|UTC)$/i.test(bare);
+        bare = bare.replace(/\s(?:GMT|UTC)$/i, "").replace(/^(\d{1,2})[ -]([a-z]{3})[a-z]*[ -](\d{4})/i, "$2 $1 $3");
+        time = Native.parse(bare);
+        return universal ? time - new Native(time).getTimezoneOffset() * 60000 : time;
+    }
+    function Date(value) {
+        if (!(this instanceof Date))
+            return new Native().toString();
+        if (arguments.length != 1)
+            return new Native(...arguments);
+        return new Native(typeof value == "string" ? read(value) : value);
+    }
+    Date.prototype = Native.prototype;
+    Date.prototype.constructor = Date;
+    Date.parse = function (text) { return read(String(text)); };
+    Date.UTC = Native.UTC;
+    Date.now = Native.now;
+    window.Date = Date;
+})(Date);
+)js";
 
 Message failed(const QString& text) {
     return {channel::failed, text.left(1000).toStdString()};
@@ -54,6 +85,14 @@ ScriptEngine::ScriptEngine(int handle) : questions_(handle) {
     engine_.evaluate(kSurroundings);
 }
 
+void ScriptEngine::warmUp() {
+    engine_.evaluate(
+        "(new Date()).toString() + (new Date(2030, 6, 1)).toLocaleString() + (new "
+        "Date('2100-01-01')).getHours()"
+        " + 'a'.localeCompare('b') + (1.5).toLocaleString() + 'i'.toUpperCase() + /a+b/i.test('b') + "
+        "Math.random()");
+}
+
 void ScriptEngine::define(const std::string& object, const std::string& name) {
     const QString key = QString::fromStdString(object);
     QJSValue owner = engine_.globalObject();
@@ -70,7 +109,12 @@ void ScriptEngine::define(const std::string& object, const std::string& name) {
 
 Message ScriptEngine::evaluate(const std::string& source) {
     QStringList trace;
-    const QJSValue value = engine_.evaluate(QString::fromStdString(source), "script", 1, &trace);
+    QJSValue value = engine_.evaluate(QString::fromStdString(source), "script", 1, &trace);
+    // Nothing of it has run then.
+    if (value.isError() && value.errorType() == QJSValue::SyntaxError) {
+        trace.clear();
+        value = engine_.evaluate(QString::fromStdString(withoutOldSyntax(source)), "script", 1, &trace);
+    }
     if (value.isError() || !trace.isEmpty())
         return failed(value.toString() + (trace.isEmpty() ? QString() : " (" + trace.first() + ")"));
     return {channel::done, ""};

@@ -27,6 +27,9 @@ class ScriptEngine {
 public:
     explicit ScriptEngine(int handle);
 
+    /// Has everything loaded that the engine reads from files when a script first needs it.
+    void warmUp();
+
     void define(const std::string& object, const std::string& name);
     /// Both return a message for the assistant: done or failed.
     channel::Message evaluate(const std::string& source);

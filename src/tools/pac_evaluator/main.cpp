@@ -1,10 +1,14 @@
 // Runs one script from the network for the assistant, which speaks to it over the socket that is its standard
-// output. It ends when the assistant closes that, and is killed by it when a call takes too long.
+// output. It ends when the assistant closes that, and is killed by it when a call takes too long. Its
+// argument is the time zone (TZ in tzset(3)); its environment is empty.
 #include <unistd.h>
+
+#include <ctime>
 
 #include <QCoreApplication>
 
 #include "tools/pac_evaluator/Limits.h"
+#include "tools/pac_evaluator/Sandbox.h"
 #include "tools/pac_evaluator/ScriptEngine.h"
 
 namespace {
@@ -49,10 +53,16 @@ int main(int argc, char** argv) {
     // The memory limit leaves no room for compiled code, and a script must not write into our log.
     qputenv("QV4_FORCE_INTERPRETER", "1");
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    // Named, so that the C library does not look at its file again at every date.
+    qputenv("TZ", argc > 1 && *argv[1] ? argv[1] : ":/etc/localtime");
+    tzset();
     const QCoreApplication application(argc, argv);
     const int handle = STDOUT_FILENO;
+    if (!sandbox::forbidNewCode())
+        return 1;
     ScriptEngine engine(handle);
-    if (!limits::apply())
+    engine.warmUp();
+    if (!limits::apply() || !sandbox::seal(handle))
         return 1;
     while (const auto request = channel::receive(handle)) {
         if (!serve(engine, handle, *request))

@@ -11,8 +11,10 @@
 #include <utility>
 
 #include "DGAUpload/logic/webaccess/BlockingWait.h"
+#include "DGAUpload/logic/webaccess/ProxyMemory.h"
 #include "DGAUpload/logic/webaccess/UrlEscape.h"
 #include "platform/ProxySettings.h"
+#include "platform/Text.h"
 #include "support/ORVNLogger.h"
 
 namespace {
@@ -21,6 +23,8 @@ constexpr char kHttpsPrefix[] = "https://";
 constexpr size_t kHttpsPrefixLength = 8;
 constexpr size_t kTooShortUrl = 11;
 constexpr int kFirstReleaseWithStreamProxies = 14;
+// Where another way is left to try.
+constexpr std::chrono::seconds kConnectTime{10};
 constexpr uint64_t kLongestTimeout = 1'000'000'000'000;  // 31 years, in milliseconds
 
 void logViolation(const char* message, void* /*where*/, errno_t error) {
@@ -35,19 +39,14 @@ void reportViolations() {
     });
 }
 
-std::string trimmed(const std::string& text) {
-    constexpr char kWhiteSpace[] = " \t\n\v\f\r";
-    const size_t begin = text.find_first_not_of(kWhiteSpace);
-    return begin == std::string::npos ? std::string()
-                                      : text.substr(begin, text.find_last_not_of(kWhiteSpace) - begin + 1);
-}
-
 }  // namespace
 
 CNetworkDownload::TimeoutProc CNetworkDownload::s_timeoutProc = nullptr;
 
 CNetworkDownload::CNetworkDownload()
-    : wait_(std::make_shared<BlockingWait>()), alive_(std::make_shared<char>()) {
+    : m_proxyMemory(std::make_shared<ProxyMemory>()),
+      wait_(std::make_shared<BlockingWait>()),
+      alive_(std::make_shared<char>()) {
     reportViolations();
 }
 
@@ -64,7 +63,7 @@ int CNetworkDownload::DownloadURL(const char* url, IUrlDownloadSink* sink, unsig
         return -1;
     }
     logInfo("CNetworkDownload::DownloadURL，url = {}", url);
-    const std::string text = trimmed(url);
+    const std::string text(platform::trimmed(url));
     FindProxyAndScheme(text, "CNetworkDownload::DownloadURL,skip check proxy!");
     m_bPostMode = false;
     m_bSaveToFile = saveToFile;
@@ -90,10 +89,11 @@ int CNetworkDownload::PostData(const char* url, const void* data, unsigned long 
         return -1;
     }
     logInfo("CNetworkDownload::PostData,before trim, url={}", url);
-    const std::string text = trimmed(url);
+    const std::string text(platform::trimmed(url));
     logInfo("CNetworkDownload::PostData,url={}", text);
     FindProxyAndScheme(text, "CNetworkDownload::PostData,skip check proxy!");
     restartTimer_.reset();
+    question_.reset();
     m_bPostMode = true;
     m_bSaveToFile = saveToFile;
     m_bBlock = block;
@@ -132,6 +132,10 @@ void CNetworkDownload::FindProxyAndScheme(const std::string& url, const char* sk
         GetIEProxySetting(url.c_str());
     if (strncasecmp(url.c_str(), kHttpsPrefix, kHttpsPrefixLength) == 0)
         m_nHttps = 1;
+    if (restarting_)
+        return;
+    ForgetChallenges();
+    UseKnownLogin();
 }
 
 bool CNetworkDownload::MakeUrl(bool isPost) {
@@ -141,11 +145,12 @@ bool CNetworkDownload::MakeUrl(bool isPost) {
     std::string text = urlTextFromBytes(m_strUrl);
     if (m_bNeedEscape) {
         text = addPercentEscapes(removePercentEscapes(text), PercentSign::escape);
-    } else if (!isPost && !isUrlText(text)) {
-        logNotice(
-            "CNetworkDownload::DownloadURL,CFURLCreateWithString failed,need use Escape try "
-            "again!url is {}",
-            m_strUrl);
+    } else {
+        if (!isUrlText(text))
+            logNotice(
+                "CNetworkDownload::{},CFURLCreateWithString failed,need use Escape try "
+                "again!url is {}",
+                isPost ? "PostData" : "DownloadURL", m_strUrl);
         text = addPercentEscapes(text, PercentSign::keep);
     }
     if (isUrlText(text)) {
@@ -161,16 +166,20 @@ bool CNetworkDownload::MakeUrl(bool isPost) {
 bool CNetworkDownload::Send(platform::HttpRequest request) {
     const bool isPost = m_bPostMode;
     if (m_nHttps == 1 && m_bHttpsAuthTried) {
+        request.proxyAuth = proxyAuth_;
         request.proxyUser = m_httpsProxyUser;
         request.proxyPassword = m_httpsProxyPassword;
     } else if (m_nHttps != 1 && m_bHttpAuthTried) {
+        request.proxyAuth = proxyAuth_;
         request.proxyUser = m_httpProxyUser;
         request.proxyPassword = m_httpProxyPassword;
     }
+    if (route_ + 1 < routes_.size())
+        request.connectTime = kConnectTime;
     m_readStream = std::make_unique<platform::HttpReadStream>(std::move(request));
     SetStreamProxy(isPost);
     m_readStream->setAutomaticRedirection(true);
-    m_readStream->setLaxCertificates(m_nHttps == 1);
+    m_readStream->setLaxCertificates(m_nHttps == 1, true);
 
     const auto logFailure = [&](const char* call) {
         const auto error = m_readStream->error();
@@ -197,8 +206,8 @@ void CNetworkDownload::SetStreamProxy(bool isPost) {
     if (!m_bUsePac || m_nOSMajor < kFirstReleaseWithStreamProxies) {
         if (!m_bUsePac && !(m_nHttps == 1 ? m_bHttpsAuthTried : m_bHttpAuthTried))
             return;
-        if (auto settings = platform::copySystemProxySettings())
-            m_readStream->setProxy(std::move(*settings));
+        if (settings_)
+            m_readStream->setProxy(*settings_);
         return;
     }
     logNotice("CNetworkDownload::DownloadURL,PAC and over 10.9[{}]!", m_nOSMajor);
@@ -207,24 +216,28 @@ void CNetworkDownload::SetStreamProxy(bool isPost) {
         return;
     }
     platform::ProxySettings settings;
-    settings.https.host = m_pacProxyHost;
-    settings.https.port = m_nProxyPort;
+    settings.https = ProxyInUse();
+    settings.https.enabled = false;
     m_readStream->setProxy(std::move(settings));
 }
 
 void CNetworkDownload::ArmTimer() {
     m_timer.reset();
-    if (m_nTimeout == 0)
+    if (m_nTimeout == 0 && !firstChallenge_)
         return;
     if (!s_timeoutProc)
         s_timeoutProc = &NetworkTimeoutTimerProc;
-    const std::chrono::milliseconds timeout(std::min(m_nTimeout, kLongestTimeout));
+    std::chrono::milliseconds timeout(m_nTimeout == 0 ? kLongestTimeout
+                                                      : std::min(m_nTimeout, kLongestTimeout));
+    if (firstChallenge_)
+        timeout = std::min(timeout, TimeForChallenges());
     m_timer = std::make_unique<platform::Timer>(platform::RunLoop::current(), timeout, false,
                                                 [this] { s_timeoutProc(m_timer.get(), this); });
 }
 
 void CNetworkDownload::TerminateDownload() {
     restartTimer_.reset();
+    question_.reset();
     if (m_timer) {
         m_timer->pause();
         m_timer.reset();

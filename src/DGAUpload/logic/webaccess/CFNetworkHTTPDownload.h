@@ -7,29 +7,35 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "DGAUpload/logic/webaccess/IUrlDownloadSink.h"
 #include "platform/RunLoop.h"
 #include "platform/net/HttpReadStream.h"
 
 class BlockingWait;
+class ProxyMemory;
+struct PacProxy;
 
 /// One HTTP GET or POST at a time, on the run loop of the calling thread, reported to a sink. Exactly one
 /// OnUrlReturn follows a request that was sent, except after a cancel and after the sink declined to give
 /// credentials; with m_bAutoDelete the engine deletes itself right after it.
 ///
-/// The system's proxies, or those of the auto-configuration script, are looked up once per engine. A status
-/// of 401, 403 or 407 repeats the request: with credentials that are stored, once, then with what the sink
-/// gives. The first repetition comes at once, later ones after a pause that grows to 5 s; each arms the
-/// time-out anew. Credentials are sent to proxies only. On "https://" URLs every certificate is accepted.
+/// The system's proxies, or those of the auto-configuration script, are looked up once per engine; of the
+/// script's answer the next entry is tried where no connection came about. A status of 401, 403 or 407
+/// repeats the request: with credentials that are stored, once, then with those that m_proxyMemory finds for
+/// a proxy, then with what the sink gives. The first repetition comes at once, later ones after a pause that
+/// grows to 5 s; each arms the time-out anew. The fifth challenge, or 30 s with challenges, end the request
+/// as a connection that failed. Credentials are sent to proxies only. On "https://" URLs every certificate is
+/// accepted.
 ///
 /// In memory mode a body of more than 64 MiB is only counted: the sink gets its size and null. In file mode
 /// it goes to a file in /tmp/orvane, the user's private folder; while that cannot be used chunks are dropped.
 ///
 /// The engine may be deleted, cancelled or started again at any moment on its thread, also by its sink (then
-/// without m_bAutoDelete). `m_` fields are the engine's own but for m_bAutoDelete, m_nDownloadType and
-/// m_bSkipCheckProxy, which the creator sets before the request, and m_postBody, which it may set instead of
-/// having PostData copy a body.
+/// without m_bAutoDelete). `m_` fields are the engine's own but for m_bAutoDelete, m_nDownloadType,
+/// m_bSkipCheckProxy, m_nLargestBody and m_proxyMemory, which the creator sets before the request, and
+/// m_postBody, which it may set instead of having PostData copy a body.
 // NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): one engine at a time, its fields by meaning
 class CNetworkDownload {
 public:
@@ -58,7 +64,8 @@ public:
     void SetHttpProxy(std::string user, std::string password);
     void SetHttpsProxy(std::string user, std::string password);
 
-    /// Whether a URL's escapes are rebuilt before it is sent; true for a new engine.
+    /// Whether a URL's escapes are rebuilt before it is sent; true for a new engine. Else only what no URL
+    /// may hold is escaped.
     void SetNeedEscape(bool needEscape);
 
     /// Name of the file in file mode; null changes nothing.
@@ -119,6 +126,8 @@ public:
     std::unique_ptr<Headers> m_headers;
     bool m_bProxyChecked = false;
     int32_t m_nOSMajor = 0;
+    uint64_t m_nLargestBody = 0;  ///< a body of more bytes is a connection that failed; 0 for no such limit
+    std::shared_ptr<ProxyMemory> m_proxyMemory;  ///< never null
 
 private:
     using TimeoutProc = void (*)(platform::Timer*, void*);
@@ -140,12 +149,23 @@ private:
     void OnChallenge(const platform::HttpResponse& response);
     void OnNotFound();
     void NoteMovedUrl(const std::string& url);
-    void Restart(std::string user, std::string password);
-    std::chrono::milliseconds NextPause();
+    void OnTooLarge();
+    void AskSink(std::chrono::milliseconds pause);
+    void AskMemory(const platform::HttpResponse& response, std::chrono::milliseconds pause);
+    void ResumeBlocking();
+    void Restart(std::string user, std::string password, std::chrono::milliseconds pause);
+    std::optional<std::chrono::milliseconds> NextPause();
+    std::chrono::milliseconds TimeForChallenges() const;
+    void ForgetChallenges();
     void Report(int result, const char* data);
 
     void ReadPacProxy(const char* url);
     void ReadSystemProxy();
+    platform::ProxyServer ProxyInUse() const;
+    void UseKnownLogin();
+    void UseRoute();
+    bool UseNextRoute();
+    void NoteRouteWorks();
 
     void AppendToMemory(const unsigned char* bytes, unsigned long count);
     bool GrowData();
@@ -159,5 +179,11 @@ private:
     size_t dataCapacity_ = 0;  ///< bytes behind m_pData in memory mode
     bool restarting_ = false;
     int restarts_ = 0;
+    std::optional<std::chrono::steady_clock::time_point> firstChallenge_;
+    std::shared_ptr<void> question_;  ///< for credentials, while it waits for an answer
+    platform::HttpAuth proxyAuth_ = platform::kHttpAuthBasic;
+    std::optional<platform::ProxySettings> settings_;  ///< the system's
+    std::vector<PacProxy> routes_;                     ///< the script's, in the order in which they are tried
+    size_t route_ = 0;
     std::shared_ptr<void> alive_;  ///< tells a caller of the sink whether the engine is still there
 };

@@ -5,8 +5,8 @@
 
 #include "DGAUpload/logic/webaccess/CFNetworkHTTPDownload.h"
 #include "DGAUpload/logic/webaccess/PacParser.h"
+#include "DGAUpload/logic/webaccess/ProxyMemory.h"
 #include "platform/ProxySettings.h"
-#include "platform/net/InternetPassword.h"
 #include "platform/net/KernelRelease.h"
 #include "support/ORVNLogger.h"
 
@@ -14,21 +14,12 @@ namespace {
 
 constexpr size_t kLongestHost = 255;
 constexpr size_t kLongestPacHost = 63;
-constexpr char kHttpProxyProtocol[] = "http";
 
 // As much of a host as can be one: ASCII, not too long.
 std::string usableHost(const std::string& host) {
     const bool isAscii =
         std::all_of(host.begin(), host.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
     return isAscii && host.size() <= kLongestHost ? host : std::string();
-}
-
-void findCredentials(const std::string& host, int32_t port, std::string& user, std::string& password) {
-    if (const auto found =
-            platform::findInternetPassword(host, static_cast<uint16_t>(port), kHttpProxyProtocol)) {
-        user = found->account;
-        password = found->password;
-    }
 }
 
 }  // namespace
@@ -48,17 +39,15 @@ void CNetworkDownload::GetIEProxySetting(const char* url) {
 void CNetworkDownload::ReadPacProxy(const char* url) {
     logNotice("CNetworkDownload::GetIEProxySetting,it is pac proxy!");
     m_bUsePac = true;
-    const auto proxies = CPacParser::sharedInstance()->FindProxy(url);
-    if (proxies.empty()) {
+    routes_ = m_proxyMemory->inOrder(CPacParser::sharedInstance()->FindRoutes(url));
+    UseRoute();
+    if (m_pacProxyHost.empty()) {
         logNotice(
             "CNetworkDownload::GetIEProxySetting,it is pac proxy,but proxyaddr is nil,maybe it is "
             "DIRECT!");
     } else {
-        const PacProxy& first = proxies.front();
-        strncpy_s(m_szPacProxyHost, sizeof m_szPacProxyHost, first.host.c_str(), kLongestPacHost);
-        m_pacProxyHost = first.host;
-        m_nPacProxyPort = first.port;
-        m_nProxyPort = first.port;
+        strncpy_s(m_szPacProxyHost, sizeof m_szPacProxyHost, m_pacProxyHost.c_str(), kLongestPacHost);
+        m_nPacProxyPort = m_nProxyPort;
     }
     m_bHttpAuthTried = true;
     m_bHttpsAuthTried = true;
@@ -73,9 +62,10 @@ void CNetworkDownload::ReadPacProxy(const char* url) {
 }
 
 void CNetworkDownload::ReadSystemProxy() {
-    const auto settings = platform::copySystemProxySettings();
-    if (!settings)
+    settings_ = platform::copySystemProxySettings();
+    if (!settings_)
         return;
+    const auto& settings = settings_;
     logNotice("CNetworkDownload::GetIEProxySetting,httpenable={:d},httpsenable={:d}", settings->http.enabled,
               settings->https.enabled);
     if (settings->http.enabled) {
@@ -85,7 +75,6 @@ void CNetworkDownload::ReadSystemProxy() {
             m_nProxyPort = settings->http.port;
             logNotice("CNetworkDownload::GetIEProxySetting,HTTP ,proxyaddr = {},proxyport={}", m_proxyHost,
                       m_nProxyPort);
-            findCredentials(host, m_nProxyPort, m_httpProxyUser, m_httpProxyPassword);
         }
     }
     if (settings->https.enabled) {
@@ -95,8 +84,51 @@ void CNetworkDownload::ReadSystemProxy() {
             m_nProxyPort = settings->https.port;
             logNotice("CNetworkDownload::GetIEProxySetting,HTTPS,proxyaddr = {},proxyport={}", m_proxyHost,
                       m_nProxyPort);
-            // The keyring has one protocol for proxies of either kind.
-            findCredentials(host, m_nProxyPort, m_httpsProxyUser, m_httpsProxyPassword);
         }
     }
+}
+
+// Not enabled for none.
+platform::ProxyServer CNetworkDownload::ProxyInUse() const {
+    if (m_bUsePac && route_ < routes_.size()) {
+        const PacProxy& route = routes_[route_];
+        return {.enabled = !route.host.empty(), .host = route.host, .port = route.port, .kind = route.kind};
+    }
+    if (!settings_)
+        return {};
+    return m_nHttps == 1 ? settings_->https : settings_->http;
+}
+
+void CNetworkDownload::UseKnownLogin() {
+    const auto login = m_proxyMemory->login(ProxyInUse());
+    if (!login)
+        return;
+    (m_nHttps == 1 ? m_httpsProxyUser : m_httpProxyUser) = login->user;
+    (m_nHttps == 1 ? m_httpsProxyPassword : m_httpProxyPassword) = login->password;
+    proxyAuth_ = login->auth;
+}
+
+void CNetworkDownload::UseRoute() {
+    const bool isProxy = route_ < routes_.size();
+    m_pacProxyHost = isProxy ? routes_[route_].host : std::string();
+    m_nProxyPort = isProxy ? routes_[route_].port : 0;
+}
+
+bool CNetworkDownload::UseNextRoute() {
+    if (route_ >= routes_.size())
+        return false;
+    ProxyMemory::routeFailed(routes_[route_]);
+    if (route_ + 1 == routes_.size())
+        return false;
+    ++route_;
+    UseRoute();
+    logNotice("CNetworkDownload::UseNextRoute,no connection, the next is {}:{}",
+              m_pacProxyHost.empty() ? "DIRECT" : m_pacProxyHost, m_nProxyPort);
+    UseKnownLogin();
+    return true;
+}
+
+void CNetworkDownload::NoteRouteWorks() {
+    if (route_ < routes_.size())
+        m_proxyMemory->routeWorked(routes_[route_]);
 }

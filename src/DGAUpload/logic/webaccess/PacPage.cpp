@@ -4,6 +4,8 @@
 
 #include "DGAUpload/logic/webaccess/PacText.h"
 #include "DGAUpload/logic/webaccess/PageNativeObject.h"
+#include "platform/Text.h"
+#include "platform/net/PacEvaluator.h"
 #include "platform/net/PacFunctions.h"
 
 namespace {
@@ -36,7 +38,7 @@ $FUNCTIONS
 
 // As a browser finds it: up to the first "</script", wherever that stands.
 std::string scriptElement(const std::string& html) {
-    const std::string lower = lowerCaseText(html);
+    const std::string lower = platform::lowerCase(html);
     const size_t element = lower.find("<script");
     const size_t begin = element == std::string::npos ? element : lower.find('>', element);
     if (begin == std::string::npos)
@@ -51,6 +53,7 @@ std::string PacPage::pageTemplate() {
 }
 
 void PacPage::loadHTMLString(const std::string& html) {
+    platform::defineAddressLists(*process_);
     process_->evaluate(scriptElement(html), [this, alive = std::weak_ptr<int>(alive_)](const auto& answer) {
         if (alive.expired() || !delegate_)
             return;

@@ -7,10 +7,12 @@
 #include "DGAUpload/logic/webaccess/PacDownload.h"
 #include "DGAUpload/logic/webaccess/PacInUse.h"
 #include "DGAUpload/logic/webaccess/PacText.h"
+#include "DGAUpload/logic/webaccess/UrlEscape.h"
 #include "platform/ProxySettings.h"
 #include "platform/RunLoop.h"
 #include "platform/SmallFile.h"
 #include "platform/Text.h"
+#include "platform/net/NetworkChanges.h"
 #include "platform/net/ScriptProcess.h"
 #include "support/ORVNLogger.h"
 
@@ -30,11 +32,11 @@ bool hasScript(const std::optional<platform::ProxySettings>& settings) {
 /// The text of an address as the platform's URL services take it; none if it is no address even without its
 /// path.
 std::optional<std::string> preparedURL(const char* text, const std::string& method, bool logsBase) {
-    const std::string lower = lowerCaseText(text);
+    const std::string lower = platform::lowerCase(text);
     std::string url = text;
     if (!lower.starts_with("https://") && !lower.starts_with("http"))
         url = "https://" + url;
-    if (isURLText(url))
+    if (isUrlText(url))
         return url;
     logWarning("{},generate NSURL failed,we try use base url do it!", method);
     const size_t slash = url.find('/', std::max(schemeLength(url), size_t{1}));
@@ -45,7 +47,7 @@ std::optional<std::string> preparedURL(const char* text, const std::string& meth
     url.resize(slash);
     if (logsBase)
         logInfo("{},base url = {}", method, url);
-    if (isURLText(url))
+    if (isUrlText(url))
         return url;
     logWarning("{},can not use base url string to generate NSURL.", method);
     return std::nullopt;
@@ -63,15 +65,20 @@ PacProxy asPacProxy(const PacEvaluator::Proxy& proxy) {
     const size_t blank = host.rfind(' ');
     if (blank != std::string::npos && blank + 2 < host.size())
         host.erase(0, blank + 1);
-    return {host, *proxy.port};
+    return {host, *proxy.port, *proxy.kind};
 }
 
 std::string asPacText(const PacEvaluator::Proxy& proxy) {
-    using Type = PacEvaluator::Proxy::Type;
-    if (proxy.type == Type::none)
+    static const char* const words[] = {"PROXY", "HTTPS", "SOCKS", "SOCKS4", "SOCKS5"};
+    if (!proxy.kind)
         return "DIRECT";
-    const std::string word = proxy.type == Type::socks ? "SOCKS" : "PROXY";
+    const std::string word = words[static_cast<size_t>(*proxy.kind)];
     return proxy.host && proxy.port ? fmt::format("{} {}:{}", word, *proxy.host, *proxy.port) : word;
+}
+
+std::vector<PacProxy> withoutDirect(std::vector<PacProxy> routes) {
+    std::erase_if(routes, [](const PacProxy& route) { return route.host.empty(); });
+    return routes;
 }
 
 }  // namespace
@@ -118,6 +125,18 @@ bool CPacParser::IsPacEnabled() {
     return sharedInstance()->IsPacURLValid();
 }
 
+void CPacParser::RefreshForUpload() {
+    const uint64_t network = platform::networkChanges();
+    const CPacParser* const parser = m_sGlobalParser;
+    if (!parser)
+        return;
+    const auto settings = platform::copySystemProxySettings();
+    const std::string address = hasScript(settings) ? settings->autoConfigURL : std::string();
+    if (parser->m_strPacContent.empty() || parser->m_strLoadedFrom != address ||
+        parser->m_nNetwork != network)
+        CleanUP();
+}
+
 bool CPacParser::IsPacURLValid() const {
     return m_strPacContent.find("FindProxyForURL") != std::string::npos;
 }
@@ -132,12 +151,14 @@ bool CPacParser::IsReady() {
 
 void CPacParser::load() {
     const auto settings = platform::copySystemProxySettings();
+    m_nNetwork = platform::networkChanges();
     if (!hasScript(settings))
         return;
     std::string url = settings->autoConfigURL;
-    if (!isURLText(url))
-        url = addPercentEscapes(url);
-    if (!isURLText(url))
+    m_strLoadedFrom = url;
+    if (!isUrlText(url))
+        url = addPercentEscapes(url, PercentSign::keep);
+    if (!isUrlText(url))
         return;
     if (const std::string path = pathOfFileURL(url); !path.empty()) {
         logInfo("CPacParser::sharedInstance, Pac file is a local file");
@@ -182,12 +203,28 @@ bool CPacParser::OnAskProxy(std::string& /*user*/, std::string& /*password*/) {
     return false;
 }
 
-std::vector<PacProxy> CPacParser::FindProxy(const char* url) {
+std::vector<PacProxy> CPacParser::FindRoutes(const char* url) {
     const InUse use(this);
     logInfo("CPacParser::CocoaFindProxy Begin");
-    auto proxies = CocoaFindProxy(url);
+    auto routes = EvaluatedRoutes(url);
     logInfo("CPacParser::CocoaFindProxy End");
-    return proxies;
+    return routes;
+}
+
+std::vector<PacProxy> CPacParser::FindProxy(const char* url) {
+    return withoutDirect(FindRoutes(url));
+}
+
+std::vector<PacProxy> CPacParser::CocoaFindProxy(const char* url) {
+    return withoutDirect(EvaluatedRoutes(url));
+}
+
+std::vector<PacProxy> CPacParser::ScriptFindProxy(const char* url) {
+    return withoutDirect(PageRoutes(url));
+}
+
+std::vector<PacProxy> CPacParser::ParseProxy(const char* text) {
+    return withoutDirect(ParseRoutes(text));
 }
 
 // False when the evaluator was not asked; its error is in the result.
@@ -205,11 +242,11 @@ bool CPacParser::evaluate(const char* url, const std::string& method, PacEvaluat
     const auto prepared = preparedURL(url, method, false);
     if (!prepared)
         return false;
-    result = m_evaluator.proxiesForURL(script, *prepared);
+    result = m_evaluator.proxiesForURL(script, urlForScript(*prepared));
     return true;
 }
 
-std::vector<PacProxy> CPacParser::CocoaFindProxy(const char* url) {
+std::vector<PacProxy> CPacParser::EvaluatedRoutes(const char* url) {
     const InUse use(this);
     PacEvaluator::Result result;
     if (!evaluate(url, "CPacParser::CocoaFindProxy", result))
@@ -221,11 +258,13 @@ std::vector<PacProxy> CPacParser::CocoaFindProxy(const char* url) {
     }
     if (result.proxies.empty()) {
         logWarning("CPacParser::CocoaFindProxy, proxy not direct, but not supported, try ScriptFindProxy");
-        return ScriptFindProxy(url);
+        return PageRoutes(url);
     }
     std::vector<PacProxy> proxies;
     for (const auto& proxy : result.proxies) {
-        if (!proxy.host || !proxy.port)
+        if (!proxy.kind)
+            proxies.emplace_back();
+        if (!proxy.kind || !proxy.host || !proxy.port)
             continue;
         const PacProxy found = asPacProxy(proxy);
         if (!platform::isUtf8(found.host)) {

@@ -8,6 +8,7 @@
 #include "DGAUpload/logic/webaccess/PacParser.h"
 #include "DGAUpload/logic/webaccess/PacText.h"
 #include "platform/RunLoop.h"
+#include "platform/Text.h"
 #include "support/ORVNLogger.h"
 
 namespace {
@@ -26,13 +27,17 @@ int32_t decimalValue(const std::string& text) {
 }
 
 std::optional<PacProxy> proxyOfEntry(const std::string& entry) {
+    const std::string_view text = platform::trimmed(entry);
+    const auto kind =
+        platform::kindOfPacEntry(text.substr(0, text.find(' '))).value_or(platform::ProxyKind::http);
     if (isIPv6Format(entry)) {
         const size_t begin = entry.find('[');
         const size_t end = entry.find("]:", begin);
         if (end != std::string::npos)
-            return PacProxy{entry.substr(begin + 1, end - begin - 1), decimalValue(entry.substr(end + 2))};
+            return PacProxy{entry.substr(begin + 1, end - begin - 1), decimalValue(entry.substr(end + 2)),
+                            kind};
     } else if (const auto pieces = divideStr(entry, ":"); pieces.size() == 2) {
-        return PacProxy{afterLastBlank(pieces[0]), decimalValue(pieces[1])};
+        return PacProxy{afterLastBlank(pieces[0]), decimalValue(pieces[1]), kind};
     }
     logNotice("CPacParser::ParseProxy,error format!");
     return std::nullopt;
@@ -40,7 +45,7 @@ std::optional<PacProxy> proxyOfEntry(const std::string& entry) {
 
 }  // namespace
 
-std::vector<PacProxy> CPacParser::ScriptFindProxy(const char* url) {
+std::vector<PacProxy> CPacParser::PageRoutes(const char* url) {
     const InUse use(this);
     logInfo("CPacParser::ScriptFindProxy Begin");
     const std::string text = ScriptFindProxyString(url);
@@ -49,7 +54,7 @@ std::vector<PacProxy> CPacParser::ScriptFindProxy(const char* url) {
         return {};
     }
     logInfo("CPacParser::ScriptFindProxy,proxy is {}", text);
-    auto proxies = ParseProxy(text.c_str());
+    auto proxies = ParseRoutes(text.c_str());
     logInfo("CPacParser::ScriptFindProxy End");
     return proxies;
 }
@@ -61,7 +66,7 @@ std::string CPacParser::ScriptFindProxyString(const char* url) {
         logNotice("CPacParser::ScriptFindProxyString, m_pWebView or param url is NULL");
         return {};
     }
-    const std::string address = url;
+    const std::string address = urlForScript(url);
     const size_t begin = schemeLength(address);
     const std::string host = address.substr(begin, address.find('/', begin) - begin);
     if (host.empty()) {
@@ -99,16 +104,17 @@ std::string CPacParser::FindProxyString(const char* url) {
     return text;
 }
 
-std::vector<PacProxy> CPacParser::ParseProxy(const char* text) {
-    if (!text || lowerCaseText(text) == "direct") {
+std::vector<PacProxy> CPacParser::ParseRoutes(const char* text) {
+    if (!text || platform::lowerCase(text) == "direct") {
         logNotice("CPacParser::ParseProxy,proxy is nil or proxy direct!");
         return {};
     }
     std::vector<PacProxy> proxies;
     for (const auto& entry : divideStr(text, ";")) {
-        if (entry == "DIRECT")
-            continue;
-        const auto proxy = proxyOfEntry(entry);
+        // Only the bare word is no fault of form.
+        const auto proxy = entry == "DIRECT" ? std::nullopt : proxyOfEntry(entry);
+        if (!proxy && platform::lowerCase(platform::trimmed(entry)) == "direct")
+            proxies.emplace_back();
         if (!proxy)
             continue;
         logInfo("CPacParser::ParseProxy,proxyAddress is {},porxyPort is {}!", proxy->host, proxy->port);

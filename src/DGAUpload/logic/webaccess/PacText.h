@@ -18,17 +18,12 @@ std::string filterAscII(const std::string& text);
 /// The text with the first occurrence of the pattern replaced, and no other.
 std::string replaceall(const std::string& text, const std::string& pattern, const std::string& replacement);
 
-/// The text in lower case, as far as ASCII goes.
-std::string lowerCaseText(std::string text);
-
 /// Length of the "https://" or "http://" in front of an address, in any case; 0 without one.
 size_t schemeLength(const std::string& url);
 
-/// Whether a text is an address with scheme in the characters that RFC 3986 allows.
-bool isURLText(const std::string& text);
-
-/// The text with percent escapes for what an address may not hold; "" if it is not ASCII.
-std::string addPercentEscapes(const std::string& text);
+/// What a script may see of an address: no user and password, and of an https one neither path nor query,
+/// which are nobody's on the way.
+std::string urlForScript(const std::string& url);
 
 /// The path of a "file:" address, its percent escapes decoded; "" for any other.
 std::string pathOfFileURL(const std::string& url);

@@ -115,7 +115,7 @@ std::string addPercentEscapes(std::string_view text, PercentSign percentSign) {
     for (size_t at = 0; at < text.size(); ++at) {
         const char c = text[at];
         const bool isBracket = (c == '[' || c == ']') && authority.contains(at);
-        if (isLegal(c) || isBracket || (c == '%' && percentSign == PercentSign::keep)) {
+        if (isLegal(c) || isBracket || (percentSign == PercentSign::keep && isEscape(text, at))) {
             escaped += c;
         } else {
             const auto byte = static_cast<unsigned char>(c);
@@ -129,7 +129,8 @@ std::string addPercentEscapes(std::string_view text, PercentSign percentSign) {
 
 bool isUrlText(std::string_view text) {
     const size_t colon = text.find(':');
-    if (colon == std::string_view::npos || colon == 0)
+    if (colon == std::string_view::npos || colon == 0 || colon + 1 == text.size() ||
+        !std::isalpha(static_cast<unsigned char>(text[0])) || text.find_first_of("/?#[]@") < colon)
         return false;
     for (size_t at = 0; at < text.size(); ++at) {
         const char c = text[at];
