@@ -114,10 +114,11 @@ void Masker::maskArchive(const Archive& archive, const std::string& target) {
     for (const Archive::Entry& entry : archive.entries()) {
         std::string bytes;
         std::string reason;
-        if (entry.size > kMostText) {
-            reason = "too large";
-        } else if (bytes = archive.read(entry, kMostText); !isText(bytes)) {
-            reason = "not a text";
+        try {
+            bytes = archive.read(entry, kMostText);
+            reason = isText(bytes) ? "" : "not a text";
+        } catch (const ArchiveError&) {
+            reason = "damaged or too large";
         }
         const std::string name = mask(entry.name);
         if (!reason.empty()) {

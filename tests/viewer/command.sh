@@ -21,6 +21,15 @@ status=0
 orvane-report --jsonl mixed > some.jsonl 2> said.txt || status=$?
 [[ $status -eq 1 && $(wc -l < some.jsonl) -eq $good && $(grep -c 'passed over' said.txt) -eq 3 ]] || fail "status $status: $(cat said.txt)"
 
+# A damaged file costs an archive that file only.
+cp mixed/good.zip broken.zip
+log=$(grep -abo -m 1 orvgpc.ovt broken.zip | head -n 1 | cut -d: -f1)
+printf '\377\377\377' | dd of=broken.zip bs=1 seek=$((log + 60)) conv=notrunc 2> /dev/null
+orvane-report --mask broken.zip -o broken.html 2> said.txt || fail "$(cat said.txt)"
+unzip -p broken.masked.zip orvdga_masked.txt | grep -q 'left out: orvgpc.ovt (damaged' || fail "not left out"
+unzip -l broken.masked.zip | grep -q orvdga_trace_ || fail "no trace is left"
+rm broken.*
+
 # Nothing that names somebody is left in what is masked, and the same person is the same everywhere.
 secrets='tom[áa]s|rivera|[åa]sa|[öo]berg|kenji|watanabe|example\.com|53687|4417700923|5550001111|203\.0\.113|9e107d9d|arion'
 orvane-report --mask --mapping mapping.json "$archives"/*/*.zip -o masked.html || fail "masking"
