@@ -57,7 +57,7 @@ struct CPieceAhead::Work {
     }
 };
 
-CPieceAhead::CPieceAhead(std::string path, Describe describe)
+CPieceAhead::CPieceAhead(const std::string& path, Describe describe)
     : work_(std::make_shared<Work>(path, std::move(describe))) {}
 
 void CPieceAhead::prepare(uint32_t number) {

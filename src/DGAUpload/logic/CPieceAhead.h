@@ -20,7 +20,7 @@ public:
     using Describe = std::function<std::string(uint32_t number, uint64_t length)>;
 
     /// Numbers begin with 1. The file is opened anew, so that it may be closed meanwhile.
-    CPieceAhead(std::string path, Describe describe);
+    CPieceAhead(const std::string& path, Describe describe);
     CPieceAhead(const CPieceAhead&) = delete;
     CPieceAhead& operator=(const CPieceAhead&) = delete;
 
