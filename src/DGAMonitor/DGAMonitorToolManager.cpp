@@ -27,7 +27,10 @@ DGAMonitorToolManager::DGAMonitorToolManager() : record_(DGASessionRecord::share
 void DGAMonitorToolManager::startMonitoring() {
     ORVN_LOG_METHOD();
     if (!targetTool_)
-        targetTool_ = std::make_shared<DGADealNotifTargetTool>();
+        targetTool_ =
+            std::make_shared<DGADealNotifTargetTool>(DGAHeartBeatCheckTool::Parts{.canHear = [this] {
+                return portHeard_ || platform::DistributedNotificationCenter::defaultCenter().isConnected();
+            }});
     addProcessObserver();
     startReceiveMeetingData();
     startCheckingSystemResourceUsage();
@@ -92,6 +95,7 @@ void DGAMonitorToolManager::addHandler(const std::string& name,
 
 void DGAMonitorToolManager::handlePortNotification(std::string_view baseName,
                                                    const std::optional<std::string>& text) {
+    portHeard_ = true;
     platform::Notification notification{.name = notificationName(baseName), .object = {}, .userInfo = {}};
     if (text)
         notification.userInfo[dDGAJsonDataKey] = *text;

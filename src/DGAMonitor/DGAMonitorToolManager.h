@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
@@ -66,6 +67,7 @@ private:
     std::shared_ptr<DGADealNotifTargetTool> targetTool_;
     std::optional<platform::Notification> waiting_;  // parameters, while the trace has no room
     bool awaitsRoom_ = false;
+    std::atomic<bool> portHeard_{false};  // a client that has come by the port comes that way again
     /// What the bus calls, for the notifications that come over the port.
     std::map<std::string, std::function<void(const platform::Notification&)>> handlers_;
 };

@@ -272,7 +272,7 @@ TEST_F(TelemetryTest, GoesTheWayThatUploadsGo) {
                   byScript ? "" : "Basic bWU6c2VjcmV0");
         EXPECT_EQ(requests.back().get_header_value("Host"), "metrics.example");
         DGATelemetryManager::closeOrvTelemetry();
-        manager().telemetryMrg = nullptr;
+        record().telemetryMrg = nullptr;
         unsetenv("auto_proxy");
         unsetenv("http_proxy");
     }

@@ -16,6 +16,7 @@
 #include "platform/ProxySettings.h"
 #include "platform/Text.h"
 #include "support/ORVNLogger.h"
+#include "support/PlainText.h"
 
 namespace {
 
@@ -73,7 +74,7 @@ int CNetworkDownload::DownloadURL(const char* url, IUrlDownloadSink* sink, unsig
         logNotice("CNetworkDownload::DownloadURL,url is nil,don't download it!");
         return -1;
     }
-    logInfo("CNetworkDownload::DownloadURL，url = {}", url);
+    logInfo("CNetworkDownload::DownloadURL，url = {}", support::addressWithoutSecrets(url));
     const std::string text(platform::trimmed(url));
     FindProxyAndScheme(text, "CNetworkDownload::DownloadURL,skip check proxy!");
     m_bPostMode = false;
@@ -99,9 +100,9 @@ int CNetworkDownload::PostData(const char* url, const void* data, unsigned long 
         logNotice("CNetworkDownload::PostData,url is nil,don't post it!");
         return -1;
     }
-    logInfo("CNetworkDownload::PostData,before trim, url={}", url);
+    logInfo("CNetworkDownload::PostData,before trim, url={}", support::addressWithoutSecrets(url));
     const std::string text(platform::trimmed(url));
-    logInfo("CNetworkDownload::PostData,url={}", text);
+    logInfo("CNetworkDownload::PostData,url={}", support::addressWithoutSecrets(text));
     FindProxyAndScheme(text, "CNetworkDownload::PostData,skip check proxy!");
     restartTimer_.reset();
     question_.reset();

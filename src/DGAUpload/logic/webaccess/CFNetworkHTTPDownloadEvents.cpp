@@ -9,6 +9,7 @@
 #include "DGAUpload/logic/webaccess/CFNetworkHTTPDownload.h"
 #include "DGAUpload/logic/webaccess/ProxyMemory.h"
 #include "support/ORVNLogger.h"
+#include "support/PlainText.h"
 
 namespace {
 
@@ -205,7 +206,7 @@ void CNetworkDownload::NoteMovedUrl(const std::string& url) {
         logInfo(
             "CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventHasBytesAvailable 2, "
             "jump to another url = {}",
-            url);
+            support::addressWithoutSecrets(url));
     }
 }
 
