@@ -26,11 +26,13 @@ DGAMonitorToolManager::DGAMonitorToolManager() : record_(DGASessionRecord::share
 
 void DGAMonitorToolManager::startMonitoring() {
     ORVN_LOG_METHOD();
-    if (!targetTool_)
-        targetTool_ =
-            std::make_shared<DGADealNotifTargetTool>(DGAHeartBeatCheckTool::Parts{.canHear = [this] {
-                return portHeard_ || platform::DistributedNotificationCenter::defaultCenter().isConnected();
-            }});
+    if (!targetTool_) {
+        DGAHeartBeatCheckTool::Parts watch;
+        watch.canHear = [this] {
+            return portHeard_ || platform::DistributedNotificationCenter::defaultCenter().isConnected();
+        };
+        targetTool_ = std::make_shared<DGADealNotifTargetTool>(std::move(watch));
+    }
     addProcessObserver();
     startReceiveMeetingData();
     startCheckingSystemResourceUsage();
