@@ -49,6 +49,7 @@ saved "$archive"
 rm -r ~/.config/mimeapps.list ~/.local/share/applications /tmp/link
 begin 'No mail'
 click 'push button' 'Send Mail'
+await_log 'MailExtension::mailTo' 2
 gone dialog "$title"
 saved "$(newest_archive)"
 

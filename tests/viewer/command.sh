@@ -5,8 +5,11 @@ archives=$1
 # Every line of every trace is a record, in UTC, whatever this machine's zone is.
 TZ=Asia/Tokyo orvane-report --jsonl "$archives" > records.jsonl 2> said.txt || fail "$(cat said.txt)"
 lines=$(for archive in "$archives"/*/*.zip; do unzip -p "$archive" 'orvdga_trace_*.csv'; done | wc -l)
-[[ $(wc -l < records.jsonl) -eq $lines ]] || fail "$(wc -l < records.jsonl) records of $lines lines"
-[[ $(grep -c '"time":"2026-11-21T[0-9:.]*Z","offset":"+01:00"' records.jsonl) -eq $lines ]] || fail "times: $(head -n 1 records.jsonl)"
+# Beside them stands what each summary says.
+grep -q '"module":"report"' records.jsonl || fail "no summary"
+grep -v '"module":"report"' records.jsonl > rows.jsonl
+[[ $(wc -l < rows.jsonl) -eq $lines ]] || fail "$(wc -l < rows.jsonl) records of $lines lines"
+[[ $(grep -c '"time":"2026-11-21T[0-9:.]*Z","offset":"+01:00"' rows.jsonl) -eq $lines ]] || fail "times: $(head -n 1 records.jsonl)"
 grep -q '"name":"username","time":"2026-11-21T09:[^}]*"text":"Tomás Rivera"' records.jsonl || fail "the name is not decoded"
 grep -q '"module":"network status","name":"state","time":[^}]*"value":2' records.jsonl || fail "no loss of the network"
 grep -q '"name":"cpu usage"[^}]*"value":[^}]*"process":[0-9]*,"sample":[0-9]' records.jsonl || fail "no CPU record"

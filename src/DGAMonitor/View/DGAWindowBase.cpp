@@ -102,11 +102,14 @@ void DGAWindowBase::setHiddenForPicture(bool hidden) {
         return;
     const QPoint place = pos();
     if (hidden) {
+        wasActive_ = isActiveWindow();
         hiddenForPicture_ = true;
         QWidget::setVisible(false);
     } else {
         setVisible(true);
         move(place);
+        if (wasActive_)
+            bringToFront();
     }
 }
 

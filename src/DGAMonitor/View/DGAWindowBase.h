@@ -53,6 +53,7 @@ protected:
 
 private:
     bool hiddenForPicture_ = false;
+    bool wasActive_ = false;  // before that
     bool dragging_ = false;
     QPoint dragStart_;
     QPoint dragOrigin_;
