@@ -491,7 +491,7 @@ TEST_F(ProblemReportingWindowTest, AHundredRoundsLeaveNothingBehind) {
             round(anew);
         const auto grown = ui::residentKilobytes() - before;
         RecordProperty(anew ? "grown_made_anew_kilobytes" : "grown_kilobytes", std::to_string(grown));
-        EXPECT_LT(grown, ui::isSanitized() ? 131072 : 1024) << anew;
+        EXPECT_LT(grown, ui::isSanitized() ? 131072 : 2048) << anew;
     }
     EXPECT_FALSE(DGAApplicationWindows::sharedWindows().anyVisible());
 }
