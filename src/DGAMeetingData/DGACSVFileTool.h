@@ -73,6 +73,6 @@ private:
 
     std::string dateStr_;
     std::string dirFilePath_;
-    bool isFull_ = false;  // trace queue
+    bool isFull_ = false;                            // trace queue
     std::optional<platform::PrivateFolder> folder_;  ///< holds the mark of its being in use
 };
