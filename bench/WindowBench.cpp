@@ -4,9 +4,9 @@
 //
 // - from the request for a report (the notification is posted) to a window on the screen, the first time,
 // which
-//   loads the window module, and later; medians over several runs
-// - how much memory grows over ROUNDS (100) of opening and closing the problem reporting window and the
-// upload window
+//   starts the window program, and later; medians over several runs
+// - how much memory the window program grows over ROUNDS (100) of opening and closing the problem reporting
+//   window and the upload window, what both programs take, and when the window program is gone
 // - processor time and wake-ups before any window, and after all are closed again
 // - the share of a core that the turning wheel takes
 //
@@ -45,6 +45,7 @@ using namespace std::chrono_literals;
 constexpr int kFirstTimes = 7;
 constexpr int kLaterTimes = 21;
 constexpr int kWheelSeconds = 10;
+constexpr std::chrono::seconds kLongestWarmth{60};
 
 [[noreturn]] void fail(const std::string& why) {
     std::fprintf(stderr, "window_bench: %s\n", why.c_str());
@@ -144,7 +145,24 @@ struct Subject {
     std::function<void()> open;
     std::function<void()> end;
     std::function<GPid()> pid;
+    std::function<GPid()> windowPid;  ///< of the program that has its windows
 };
+
+/// The window program of an assistant; 0 if there is none now.
+GPid windowProgramOf(GPid assistant) {
+    const std::string command = "pgrep -P " + std::to_string(assistant) + " -x orvanedga-windo";
+    FILE* const output = popen(command.c_str(), "r");
+    GPid pid = 0;
+    if (!output || fscanf(output, "%d", &pid) != 1)
+        pid = 0;
+    if (output)
+        pclose(output);
+    return pid;
+}
+
+double megabytes(GPid pid) {
+    return static_cast<double>(statusValue(pid, "", "VmRSS")) / 1024;
+}
 
 double openOnce(Screen& screen, const Subject& subject, xcb_window_t& window) {
     const auto begin = Clock::now();
@@ -154,10 +172,10 @@ double openOnce(Screen& screen, const Subject& subject, xcb_window_t& window) {
 }
 
 struct Figures {
-    double first = 0;            // milliseconds
-    double later = 0;            // milliseconds
-    double growth = 0;           // kB over all rounds
-    double windowMegabytes = 0;  // resident, with all windows closed
+    double first = 0;      // milliseconds
+    double later = 0;      // milliseconds
+    double growth = 0;     // kB over all rounds
+    double ownGrowth = 0;  // the same of the program that asks for the windows
 };
 
 Figures measure(Screen& screen, const std::function<Subject()>& start, int rounds, Subject& last) {
@@ -177,7 +195,8 @@ Figures measure(Screen& screen, const std::function<Subject()>& start, int round
         later.push_back(openOnce(screen, last, window));
         screen.close(window);
     }
-    const long before = statusValue(last.pid(), "", "VmRSS");
+    const long before = statusValue(last.windowPid(), "", "VmRSS");
+    const long ownBefore = statusValue(last.pid(), "", "VmRSS");
     for (int i = 0; i < rounds; ++i) {
         openOnce(screen, last, window);
         screen.close(window);
@@ -185,8 +204,8 @@ Figures measure(Screen& screen, const std::function<Subject()>& start, int round
     std::this_thread::sleep_for(500ms);
     figures.first = median(first);
     figures.later = median(later);
-    figures.growth = static_cast<double>(statusValue(last.pid(), "", "VmRSS") - before);
-    figures.windowMegabytes = static_cast<double>(statusValue(last.pid(), "", "VmRSS")) / 1024;
+    figures.growth = static_cast<double>(statusValue(last.windowPid(), "", "VmRSS") - before);
+    figures.ownGrowth = static_cast<double>(statusValue(last.pid(), "", "VmRSS") - ownBefore);
     return figures;
 }
 
@@ -221,7 +240,8 @@ Subject startAssistant(const std::string& program, const std::string& url) {
         orvane_dga_heartbeat(dga, nullptr);
         orvane_dga_request_report(dga, nullptr);
     };
-    return {open, [dga] { end(dga); }, [dga] { return orvane_dga_pid(dga); }};
+    return {open, [dga] { end(dga); }, [dga] { return orvane_dga_pid(dga); },
+            [dga] { return windowProgramOf(orvane_dga_pid(dga)); }};
 }
 
 struct Idle {
@@ -236,12 +256,14 @@ Idle idle(GPid pid, unsigned seconds) {
     return {100 * (cpuSeconds(pid) - cpu) / seconds, static_cast<double>(wakeUps(pid) - wakes) / seconds};
 }
 
-/// Sends from the problem reporting window, by the keyboard; returns the upload window.
+/// Sends from the problem reporting window, by the keyboard, without a picture of the screen, for which the
+/// windows would go; returns the upload window.
 xcb_window_t openUploadWindow(Screen& screen, const Subject& assistant) {
     xcb_window_t report = 0;
     openOnce(screen, assistant, report);
     std::this_thread::sleep_for(50ms);
-    if (std::system("xdotool type --delay 2 x; xdotool key --delay 4 Tab Down Down shift+Tab Return") != 0)
+    if (std::system("xdotool type --delay 2 x; xdotool key --delay 4 Tab Down Down Tab space shift+Tab "
+                    "shift+Tab Return") != 0)
         fail("xdotool failed");
     return screen.nextWindow();
 }
@@ -253,11 +275,11 @@ double uploadGrowth(Screen& screen, const Subject& assistant, int rounds) {
     };
     for (int i = 0; i < 5; ++i)
         round();
-    const long before = statusValue(assistant.pid(), "", "VmRSS");
+    const long before = statusValue(assistant.windowPid(), "", "VmRSS");
     for (int i = 0; i < rounds; ++i)
         round();
     std::this_thread::sleep_for(3s);
-    return static_cast<double>(statusValue(assistant.pid(), "", "VmRSS") - before);
+    return static_cast<double>(statusValue(assistant.windowPid(), "", "VmRSS") - before);
 }
 
 // The peer: opens an empty window for each byte that it reads.
@@ -313,7 +335,7 @@ Subject startPeer() {
                 close(*pipeEnd);
                 waitpid(*pid, nullptr, 0);
             },
-            [=] { return *pid; }};
+            [=] { return *pid; }, [=] { return *pid; }};
 }
 
 }  // namespace
@@ -330,7 +352,7 @@ int main(int argc, char** argv) {
 
     Subject fresh = startAssistant(argv[1], server.url());
     std::this_thread::sleep_for(3s);
-    const double rssBefore = static_cast<double>(statusValue(fresh.pid(), "", "VmRSS")) / 1024;
+    const double rssBefore = megabytes(fresh.pid());
     const Idle before = idle(fresh.pid(), idleSeconds);
     fresh.end();
 
@@ -341,9 +363,16 @@ int main(int argc, char** argv) {
     const Idle after = idle(assistant.pid(), idleSeconds);
     const xcb_window_t upload = openUploadWindow(screen, assistant);
     std::this_thread::sleep_for(3s);
-    const Idle wheel = idle(assistant.pid(), kWheelSeconds);
+    const Idle wheel = idle(assistant.windowPid(), kWheelSeconds);
+    const double rssWith = megabytes(assistant.pid());
+    const double windowsRss = megabytes(assistant.windowPid());
     screen.close(upload);
     const double growth = uploadGrowth(screen, assistant, rounds);
+    const auto closed = Clock::now();
+    while (assistant.windowPid() != 0 && Clock::now() - closed < kLongestWarmth)
+        std::this_thread::sleep_for(100ms);
+    const double gone = std::chrono::duration<double>(Clock::now() - closed).count();
+    const double rssAfter = megabytes(assistant.pid());
     assistant.end();
 
     Subject peer;
@@ -364,7 +393,11 @@ int main(int argc, char** argv) {
     row("growth over all rounds, report window, kB", own.growth, others.growth);
     row("growth over all rounds, upload window, kB", growth);
     row("resident before any window, MB", rssBefore);
-    row("resident after windows were closed, MB", own.windowMegabytes, others.windowMegabytes);
+    row("resident with the upload window, MB", rssWith);
+    row("resident after windows were closed, MB", rssAfter);
+    row("the window program with the upload window, MB", windowsRss);
+    row("the window program is gone after, s", gone);
+    row("growth of the assistant over all rounds, kB", own.ownGrowth);
     row("processor time before any window, %", before.cpuPercent);
     row("processor time after windows were closed, %", after.cpuPercent);
     row("wake-ups a second before any window", before.wakeUpsPerSecond);
