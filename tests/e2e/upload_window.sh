@@ -2,7 +2,9 @@
 . "$(dirname "$0")/windows.sh"
 upload_server --delay 3000
 head -c 400000 /dev/urandom > client.log
-threads() { ls "/proc/$dga/task" | wc -l; }
+threads() { ls "/proc/$(window_program)/task" | wc -l; }
+# brightness FILE: of the middle of a picture, where the windows are, in percent.
+brightness() { convert "$1" -gravity center -crop 300x200+0+0 -format '%[fx:int(100*mean)]' info:; }
 fewer_threads() { (($(threads) < uploading)); }
 
 start_meeting "\"logFileName\": \"$PWD/client.log\""
@@ -31,6 +33,12 @@ upload_server
 parameters '"userEmail": ""' 2
 send_report 'Faster'
 says 'Uploading sent' 'Your problem report has been sent.'
+# The window that was up while the picture was taken is not in it.
+import -window root now.png
+# shellcheck disable=SC2012 # their names are plain
+unzip -p "$(ls -t /tmp/orvdga/*.zip | head -n 1)" 'orvdga_screenshot_*' > picture.png
+(($(brightness now.png) > 70 && $(brightness picture.png) < 30)) ||
+    fail "now $(brightness now.png) %, in the picture $(brightness picture.png) %"
 click 'push button' OK
 gone dialog "$title"
 leave
