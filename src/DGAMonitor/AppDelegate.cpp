@@ -6,6 +6,7 @@
 #include "DGAMeetingData/DGAMeetingDataRecordTool.h"
 #include "DGAMonitor/DGACoreWindowServices.h"
 #include "DGAMonitor/DGAMonitorToolManager.h"
+#include "DGAMonitor/Report/DGAKeptReports.h"
 #include "DGAMonitor/Report/DGAReportGenerator.h"
 #include "DGAMonitor/Session/DGATelemetryManager.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
@@ -19,6 +20,7 @@ namespace {
 void writeWhatIsQueued() {
     DGAMeetingDataRecordTool::shareDataRecordTool().stopRecord();
     DGATelemetryManager::closeOrvTelemetry();
+    DGAKeptReports::queue().sync([] {});
     DGACSVFileTool::traceQueue().sync([] {});
 }
 

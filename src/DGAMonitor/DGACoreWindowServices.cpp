@@ -36,19 +36,17 @@ void DGACoreWindowServices::uploadChanged(const DGAUploadState& state) {
     if (state.state == "sending")
         return;
     const bool isOver = state.state == "sent" || state.state == "saved";
-    // It copies an archive, and waits for the disk.
-    platform::BackgroundQueue::global().async(
-        [state, isOver, serviceType = DGASessionRecord::sharedRecord().serviceType.load()] {
-            const DGAKeptReports kept;
-            if (isOver)
-                kept.remove(DGAKeptReports::numberOf(state.path));
-            else
-                kept.keep(state.path,
-                          {.number = {},
-                           .description = state.comment,
-                           .category = state.category,
-                           .serviceType = serviceType,
-                           .time = {},
-                           .state = state.state + (state.reason.empty() ? "" : ": " + state.reason)});
-        });
+    DGAKeptReports::queue().async([state, isOver,
+                                   serviceType = DGASessionRecord::sharedRecord().serviceType.load()] {
+        const DGAKeptReports kept;
+        if (isOver)
+            kept.remove(DGAKeptReports::numberOf(state.path));
+        else
+            kept.keep(state.path, {.number = {},
+                                   .description = state.comment,
+                                   .category = state.category,
+                                   .serviceType = serviceType,
+                                   .time = {},
+                                   .state = state.state + (state.reason.empty() ? "" : ": " + state.reason)});
+    });
 }

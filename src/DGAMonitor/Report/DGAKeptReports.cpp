@@ -16,6 +16,7 @@
 #include "platform/HomePath.h"
 #include "platform/PrivateFolder.h"
 #include "platform/SmallFile.h"
+#include "platform/WorkQueue.h"
 #include "support/JsonValue.h"
 #include "support/ORVNLogger.h"
 
@@ -50,6 +51,11 @@ DGAKeptReports::DGAKeptReports(std::string folder)
 
 std::string DGAKeptReports::numberOf(const std::string& archivePath) {
     return fs::path(archivePath).stem().string();
+}
+
+platform::SerialQueue& DGAKeptReports::queue() {
+    static auto* const queue = new platform::SerialQueue("kept reports");
+    return *queue;
 }
 
 std::string DGAKeptReports::archivePath(const std::string& number) const {

@@ -4,6 +4,10 @@
 #include <string>
 #include <vector>
 
+namespace platform {
+class SerialQueue;
+}
+
 /// Reports that were neither sent nor saved nor discarded: $XDG_STATE_HOME/orvanedga/reports (else below
 /// ~/.local/state), a folder of the user alone. Each is an archive <number>.zip and its <number>.json. At
 /// most ten and 500 MB are kept, for 30 days; the oldest go first. Any thread, one call at a time.
@@ -35,6 +39,10 @@ public:
     void remove(const std::string& number) const;
 
     static std::string numberOf(const std::string& archivePath);
+
+    /// Where they are kept and removed, in order: both wait for the disk. What is queued is done before the
+    /// assistant ends.
+    static platform::SerialQueue& queue();
 
 private:
     void removeExcess() const;

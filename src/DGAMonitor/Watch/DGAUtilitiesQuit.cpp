@@ -6,6 +6,7 @@
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Report/DGAReportGenerator.h"
+#include "DGAMonitor/Report/DGAKeptReports.h"
 #include "DGAMonitor/Report/DGAUtilitiesRetention.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Session/DGATelemetryManager.h"
@@ -39,6 +40,7 @@ void DGAUtilities::dga_quit() {
     ORVN_LOG_METHOD();
     dga_prepareToQuit();
     DGATelemetryManager::closeOrvTelemetry();
+    DGAKeptReports::queue().sync([] {});
     const auto name = ORVN_METHOD_NAME;
     // The process ends on the trace's own queue: a record that is still waiting there would otherwise make
     // the folder anew.
