@@ -39,7 +39,8 @@ void DGAToolkit::start(void (*noDisplay)(const std::string& why)) {
     static std::array<char*, 2> arguments{name.data(), nullptr};
     static int count = 1;
     QApplication::setStyle(QStringLiteral("Fusion"));
-    new QApplication(count, arguments.data());  // never destroyed, as windows may be up until the end
+    // Never destroyed, as windows may be up until the end.
+    [[maybe_unused]] static auto* const application = new QApplication(count, arguments.data());
     whenNoDisplay = nullptr;
     // Numbers and dates are written as everywhere in the assistant.
     for (const int category : {LC_NUMERIC, LC_TIME, LC_COLLATE, LC_MONETARY, LC_MESSAGES})

@@ -103,7 +103,7 @@ private:
 };
 
 std::shared_ptr<DGAWindowProgram> DGAWindowProgram::start(int socket) {
-    const std::shared_ptr<DGAWindowProgram> program(new DGAWindowProgram());
+    std::shared_ptr<DGAWindowProgram> program(new DGAWindowProgram());
     auto* const self = program.get();
     self->channel_ = std::make_unique<platform::FrameChannel>(
         socket, kLongest, [self](const platform::FrameReader::Message& frame) { self->receive(frame); },
