@@ -1,6 +1,5 @@
-#include <fmt/format.h>
-
 #include <cstdio>
+#include <exception>
 
 #include "Options.h"
 #include "Run.h"
@@ -22,8 +21,8 @@ int main(int argc, char** argv) {
         Scenario scenario = loadScenario(findScenario(options.scenario, installed));
         setParameters(scenario, options.parameters);
         return run(scenario, options);
-    } catch (const ScenarioError& error) {
-        fmt::print(stderr, "orvane-client-sim: {}\n", error.what());
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "orvane-client-sim: %s\n", error.what());
     }
     return kBadUsage;
 }

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <exception>
 
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
 #include "DGAUpload/logic/CTraceUpload.h"
@@ -128,7 +129,7 @@ int send(const Options& options) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     umask(077);
     std::signal(SIGPIPE, SIG_IGN);
     Options options;
@@ -137,4 +138,7 @@ int main(int argc, char** argv) {
     if (!options.log.empty())
         ORVNLogger::sharedLogger().initParams({options.log, "orvtra_upload_", 5});
     return send(options);
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "orvane-upload: %s\n", error.what());
+    return 1;
 }
