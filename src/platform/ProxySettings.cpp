@@ -130,7 +130,7 @@ void completeFromDesktop(ProxySettings& settings) {
     }
 }
 
-void serveWhatIsLeft(ProxySettings& settings, ProxyServer server) {
+void serveWhatIsLeft(ProxySettings& settings, const ProxyServer& server) {
     for (ProxyServer* const left : {&settings.http, &settings.https}) {
         if (!left->enabled)
             *left = server;

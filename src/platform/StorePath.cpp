@@ -17,10 +17,10 @@ std::string cacheFolder() {
 }
 
 std::string choose(const std::string& name) {
-    const std::string shared = "/tmp/" + name;
+    std::string shared = "/tmp/" + name;
     if (PrivateFolder::open(shared, PrivateFolder::Create::yes))
         return shared;
-    const std::string own = cacheFolder() + "/orvanedga/" + name;
+    std::string own = cacheFolder() + "/orvanedga/" + name;
     if (!PrivateFolder::open(own, PrivateFolder::Create::yes))
         return shared;
     reportWarning("in place of " + shared + " the folder " + own + " is used");

@@ -129,6 +129,7 @@ int spawn(const Task& task, Child& child) {
     arguments.push_back(nullptr);
     std::vector<std::string> kept = taskEnvironment(task.surroundings);
     std::vector<char*> environment;
+    environment.reserve(kept.size() + 1);
     for (auto& variable : kept)
         environment.push_back(variable.data());
     environment.push_back(nullptr);

@@ -164,7 +164,7 @@ std::string fileFault(const Place& place, const struct stat& info, const UserFil
     if (info.st_uid == geteuid() && geteuid() != 0 && (info.st_mode & S_IRUSR) == 0)
         return "it cannot be read";
     if (static_cast<uint64_t>(info.st_size) > rule.largest)
-        return "it is larger than " + std::to_string(rule.largest / (1024 * 1024)) + " MiB";
+        return "it is larger than " + std::to_string(rule.largest / (uint64_t{1024} * 1024)) + " MiB";
     return "";
 }
 
@@ -189,7 +189,7 @@ void collect(const Place& place, const std::string& name, const std::string& pat
         return;
     }
     for (const auto& entry : namesInOpenFolder(inner.folder.get()))
-        collect(inner, entry, path + "/" + entry, rule, depth + 1, found);
+        collect(inner, entry, std::string(path).append("/").append(entry), rule, depth + 1, found);
 }
 
 }  // namespace

@@ -142,10 +142,9 @@ void findInternetPassword(const std::string& server, uint16_t port, const std::s
     state->loop = &loop;
     // The timer holds the state, and the end of the search the timer.
     state->limit = std::make_unique<Timer>(loop, kLimit, false, [state] {
-        const auto hold = state;
-        g_cancellable_cancel(hold->stop.get());
+        g_cancellable_cancel(state->stop.get());
         reportNotice("the keyring did not answer in time");
-        hold->end(std::nullopt);
+        state->end(std::nullopt);  // ends the timer, which goes on with a copy of this
     });
     try {
         std::thread([state, query = Query{server, port, protocol}] {
