@@ -129,13 +129,6 @@ void RunLoop::runFor(std::chrono::milliseconds time) {
     run();
 }
 
-void RunLoop::runForGood() {
-    if (GSource* const caller = g_main_current_source())
-        g_source_destroy(caller);
-    for (;;)
-        run();
-}
-
 void RunLoop::stop() {
     const std::lock_guard<std::mutex> hold(state_->mutex);
     if (!state_->runs.empty())

@@ -37,10 +37,6 @@ public:
     /// queued by a thread that then waits for it is run by nested runs as well. Any thread.
     void perform(std::function<void()> call);
 
-    /// From inside a callback that must not return: drops whatever called it and serves the loop in its
-    /// place, until the process ends. Only on the loop's own thread.
-    [[noreturn]] void runForGood();
-
     /// The wrapped context, for the other services of this folder. Not owned by the caller.
     _GMainContext* context() const;
 

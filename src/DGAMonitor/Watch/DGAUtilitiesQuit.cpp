@@ -5,8 +5,8 @@
 
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Const/DGAConst.h"
-#include "DGAMonitor/Report/DGAReportGenerator.h"
 #include "DGAMonitor/Report/DGAKeptReports.h"
+#include "DGAMonitor/Report/DGAReportGenerator.h"
 #include "DGAMonitor/Report/DGAUtilitiesRetention.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Session/DGATelemetryManager.h"
