@@ -215,13 +215,18 @@ void DGAWindowProgram::toFront(const ToFront& message) {
         raised->center();
 }
 
+std::shared_ptr<DGAWindowProgram::Maker> DGAWindowProgram::makerOf(int64_t number) const {
+    const auto found = makers_.find(number);
+    return found == makers_.end() ? nullptr : found->second.lock();
+}
+
 void DGAWindowProgram::reportMade(const ReportMade& message) {
-    if (const auto maker = makers_[message.maker].lock())
+    if (const auto maker = makerOf(message.maker))
         maker->made(message);
 }
 
 void DGAWindowProgram::reportEnded(const ReportEnded& message) {
-    if (const auto maker = makers_[message.maker].lock())
+    if (const auto maker = makerOf(message.maker))
         maker->ended(message.run);
 }
 

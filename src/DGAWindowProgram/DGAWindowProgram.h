@@ -56,6 +56,7 @@ private:
     void show(const DGAWindowMessage::Show& message);
     void close(const DGAWindowMessage::Close& message);
     void toFront(const DGAWindowMessage::ToFront& message);
+    std::shared_ptr<Maker> makerOf(int64_t number) const;
     void reportMade(const DGAWindowMessage::ReportMade& message);
     void reportEnded(const DGAWindowMessage::ReportEnded& message);
     void hide(const DGAWindowMessage::Hide& message);

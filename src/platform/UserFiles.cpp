@@ -9,6 +9,7 @@
 #include <optional>
 #include <utility>
 
+#include "platform/Handle.h"
 #include "platform/HomePath.h"
 #include "platform/OpenFolder.h"
 
@@ -22,29 +23,9 @@ constexpr char kLink[] = "a link leads to it";
 constexpr char kForeign[] = "it is not the user's";
 constexpr char kOpenToOthers[] = "others may change its folder";
 
-class Folder {
-public:
-    explicit Folder(int handle = -1) : handle_(handle) {}
-    Folder(Folder&& other) noexcept : handle_(std::exchange(other.handle_, -1)) {}
-    Folder& operator=(Folder&& other) noexcept {
-        std::swap(handle_, other.handle_);
-        return *this;
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    ~Folder() {
-        if (handle_ >= 0)
-            close(handle_);
-    }
-    int get() const { return handle_; }
-
-private:
-    int handle_;
-};
-
 // An open folder, and what it means for the entries in it.
 struct Place {
-    Folder folder;
+    Handle folder;
     bool inHome = false;
     bool program = false;  ///< the program's own folder
     bool shared = false;   ///< others may add entries
@@ -115,7 +96,7 @@ void stepInto(Place& place, const std::string& name) {
     else if (fstat(handle, &info) == 0)
         place.fault = folderFault(info, place.inHome);
     place.shared = othersMayWrite(info);
-    place.folder = Folder(handle);
+    place.folder = Handle(handle);
 }
 
 // The folder that the first `count` components of a path lead to.
@@ -128,7 +109,7 @@ Place walk(const std::vector<std::string>& components, size_t count) {
     std::string start = "/";
     for (size_t i = 0; i < taken; ++i)
         start.append(components[i]).append("/");
-    place.folder = Folder(open(start.c_str(), kFolder));
+    place.folder = Handle(open(start.c_str(), kFolder));
     struct stat info {};
     if (fstat(place.folder.get(), &info) != 0)
         place.fault = errno == EBADF ? kMissing : "its folder cannot be opened";
@@ -147,7 +128,7 @@ Place placeOf(const std::vector<std::string>& components, const UserFileRule& ru
     if (rule.programFolder.empty() || parent != withoutSlashes(rule.programFolder))
         return walk(components, components.size() - 1);
     Place place;
-    place.folder = Folder(open(rule.programFolder.c_str(), kFolder));
+    place.folder = Handle(open(rule.programFolder.c_str(), kFolder));
     place.program = true;
     return place;
 }
@@ -182,7 +163,7 @@ void collect(const Place& place, const std::string& name, const std::string& pat
     }
     Place inner;
     inner.inHome = true;
-    inner.folder = Folder(openat(place.folder.get(), name.c_str(), kFolder | O_NOFOLLOW));
+    inner.folder = Handle(openat(place.folder.get(), name.c_str(), kFolder | O_NOFOLLOW));
     const std::string fault = inner.folder.get() < 0 ? "it cannot be opened" : folderFault(info, true);
     if (!fault.empty()) {
         found.push_back({path, 0, fault});
