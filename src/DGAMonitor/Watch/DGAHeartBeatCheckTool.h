@@ -33,8 +33,8 @@ public:
     struct Parts {
         std::shared_ptr<DGAReportGenerator> generator;  ///< one of its own if null
         platform::RunningApplications applications;
-        std::function<bool()>
-            canHear;  ///< whether heartbeats can arrive, any thread; the session bus's answer if empty
+        std::function<bool()> canHear =
+            {};  ///< whether heartbeats can arrive, any thread; empty: the bus's answer
         std::chrono::milliseconds tick{2000};
         bool startThread = true;  ///< without it the ticks come from outside only
     };
