@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "DGAMonitor/Session/DGAPolicy.h"
 #include "platform/BundleInfo.h"
 #include "platform/DefaultHandler.h"
 #include "platform/Task.h"
@@ -37,6 +38,10 @@ std::string fitting(const std::string& text) {
 
 bool MailExtension::reportProblem(const ReportMail& mail, std::string* /*error*/) const {
     ORVN_LOG_METHOD();
+    if (!DGAPolicy::current().allows(DGAPolicyKey::mail)) {
+        logWarning("no mail is opened: the administrator's policy forbids it");
+        return false;
+    }
     const auto script = appleScriptPathForScriptName(appleScriptNameForDefaultMailApp());
     if (!script)
         return false;

@@ -197,6 +197,35 @@ TEST_F(ReportGeneratorRunTest, TheMeetingServicePacksWhatIsAskedFor) {
     }
 }
 
+TEST_F(ReportGeneratorRunTest, WhatThePolicyForbidsIsNotEvenMade) {
+    const auto never = [](const char* key) {
+        return platform::AdministratorFile::Entry{"Report", key, "never"};
+    };
+    tools_.policy = [never] {
+        return DGAPolicy({platform::AdministratorFile::State::read,
+                          {},
+                          {never("ScreenCapture"), never("SystemProfile"), never("CrashReports")}});
+    };
+    tools_.screenshot = [](const std::string&) { return ADD_FAILURE(), ""; };
+    tools_.systemProfile = [](const std::string&, const std::string&) { ADD_FAILURE(); };
+    record().pID.set("4711");
+    write(crash_);
+    write(home + "/Library/Logs/DiagnosticReports/Tellan Orvane Meetings_1.any");
+    const std::string tools = std::string("/tmp/orvdga/orvanedga_orvaneapp_") + kTime;
+    for (const auto& [service, archive, leftOut] :
+         {std::tuple{kHV, kArchive, size_t{3}}, std::tuple{kKT, tools, size_t{2}}}) {
+        generate({.screenShot = true, .systemInfo = true, .crashLog = true, .serviceType = service});
+        for (const auto& name : namesInArchive(archive + ".zip"))
+            EXPECT_THAT(always_, testing::Contains(name));
+        const auto summary = summaryOf(archive + ".zip");
+        EXPECT_EQ(summary["leftOut"].size(), leftOut) << summary;
+        EXPECT_EQ(summary["policy"].size(), 3U);
+        EXPECT_EQ(summary["policy"][0],
+                  (nlohmann::json{{"key", "[Report] ScreenCapture"}, {"value", "never"}}));
+    }
+    EXPECT_TRUE(crashes_.empty());
+}
+
 TEST_F(ReportGeneratorRunTest, TheDesktopToolsPackTheirFoldersWhole) {
     const std::string library = home + "/Library/";
     write(library + "Logs/KT/.hidden log");

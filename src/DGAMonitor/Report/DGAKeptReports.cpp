@@ -46,8 +46,8 @@ std::mutex& oneAtATime() {
 
 }  // namespace
 
-DGAKeptReports::DGAKeptReports(std::string folder)
-    : folder_(folder.empty() ? stateFolder() : std::move(folder)) {}
+DGAKeptReports::DGAKeptReports(std::string folder, DGAPolicy policy)
+    : folder_(folder.empty() ? stateFolder() : std::move(folder)), policy_(std::move(policy)) {}
 
 std::string DGAKeptReports::numberOf(const std::string& archivePath) {
     return fs::path(archivePath).stem().string();
@@ -64,6 +64,10 @@ std::string DGAKeptReports::archivePath(const std::string& number) const {
 
 bool DGAKeptReports::keep(const std::string& archive, Report report) const {
     const std::lock_guard<std::mutex> hold(oneAtATime());
+    if (policy_.keeps(kLongest) == std::chrono::hours(0)) {
+        logWarning("the report {} is not kept: the administrator's policy forbids it", archive);
+        return false;
+    }
     std::error_code failed;
     fs::create_directories(folder_, failed);
     fs::permissions(folder_, fs::perms::owner_all, failed);
@@ -131,7 +135,7 @@ void DGAKeptReports::removeExcess() const {
         bytes += static_cast<uintmax_t>(info.st_size);
         const auto age =
             std::chrono::system_clock::now() - std::chrono::system_clock::from_time_t(info.st_mtime);
-        if (++count > kMostReports || (count > 1 && bytes > kMostBytes) || age > kLongest)
+        if (++count > kMostReports || (count > 1 && bytes > kMostBytes) || age > policy_.keeps(kLongest))
             remove(report.number);
     }
 }

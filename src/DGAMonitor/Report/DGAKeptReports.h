@@ -4,13 +4,16 @@
 #include <string>
 #include <vector>
 
+#include "DGAMonitor/Session/DGAPolicy.h"
+
 namespace platform {
 class SerialQueue;
 }
 
 /// Reports that were neither sent nor saved nor discarded: $XDG_STATE_HOME/orvanedga/reports (else below
 /// ~/.local/state), a folder of the user alone. Each is an archive <number>.zip and its <number>.json. At
-/// most ten and 500 MB are kept, for 30 days; the oldest go first. Any thread, one call at a time.
+/// most ten and 500 MB are kept, for 30 days, or less where the policy says so; the oldest go first. Any
+/// thread, one call at a time.
 class DGAKeptReports {
 public:
     struct Report {
@@ -22,11 +25,14 @@ public:
         std::string state;  ///< why: "failed" or "cancelled", and a reason
     };
 
-    /// `folder` only in tests.
-    explicit DGAKeptReports(std::string folder = {});
+    /// `folder` and `policy` only in tests.
+    explicit DGAKeptReports(std::string folder = {}, DGAPolicy policy = DGAPolicy::current());
+
+    /// Removes what is too old or too much.
+    void tidy() const { removeExcess(); }
 
     /// Keeps a copy of the archive, in place of one of the same number, and removes what is too much then.
-    /// False, with a line of level 8, if it cannot.
+    /// False, with a line of level 8, if it cannot or may not.
     bool keep(const std::string& archivePath, Report report) const;
 
     /// What is kept, the oldest first. What cannot be read is passed over.
@@ -48,4 +54,5 @@ private:
     void removeExcess() const;
 
     std::string folder_;
+    DGAPolicy policy_;
 };

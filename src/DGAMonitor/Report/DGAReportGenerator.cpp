@@ -91,6 +91,8 @@ DGAReportGenerator::DGAReportGenerator(Tools tools)
         };
     if (!tools_.saveTime)
         tools_.saveTime = [] { return dga_transformToCurrentDateString(kDGAZipLogDateFormat); };
+    if (!tools_.policy)
+        tools_.policy = &DGAPolicy::current;
 }
 
 DGAReportGenerator::~DGAReportGenerator() {
@@ -136,9 +138,11 @@ bool DGAReportGenerator::lastRunFailed() {
 
 void DGAReportGenerator::generateReport(const DGAReportOptions& options) {
     options_ = options;
+    policy_ = tools_.policy();
     // Whoever asks: what a crash has left is the reason for the report.
-    withCrashLogs_ =
+    const bool isWanted =
         options.crashLog || DGASessionRecord::sharedRecord().events.contains(DGASessionEventKind::crash);
+    withCrashLogs_ = isWanted && policy_.allows(DGAPolicyKey::crashReports);
     summary_ = {};
     screenshotFullPath_.reset();
     spxFullPath_.reset();
@@ -161,9 +165,9 @@ void DGAReportGenerator::generateReport(const DGAReportOptions& options) {
 std::string DGAReportGenerator::generateHVReport() {
     ORVN_LOG_METHOD();
     recordCrash();
-    if (options_.systemInfo)
+    if (options_.systemInfo && policy_.allows(DGAPolicyKey::systemProfile))
         generateSystemProfile(kDetailLevel);
-    if (options_.screenShot) {
+    if (options_.screenShot && policy_.allows(DGAPolicyKey::screenCapture)) {
         screenshotFullPath_ = workspace_->pathOf(fmt::format("{}{}.png", kScreenshotPrefix, saveTime()));
         generateScreenshot();
     }
@@ -173,7 +177,7 @@ std::string DGAReportGenerator::generateHVReport() {
 std::string DGAReportGenerator::generateKTReport() {
     ORVN_LOG_METHOD();
     recordCrash();
-    if (options_.systemInfo)
+    if (options_.systemInfo && policy_.allows(DGAPolicyKey::systemProfile))
         generateSystemProfile(kDetailLevel);
     return fetchKTLogsReportFile();
 }
@@ -239,8 +243,10 @@ std::string DGAReportGenerator::fetchKTLogsReportFile() {
     sources.add(ORVNLogger::sharedLogger().logFileName().value_or(""), Kind::kAssistantLog);
     sources.add(DGACSVFileTool::shareFileTool().orvdgaCSVFilePath(), Kind::kTrace);
     addSystemProfile(sources);
-    for (const auto& report : allCrashLogs())
-        sources.add(report, Kind::kCrashReport);
+    if (policy_.allows(DGAPolicyKey::crashReports)) {
+        for (const auto& report : allCrashLogs())
+            sources.add(report, Kind::kCrashReport);
+    }
     return zipReportFiles(sources);
 }
 
@@ -268,12 +274,14 @@ void DGAReportGenerator::packKTLogs(const std::string& folder, const std::string
 
 std::string DGAReportGenerator::zipReportFiles(ReportSources& sources) {
     ORVN_LOG_METHOD();
+    leaveOutForbidden(sources);
     const std::string& number = workspace_->number();
     std::string fault = packer_->pack(number, sources);
     if (!fault.empty())
         return fault;
     summary_.number = number;
     summary_.options = options_;
+    summary_.policy = policy_;
     summary_.packed = std::chrono::system_clock::now();
     summary_.files.insert(summary_.files.begin(), sources.files.begin(), sources.files.end());
     summary_.leftOut.insert(summary_.leftOut.begin(), sources.leftOut.begin(), sources.leftOut.end());
@@ -310,6 +318,18 @@ DGAReportGenerator::Paths DGAReportGenerator::allCrashLogs() {
             reports.push_back(fmt::format("{}/{}", folder, name));
     }
     return reports;
+}
+
+// What was asked for and is not there without anything having failed.
+void DGAReportGenerator::leaveOutForbidden(ReportSources& sources) const {
+    const auto leaveOut = [&](bool asked, DGAPolicyKey key, const char* kind) {
+        if (asked && !policy_.allows(key))
+            sources.leaveOut(kind, "the administrator's policy forbids it");
+    };
+    const bool isHV = options_.serviceType == kDGAServiceTypeHV;
+    leaveOut(options_.screenShot && isHV, DGAPolicyKey::screenCapture, ReportFileKind::kScreenshot);
+    leaveOut(options_.systemInfo, DGAPolicyKey::systemProfile, ReportFileKind::kSystemProfile);
+    leaveOut(options_.crashLog, DGAPolicyKey::crashReports, ReportFileKind::kCrashReport);
 }
 
 void DGAReportGenerator::addScreenshot(ReportSources& sources) const {

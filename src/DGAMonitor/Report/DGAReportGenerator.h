@@ -11,6 +11,7 @@
 #include "DGAMonitor/Report/DGAReportPacker.h"
 #include "DGAMonitor/Report/DGAReportSummary.h"
 #include "DGAMonitor/Report/DGAReportWorkspace.h"
+#include "DGAMonitor/Session/DGAPolicy.h"
 #include "DGAMonitor/Session/DGAReportMaker.h"
 #include "reportproblem/DGAScreenshotExtractor.h"
 #include "reportproblem/OrvLogCollector.h"
@@ -36,6 +37,8 @@ public:
         /// Writes down what the system has recorded of a client's crash.
         std::function<void(const std::string& processId, const std::string& namePrefix)> crashRecord;
         std::function<std::string()> saveTime;
+        /// What may go into a report, whoever asks for it; read once for each.
+        std::function<DGAPolicy()> policy;
     };
 
     DGAReportGenerator();
@@ -89,6 +92,7 @@ private:
     // What goes into the archive.
     std::string archiveNamePrefix() const;
     Paths allCrashLogs();
+    void leaveOutForbidden(ReportSources& sources) const;
     void addScreenshot(ReportSources& sources) const;
     void addSystemProfile(ReportSources& sources) const;
 
@@ -99,6 +103,7 @@ private:
 
     // Of the run that goes on.
     DGAReportOptions options_;
+    DGAPolicy policy_;
     bool withCrashLogs_ = false;
     std::unique_ptr<OrvLogCollector> logCollector_;
     std::unique_ptr<DGAReportWorkspace> workspace_;

@@ -10,6 +10,7 @@
 #include <thread>
 #include <utility>
 
+#include "DGAMonitor/Session/DGAPolicy.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
 #include "DGAMonitor/Utilities/DGAUtilitiesFiles.h"
@@ -108,6 +109,11 @@ void UploadViewController::passParameters() {
     const std::string timeStamp = dga_transformToCurrentDateString("MM_dd_yyyy_HH:mm:ss");
     m_traceUpload = parts_.makeUploader ? parts_.makeUploader() : std::make_shared<CTraceUpload>();
     CTraceUpload& upload = *m_traceUpload;
+    const DGAPolicy policy = DGAPolicy::current();
+    const bool maySend = policy.allows(DGAPolicyKey::send);
+    upload.setRules(
+        {[policy, maySend](const std::string& host) { return maySend && policy.allowsHost(host); },
+         policy.verifiesCertificates()});
     upload.setSiteURL(text(record().uploadURL));
     upload.setConfId(text(record().confID));
     upload.setUploadTimeStamp(timeStamp);
@@ -218,6 +224,12 @@ void UploadViewController::readStatus(int32_t status) {
             break;
         case Uploader::kStatusExceedFileNumber:
             fail(needShowOverheadStep, "too many files");
+            break;
+        case Uploader::kStatusUntrusted:
+            fail(needShowConnectingFailedStep, "untrusted certificate");
+            break;
+        case Uploader::kStatusForbidden:
+            fail(needShowConnectingFailedStep, "forbidden host");
             break;
         default:
             break;
