@@ -9,6 +9,7 @@
 #include "DGAMeetingData/DGASystemResourceCheckingManager.h"
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Const/DGADicKeyStrings.h"
+#include "DGAMonitor/Session/DGAReportResults.h"
 #include "DGAMonitor/Session/DGASessionParameters.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Session/DGASessionTelemetry.h"
@@ -16,6 +17,7 @@
 #include "DGAMonitor/Watch/DGADealNotifTargetTool.h"
 #include "support/JsonValue.h"
 #include "support/ORVNLogger.h"
+#include "support/PlainText.h"
 
 DGAMonitorToolManager& DGAMonitorToolManager::shareManager() {
     static DGAMonitorToolManager* const manager = new DGAMonitorToolManager();
@@ -58,7 +60,21 @@ void DGAMonitorToolManager::addProcessObserver() {
                       &DGADealNotifTargetTool::dealNormalQuitFromClient, Delivery::overtaking);
     const std::string ready = notificationName(kDGANotificationAppReady);
     logInfo("addProcessObserver, notify client DGA app ready, send: {}", ready);
-    DGAUtilities::dga_postDistributedNotificationWithName(ready, std::nullopt, {}, true);
+    DGAUtilities::dga_postDistributedNotificationWithName(
+        ready, std::nullopt, {{dVersionKey, DGAUtilities::dga_fetchAppVersion()}}, true,
+        {{dProtocolKey, kDGAProtocol}});
+    DGAReportResults::sharedResults().setListener(
+        [this](const DGAReportResult& result) { tellReportResult(result); });
+}
+
+void DGAMonitorToolManager::tellReportResult(const DGAReportResult& result) const {
+    std::map<std::string, std::string> info{{dReportNumberKey, result.number},
+                                            {dReportStateKey, result.state}};
+    if (!result.reason.empty())
+        info[dReportReasonKey] = support::onOneLine(result.reason);
+    DGAUtilities::dga_postDistributedNotificationWithName(notificationName(kDGANotificationReportResult),
+                                                          std::nullopt, info, false);
+    DGAMeetingDataRecordTool::shareDataRecordTool().tellReportResult(support::prettyJson(info));
 }
 
 void DGAMonitorToolManager::observe(std::string_view baseName, ManagerAction action) {
@@ -165,7 +181,8 @@ void DGAMonitorToolManager::startReceiveMeetingData() {
     tool.setNotificationHandler([this](std::string_view baseName, const std::optional<std::string>& text) {
         handlePortNotification(baseName, text);
     });
-    tool.startRecord();
+    tool.startRecord(support::prettyJson(
+        {{dProtocolKey, kDGAProtocol}, {dVersionKey, DGAUtilities::dga_fetchAppVersion()}}));
 }
 
 void DGAMonitorToolManager::startCheckingSystemResourceUsage() {

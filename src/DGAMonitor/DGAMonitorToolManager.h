@@ -12,6 +12,7 @@
 
 class DGADealNotifTargetTool;
 class DGASessionRecord;
+struct DGAReportResult;
 
 /// The spine of the assistant: it subscribes to the client's notifications, tells the client that it is
 /// ready, and fills the session record, which everything else reads. Main thread.
@@ -61,6 +62,7 @@ private:
                     Delivery delivery = Delivery::inOrder);
     void handlePortNotification(std::string_view baseName, const std::optional<std::string>& text);
     void startReceiveMeetingData();
+    void tellReportResult(const DGAReportResult& result) const;
     static void startCheckingSystemResourceUsage();
 
     DGASessionRecord& record_;

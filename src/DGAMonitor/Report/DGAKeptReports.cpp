@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "DGAMonitor/Session/DGAReportResults.h"
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
 #include "platform/FileMove.h"
 #include "platform/HomePath.h"
@@ -90,6 +91,7 @@ bool DGAKeptReports::keep(const std::string& archive, Report report) const {
         return false;
     }
     removeExcess();
+    DGAReportResults::sharedResults().tell({report.number, DGAReportState::kKept});
     return true;
 }
 

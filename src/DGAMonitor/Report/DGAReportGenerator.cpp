@@ -11,6 +11,7 @@
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Report/DGASystemProfileExtractor.h"
+#include "DGAMonitor/Session/DGAReportResults.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
 #include "DGAMonitor/Utilities/DGAUtilitiesFiles.h"
@@ -148,7 +149,9 @@ void DGAReportGenerator::generateReport(const DGAReportOptions& options) {
     spxFullPath_.reset();
     std::string fault = "the folder of reports cannot be used";
     std::optional<std::string> archive;
+    std::string number;
     if (generateOrvdgaFolder()) {
+        number = workspace_->number();
         fault = options_.serviceType == kDGAServiceTypeHV ? generateHVReport() : generateKTReport();
         archive = fault.empty() ? workspace_->publish() : std::nullopt;
         if (fault.empty() && !archive)
@@ -159,6 +162,8 @@ void DGAReportGenerator::generateReport(const DGAReportOptions& options) {
     if (!fault.empty())
         logWarning("there is no report: {}", fault);
     theLastRunFailed = !fault.empty();
+    DGAReportResults::sharedResults().tell(
+        {number, fault.empty() ? DGAReportState::kMade : DGAReportState::kFailed, fault});
     tellDelegate(archive.value_or(""), fault);
 }
 
