@@ -76,7 +76,7 @@ protected:
         };
         tools.systemProfile = [](const auto&, const auto&) {};
         tools.screenshot = [](const auto&) { return ""; };
-        tools.crashRecord = [](const auto&, const auto&) {};
+        tools.crashRecord = [](const auto&, const auto&) { return std::vector<platform::CoredumpModule>(); };
         tools.saveTime = [] { return "20240315_143025"; };
         controller =
             std::make_shared<DGAProblemReportingWindowController>(DGAProblemReportingWindowController::Parts{

@@ -103,6 +103,8 @@ protected:
         };
         tools_.crashRecord = [this](const std::string& processId, const std::string& prefix) {
             crashes_.push_back(processId + " " + prefix);
+            return std::vector<platform::CoredumpModule>{{"libc.so.6", "ab12", "2.36-9"},
+                                                         {"convexa", "", ""}};
         };
         tools_.run = [this](const platform::Task& task) {
             EXPECT_EQ(task.program, "/usr/bin/zip");
@@ -433,6 +435,10 @@ TEST_F(ReportGeneratorRunTest, ACrashIsWrittenDownOnlyIfThereMayBeOne) {
     EXPECT_THAT(namesInArchive(kArchive + ".zip"), testing::Contains("Convexa_1.crash"))
         << "after a crash, whoever asks";
     EXPECT_EQ(crashes_, Paths{"4711 Convexa_"});
+    const auto modules = summaryOf(kArchive + ".zip")["modules"];
+    EXPECT_EQ(modules,
+              (nlohmann::json::parse(R"([{"name": "libc.so.6", "buildId": "ab12", "version": "2.36-9"},
+                                                  {"name": "convexa"}])")));
 }
 
 TEST_F(ReportGeneratorRunTest, ARunOutlivesTheOwnerOfItsGenerator) {

@@ -87,7 +87,7 @@ DGAReportGenerator::DGAReportGenerator(Tools tools)
         };
     if (!tools_.crashRecord)
         tools_.crashRecord = [](const std::string& processId, const std::string& namePrefix) {
-            platform::writeCoredumpRecord(
+            return platform::writeCoredumpRecord(
                 processId, platform::expandTilde("~/Library/Logs/DiagnosticReports"), namePrefix);
         };
     if (!tools_.saveTime)
@@ -195,13 +195,14 @@ bool DGAReportGenerator::generateOrvdgaFolder() {
 }
 
 // A client that has said goodbye has not crashed.
-void DGAReportGenerator::recordCrash() const {
+void DGAReportGenerator::recordCrash() {
     const DGASessionRecord& record = DGASessionRecord::sharedRecord();
     const auto processId = record.pID.get();
     if (!withCrashLogs_ || !processId || record.clientHasQuit)
         return;
     const bool isHV = options_.serviceType == kDGAServiceTypeHV;
-    tools_.crashRecord(*processId, isHV ? std::string(OrvMeetingCrashLogPrefix) + "_" : kDGAKTCrashLogPrefix);
+    summary_.modules = tools_.crashRecord(
+        *processId, isHV ? std::string(OrvMeetingCrashLogPrefix) + "_" : kDGAKTCrashLogPrefix);
 }
 
 void DGAReportGenerator::generateSystemProfile(const std::string& detailLevel) {

@@ -13,6 +13,7 @@
 #include "DGAMonitor/Report/DGAReportWorkspace.h"
 #include "DGAMonitor/Session/DGAPolicy.h"
 #include "DGAMonitor/Session/DGAReportMaker.h"
+#include "platform/CoredumpModules.h"
 #include "reportproblem/DGAScreenshotExtractor.h"
 #include "reportproblem/OrvLogCollector.h"
 
@@ -34,8 +35,10 @@ public:
         /// screenshot, in pairs; left empty, nothing is done.
         std::function<void()> hideWindows;
         std::function<void()> showWindows;
-        /// Writes down what the system has recorded of a client's crash.
-        std::function<void(const std::string& processId, const std::string& namePrefix)> crashRecord;
+        /// Writes down what the system has recorded of a client's crash; returns the modules of its stack.
+        std::function<std::vector<platform::CoredumpModule>(const std::string& processId,
+                                                            const std::string& namePrefix)>
+            crashRecord;
         std::function<std::string()> saveTime;
         /// What may go into a report, whoever asks for it; read once for each.
         std::function<DGAPolicy()> policy;
@@ -80,7 +83,7 @@ private:
     std::string generateHVReport();
     std::string generateKTReport();
     bool generateOrvdgaFolder();
-    void recordCrash() const;
+    void recordCrash();
     void generateSystemProfile(const std::string& detailLevel);
     void generateScreenshot();
     std::string fetchHVLogsReportFile();
