@@ -43,11 +43,15 @@ if(ORVANEDGA_HAS_PACKAGE_NOTES)
   target_link_options(orvanedga_options INTERFACE "${package_note}")
 endif()
 
-# orvanedga_add_layer(<name> SOURCES ... [LINK ...]): one source folder as one library. The objects
-# of the core's folders end up in libdgacore, once, so that its singletons exist once per process.
+# orvanedga_add_layer(<name> [SMALL] SOURCES ... [LINK ...]): one source folder as one library. The objects
+# of the core's folders end up in libdgacore, once, so that its singletons exist once per process. SMALL is for
+# what runs seldom: it stays in memory for as long as the client runs.
 function(orvanedga_add_layer name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  cmake_parse_arguments(ARG "SMALL" "" "SOURCES;LINK" ${ARGN})
   add_library(${name} OBJECT ${ARG_SOURCES})
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src ${PROJECT_BINARY_DIR}/generated)
   target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE orvanedga_options)
+  if(ARG_SMALL)
+    target_compile_options(${name} PRIVATE "$<$<CONFIG:Release,RelWithDebInfo>:-Os>")
+  endif()
 endfunction()
