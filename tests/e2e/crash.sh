@@ -5,7 +5,7 @@ xev > /dev/null &
 eventually xdotool search --name 'Event Tester' > /dev/null || fail "no other window"
 kill -KILL "$client"
 in_front
-see text 'Enter problem description*' focused
+see text 'Describe the problem*' focused
 for_everybody
 eventually only_archive > /dev/null || fail "not one archive: $(ls /tmp/orvdga)"
 xdotool type 'It was gone'

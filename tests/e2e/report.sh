@@ -15,8 +15,8 @@ key Down
 see 'combo box' Audio
 see 'push button' 'Send Report' sensitive
 key Return
-says 'Report prepared' 'Connected to server' 'Uploading sent' 'Your problem report has been sent.' \
-    'Problem tracking email confirmation sent to asa@example.com.'
+says 'Report prepared' 'Connected to the server' 'Report uploaded' 'Your problem report has been sent.' \
+    'A confirmation email will be sent to asa@example.com.'
 for_everybody
 in_front
 see 'push button' OK focused

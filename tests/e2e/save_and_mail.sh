@@ -32,15 +32,15 @@ saved() { unzip -tq "$1" > /dev/null || fail "no archive at $1"; }
 start_meeting '"enableSendProblemReport": false'
 begin 'It flickers & stutters: 50%'
 for_everybody
-says 'Help us resolve your problem. Create a report that contains a Tellan Orvane log file. The report is confidential and anonymous.'
+says '*The report is not anonymous: it contains your name*'
 mail_program
 click 'push button' 'Send Mail'
 eventually test -e /tmp/link || fail "the mail program is not started"
 gone dialog "$title"
 archive=$(only_archive)
-[[ $(value subject) == 'Problem report: Tellan Orvane Meetings for Mac (version 43.6.0.118)' ]] ||
+[[ $(value subject) == 'Problem report: Tellan Orvane Meetings for Linux (version 43.6.0.118)' ]] ||
     fail "the subject is $(value subject)"
-[[ $(value body) == 'If a support representative asks you to send a log file, '*$'\n\nWhat does the problem occur?\nVideo\nIt flickers & stutters: 50%' ]] ||
+[[ $(value body) == 'If a support representative asks you for a report, '*$'\n\nWhere does the problem occur?\nVideo\nIt flickers & stutters: 50%' ]] ||
     fail "the body is $(value body)"
 [[ $(value attach) == "$archive" ]] || fail "attached is $(value attach), not $archive"
 saved "$archive"

@@ -4,13 +4,13 @@ sent_text() { tail -n 1 "$(ls -t arrived/*.jsonl | head -n 1)" | sed 's/.*"pd":"
 # send_written FILE: with this description.
 send_written() {
     ask_for_report
-    screen write text 'Enter problem description*' "$1" || fail "cannot be written"
+    screen write text 'Describe the problem*' "$1" || fail "cannot be written"
     key ctrl+End Tab
     see 'combo box' '*' focused
     key Down
     see 'combo box' Joining
     key Return
-    says 'Uploading sent'
+    says 'Report uploaded'
     sent_text | cmp - "$1" || fail "something else arrived for $1: $(sent_text | head -c 200)"
     click 'push button' OK
     gone dialog "$title"
@@ -37,7 +37,7 @@ all_recorded() { (($(cat /tmp/orvdga/orvanedga_meeting_*/*.csv | grep -c '^31,1,
 socat -u - "UNIX-CONNECT:$XDG_RUNTIME_DIR/com.tellan.orvane.orvanedga.$dga" < frames &
 feeder=$!
 key a shift+Return b
-[[ $(screen read text 'Enter problem description*') == $'a\nb' ]] || fail "the keys do not arrive"
+[[ $(screen read text 'Describe the problem*') == $'a\nb' ]] || fail "the keys do not arrive"
 wait "$feeder"
 eventually all_recorded || fail "records are lost: $(tail -n 2 /tmp/orvdga/orvanedga_meeting_*/*.csv)"
 key Escape

@@ -92,7 +92,7 @@ start_meeting() {
 ask_for_report() {
     post ORVANE_DGA_GENERATE_REPORT > /dev/null
     in_front
-    see text 'Enter problem description*' focused
+    see text 'Describe the problem*' focused
 }
 # fill_in TEXT STEPS CATEGORY: by keys only, from the description to the category that is so many steps down.
 fill_in() {

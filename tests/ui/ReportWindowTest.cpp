@@ -12,6 +12,8 @@
 
 #include "DGAMonitor/Session/DGASessionTelemetry.h"
 #include "DGAMonitor/Session/DGATelemetryManager.h"
+#include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
+#include "DGAMonitor/View/DGAText.h"
 #include "DGAMonitor/View/SendReport/View/DGASendReportInfoView.h"
 #include "platform/RunLoop.h"
 #include "ui/ReportWindowFixture.h"
@@ -84,7 +86,7 @@ TEST_F(ProblemReportingWindowTest, OffersTheCategoriesOfTheServiceAndSendsTheirN
         for (size_t i = 1; i <= c.numbers.size(); ++i) {
             controller->showPRWindow();
             ASSERT_EQ(box().count(), static_cast<int>(c.numbers.size()) + 1);
-            EXPECT_EQ(box().title(), c.frozen ? lDGADropListNotResponding : lDGADropListChooseType);
+            EXPECT_EQ(box().title(), dgaText(c.frozen ? lDGADropListNotResponding : lDGADropListChooseType));
             EXPECT_EQ(find<QWidget>("_fullBtn").isVisible(), c.service != 10);
             field().setStringValue("x");
             EXPECT_EQ(send().isEnabled(), c.frozen) << "a frozen client is a category already";
@@ -110,11 +112,11 @@ TEST_F(ProblemReportingWindowTest, AnOpenWindowKeepsWhatWasEnteredAndAClosedOneF
 
     record().isFreeze = true;
     open();
-    EXPECT_EQ(box().title(), lDGADropListNotResponding);
+    EXPECT_EQ(box().title(), dgaText(lDGADropListNotResponding));
     record().isFreeze = false;
     open();
-    EXPECT_EQ(box().title(), lDGADropListNotResponding);
-    EXPECT_EQ(box().findText(lDGADropListNotResponding), -1);
+    EXPECT_EQ(box().title(), dgaText(lDGADropListNotResponding));
+    EXPECT_EQ(box().findText(dgaText(lDGADropListNotResponding)), -1);
     ui::click(send());
     EXPECT_THAT(upload->asked,
                 ElementsAre(Upload({.systemInfo = true,
@@ -155,7 +157,7 @@ TEST_F(ProblemReportingWindowTest, SendMailMakesAReportAndHandsItOver) {
     record().clientVersion.set("39.%@");
     open();
     EXPECT_EQ(send().text(), lDGARPWindowSendMailStr);
-    EXPECT_EQ(find<QLabel>("_msgLab").text(), lDGARPWindowMsg1Str);
+    EXPECT_EQ(find<QLabel>("_msgLab").text(), dgaText(lDGARPWindowMsg1Str));
     EXPECT_TRUE(save().isVisible());
     describe("no %@ sound");
     choose(lDGADropListAudio);
@@ -176,9 +178,10 @@ TEST_F(ProblemReportingWindowTest, SendMailMakesAReportAndHandsItOver) {
     ASSERT_EQ(mails.size(), 1U);
     const ReportMail& mail = mails.front();
     EXPECT_EQ(mail._recipient, "");
-    EXPECT_EQ(mail._mailTitle, "Problem report: Tellan Orvane Meetings for Mac (version 39.%@)");
-    EXPECT_EQ(mail._mailBody,
-              std::string(lDGAReportMailBodyStr) + "\n\n" + lDGADropListAlertTitle + "\nAudio\nno %@ sound!");
+    EXPECT_EQ(mail._mailTitle, "Problem report: Tellan Orvane Meetings for Linux (version 39.%@)");
+    EXPECT_EQ(mail._mailBody, DGAUtilities::dga_localize(lDGAReportMailBodyStr) + "\n\n" +
+                                  DGAUtilities::dga_localize(lDGADropListAlertTitle) +
+                                  "\nAudio\nno %@ sound!");
     EXPECT_THAT(mail._attachments, ElementsAre(kArchive));
     EXPECT_TRUE(std::filesystem::exists(kArchive));
     EXPECT_EQ(status(), "1111");
@@ -191,9 +194,9 @@ TEST_F(ProblemReportingWindowTest, AReportThatFailsMayBeTriedAgain) {
     fillIn();
     ui::click(save());
     EXPECT_TRUE(ui::waitUntil([this] {
-        return find<QLabel>("_msgLab").text() == lDGARPWindowMsg1Str ? false : status() == "1111";
+        return find<QLabel>("_msgLab").text() == dgaText(lDGARPWindowMsg1Str) ? false : status() == "1111";
     }));
-    EXPECT_EQ(find<QLabel>("_msgLab").text(), kTextReportPareparedFailed);
+    EXPECT_EQ(find<QLabel>("_msgLab").text(), dgaText(kTextReportPareparedFailed));
     EXPECT_FALSE(savePanel());
     zipStatus = 0;
     ui::click(send());
