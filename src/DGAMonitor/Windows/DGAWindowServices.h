@@ -36,8 +36,8 @@ public:
     virtual void sendTelemetryAction(DGATelemetryAction action) = 0;
     virtual void uploadChanged(const DGAUploadState& state) = 0;
 
-    /// What was entered and not sent yet. Kept as long as the assistant runs; a report that is being sent ends
-    /// the draft of its text, since from then on its archive holds it.
+    /// What was entered and not sent yet. Kept as long as the assistant runs; a report that is being sent
+    /// ends the draft of its text, since from then on its archive holds it.
     virtual DGAReportDraft draft() = 0;
     virtual void setDraft(const DGAReportDraft& draft) = 0;
 };
