@@ -7,7 +7,7 @@ fi
 upload_server
 start_meeting
 send_report 'Bare'
-says 'Uploading sent'
+says 'Report uploaded'
 click 'push button' OK
 gone dialog "$title"
 ask_for_report

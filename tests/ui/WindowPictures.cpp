@@ -19,6 +19,7 @@
 #include <mutex>
 
 #include "DGAMonitor/DGACoreWindowServices.h"
+#include "DGAMonitor/Report/DGAReportGenerator.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/View/DGAFrozeWindowController.h"
 #include "DGAMonitor/View/SendReport/Controller/DGAProblemReportingWindowController.h"
@@ -154,7 +155,7 @@ private:
     std::unique_ptr<DGAProblemReportingWindowController> makeReportWindow() {
         return std::make_unique<DGAProblemReportingWindowController>(
             DGAProblemReportingWindowController::Parts{[this] { return generatorThatWaits(ready_); },
-                                                       [](const ReportMail&) {}});
+                                                       [](const ReportMail&, const auto&) {}});
     }
 
     void fill(QWidget& window) {

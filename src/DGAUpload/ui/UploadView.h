@@ -40,7 +40,7 @@ public:
 
     // The steps: true shows that one has succeeded, false that it has failed.
     void showReportPreparedStep(bool succeeded);
-    /// There is no archive, so that nothing can be saved: the save button becomes "Try again".
+    /// There is no archive, so that nothing can be saved: the save button becomes "Try Again".
     void showReportFailed();
     void showConnectServerStep(bool succeeded);
     void showUploadingToServerStep(bool succeeded);
