@@ -12,7 +12,6 @@
 #include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAText.h"
-#include "DGAMonitor/View/DGAViewFrame.h"
 #include "DGAMonitor/View/SendReport/Controller/DGAProblemCatagories.h"
 #include "DGAMonitor/View/SendReport/View/DGAMouseTrackingButton.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
@@ -68,6 +67,8 @@ void DGAProblemReportingWindowController::doInitialization() {
     prepareCheckboxes();
     setupUIVStyle();
     setupKeyboard();
+    window().setDrawnFrame(*ui_->_titleLab, *ui_->_closeBtn);
+    window().setScrolling(*ui_->contentLayout);
     connectActions();
 }
 
@@ -121,7 +122,7 @@ void DGAProblemReportingWindowController::setupUIVStyle() {
     // Clicks on it are meant for the field.
     ui_->_placeholderLab->setAttribute(Qt::WA_TransparentForMouseEvents);
 
-    ui_->_textFieldBgV->setBorderColor(dga_hexStringToColor(QStringLiteral("#D6D6D6")));
+    ui_->_textFieldBgV->setBorderColor(DGAStyle::kControlEdge);
     ui_->_textFieldBgV->setBorderWidth(1.0);
     ui_->_textFieldBgV->setCornerRadius(4.0);
 
