@@ -7,10 +7,16 @@ namespace {
 
 constexpr int kLeastHeight = 96;
 
+/// Its least height is what it needs at its width; that of its layout is for texts wrapped at any width.
+class Holder final : public QWidget {
+public:
+    QSize minimumSizeHint() const override { return {QWidget::minimumSizeHint().width(), 0}; }
+};
+
 }  // namespace
 
 DGAScrollArea::DGAScrollArea(QLayout* contents, QWidget* parent) : QScrollArea(parent) {
-    auto* const holder = new QWidget;
+    auto* const holder = new Holder;
     holder->setLayout(contents);
     setWidget(holder);
     setWidgetResizable(true);
@@ -40,14 +46,29 @@ QSize DGAScrollArea::minimumSizeHint() const {
 }
 
 int DGAScrollArea::heightForWidth(int width) const {
+    return qMin(limit_, wantedHeight(width));
+}
+
+int DGAScrollArea::wantedHeight(int width) const {
     const QLayout& layout = *widget()->layout();
-    const int wanted =
-        layout.hasHeightForWidth() ? layout.totalHeightForWidth(width) : layout.totalSizeHint().height();
-    return qMin(limit_, wanted);
+    return layout.hasHeightForWidth() ? layout.totalHeightForWidth(width) : layout.totalSizeHint().height();
+}
+
+// Decided here: the toolkit goes by the width that a bar leaves, and so keeps one that was needed once.
+void DGAScrollArea::judgeScrollBar() {
+    setVerticalScrollBarPolicy(wantedHeight(width()) > height() ? Qt::ScrollBarAlwaysOn
+                                                                : Qt::ScrollBarAlwaysOff);
+}
+
+void DGAScrollArea::resizeEvent(QResizeEvent* event) {
+    judgeScrollBar();
+    QScrollArea::resizeEvent(event);
 }
 
 bool DGAScrollArea::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == widget() && event->type() == QEvent::LayoutRequest)
+    if (watched == widget() && event->type() == QEvent::LayoutRequest) {
+        judgeScrollBar();
         updateGeometry();
+    }
     return QScrollArea::eventFilter(watched, event);
 }

@@ -20,8 +20,12 @@ public:
     int heightForWidth(int width) const override;
 
 protected:
+    void resizeEvent(QResizeEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    int wantedHeight(int width) const;
+    void judgeScrollBar();
+
     int limit_ = QWIDGETSIZE_MAX;
 };

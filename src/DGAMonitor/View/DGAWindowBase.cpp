@@ -63,6 +63,12 @@ void DGAWindowBase::bringToFront() {
         return;
     if (isMinimized())
         showNormal();
+    // Compositors bring a new window to the front; one that they know they only mark as wanting attention.
+    if (!isActiveWindow() && shownBefore_ && !dgaMayActivateWindows()) {
+        setHiddenForPicture(true);
+        setVisible(true);
+    }
+    shownBefore_ = true;
     dgaActivateWindow(*this);
     // A window that comes back within the toolkit's patience with a lost keyboard (400 ms) still has the
     // keyboard for it, but is active no more, and would stay so: it hears of no change.
@@ -131,7 +137,8 @@ void DGAWindowBase::fit() {
         const QSize wanted = layout()->totalSizeHint();
         const QMargins margins = layout()->contentsMargins();
         const int contents = scroll_->heightForWidth(wanted.width() - margins.left() - margins.right());
-        scroll_->setHeightLimit(contents - qMax(0, wanted.height() - room.height()));
+        if (wanted.height() > room.height())
+            scroll_->setHeightLimit(contents - (wanted.height() - room.height()));
     }
     // Not adjustSize(), which leaves a third of the screen.
     if (layout())
@@ -143,7 +150,8 @@ void DGAWindowBase::fit() {
 
 bool DGAWindowBase::event(QEvent* event) {
     const bool handled = QWidget::event(event);
-    if (event->type() == QEvent::LayoutRequest && isVisible() && size() == fitted_)
+    // Its layout may have made it as large as it has to be at least.
+    if (event->type() == QEvent::LayoutRequest && isVisible() && size() == fitted_.expandedTo(minimumSize()))
         fit();
     return handled;
 }
@@ -170,6 +178,7 @@ void DGAWindowBase::setHiddenForPicture(bool hidden) {
     } else {
         setVisible(true);
         move(place);
+        shownBefore_ = false;
         if (wasActive_)
             bringToFront();
     }
@@ -179,6 +188,7 @@ void DGAWindowBase::setVisible(bool visible) {
     if (visible)
         adoptFrame();
     const bool wasClosedMeanwhile = std::exchange(hiddenForPicture_, false) && !visible;
+    shownBefore_ = shownBefore_ && visible;
     QWidget::setVisible(visible);
     if (wasClosedMeanwhile)
         DGAApplicationWindows::sharedWindows().setVisible(this, false);

@@ -74,7 +74,8 @@ private:
     DGAScrollArea* scroll_ = nullptr;
     QSize fitted_;  // the size that its contents have given it
     bool hiddenForPicture_ = false;
-    bool wasActive_ = false;  // before that
+    bool shownBefore_ = false;  // it is no new window to the desktop
+    bool wasActive_ = false;    // before that
     bool dragging_ = false;
     QPoint dragStart_;
     QPoint dragOrigin_;
