@@ -33,6 +33,8 @@ void DGACoreWindowServices::uploadChanged(const DGAUploadState& state) {
     logInfo("the report {}: {}{}{}", state.path, state.state, state.reason.empty() ? "" : ", ", state.reason);
     DGASessionRecord::sharedRecord().events.add(
         DGASessionEventKind::upload, state.state + (state.reason.empty() ? "" : ": " + state.reason));
+    if (state.comment == draft_.description)
+        draft_ = {};
     if (state.state == "sending")
         return;
     const bool isOver = state.state == "sent" || state.state == "saved";

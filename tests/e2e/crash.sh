@@ -12,7 +12,7 @@ xdotool type 'It was gone'
 see 'combo box' '-- Choose a problem type --'
 # Ready to quit, but not as long as the window is up.
 await_log 'noVisibleWindow = 0,readyToQuit = 1' 2
-key Escape
+close_report
 ends
 only_archive > /dev/null || fail "the archive is gone"
 

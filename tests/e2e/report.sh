@@ -14,7 +14,7 @@ fill_in 'No sound, 100% of the time' 1 Joining
 key Down
 see 'combo box' Audio
 see 'push button' 'Send Report' sensitive
-key Return
+key ctrl+Return
 says 'Report prepared' 'Connected to the server' 'Report uploaded' 'Your problem report has been sent.' \
     'A confirmation email will be sent to asa@example.com.'
 for_everybody

@@ -69,7 +69,7 @@ eventually report_is_focused || fail "the report window stays behind: $(windows)
 kill "$(pgrep -P "$other")"
 seen 1
 
-key Return
+key ctrl+Return
 says 'Report uploaded'
 seen 1
 key Return

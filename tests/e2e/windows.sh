@@ -107,8 +107,15 @@ fill_in() {
 send_report() {
     ask_for_report
     fill_in "$1" 2 Audio
-    key Return
+    key ctrl+Return
     await_log 'UploadWindowController::showUploadWindowIfScreenShot'
+}
+# close_report: the window with something typed, which asks.
+close_report() {
+    key Escape
+    see 'push button' 'Keep Writing' focused
+    key Left Return
+    gone dialog "$title"
 }
 only_archive() {
     local found=(/tmp/orvdga/*.zip)

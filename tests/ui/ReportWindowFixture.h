@@ -33,6 +33,8 @@ public:
     void showUploadWindowIfScreenShot(const DGAReportOptions& options, const std::string& comment,
                                       int64_t problemCatagory) override {
         asked.emplace_back(options, comment, problemCatagory);
+        DGAApplicationWindows::sharedWindows().services().uploadChanged(
+            {"/tmp/x.zip", "sending", "", comment, problemCatagory});
     }
     std::vector<Upload> asked;
 };
@@ -55,6 +57,7 @@ protected:
         UiTest::TearDown();
         gate.reset();
         controller.reset();
+        DGAApplicationWindows::sharedWindows().services().setDraft({});
         runFor(std::chrono::milliseconds(50));
         DGAApplicationWindows::sharedWindows().uploadWindowCtrl.reset();
         for (const char* path : {"/tmp/orvdga", "/tmp/target"})

@@ -36,6 +36,16 @@ protected:
         EXPECT_EQ(status(), "0000");
         ui::runFor(50ms);
     }
+    QMessageBox* question() { return qobject_cast<QMessageBox*>(QApplication::activeWindow()); }
+    /// Closes by keys, and answers the question.
+    void leaveBy(const std::string& keys, bool really) {
+        ui::press(keys);
+        ASSERT_TRUE(ui::waitUntil([this] { return question() != nullptr; }));
+        EXPECT_TRUE(controller->isVisible());
+        ui::press(really ? "Left Return" : "Return");
+        EXPECT_TRUE(ui::waitUntil([&] { return !question() && controller->isVisible() != really; }));
+        EXPECT_TRUE(really || ui::waitUntilActive(controller->window()));
+    }
     void fillIn() {
         describe("no sound");
         choose(lDGADropListAudio);
@@ -126,7 +136,7 @@ TEST_F(ProblemReportingWindowTest, AnOpenWindowKeepsWhatWasEnteredAndAClosedOneF
                                    "no sound", 6)));
 
     open();
-    EXPECT_EQ(field().stringValue(), "");
+    EXPECT_EQ(field().stringValue(), "") << "that draft has become a report";
     EXPECT_EQ(box().title(), lDGADropListChooseType);
     EXPECT_TRUE(find<DGACheckboxButton>("_fullBtn").selected());
     EXPECT_TRUE(placeholderShows());
@@ -140,6 +150,60 @@ TEST_F(ProblemReportingWindowTest, AnOpenWindowKeepsWhatWasEnteredAndAClosedOneF
                                             .category = DGAReportCategory{2, lDGADropListAudio}},
                                            "no sound", 2))
         << "the menu is that of now";
+}
+
+TEST_F(ProblemReportingWindowTest, WhoClosesIsAskedAndFindsTheDraftAgain) {
+    for (const char* const way : {"Escape", "alt+F4"}) {
+        SCOPED_TRACE(way);
+        open();
+        ui::press(way);
+        EXPECT_TRUE(ui::waitUntil([this] { return !controller->isVisible(); })) << "nothing would be lost";
+        open();
+        fillIn();
+        ui::click(find<QWidget>("_fullBtn"));
+        leaveBy(way, false);
+        EXPECT_EQ(field().stringValue(), "no sound");
+        leaveBy(way, true);
+        make();  // as the next window program does
+        record().language.set("German");
+        open();
+        EXPECT_EQ(field().stringValue(), "no sound");
+        EXPECT_EQ(box().title(), "Audio");
+        EXPECT_FALSE(find<DGACheckboxButton>("_fullBtn").selected());
+        EXPECT_EQ(send().text(), "Bericht senden");
+        EXPECT_EQ(status(), "1111");
+        record().language.set("English");
+        field().selectAll();
+        ui::press("BackSpace Escape");
+        EXPECT_TRUE(ui::waitUntil([this] { return !controller->isVisible(); }));
+    }
+    open();
+    fillIn();
+    EXPECT_TRUE(ui::waitUntil([] {
+        return !DGAApplicationWindows::sharedWindows().services().draft().description.empty();
+    })) << "also where the windows crash";
+    leaveBy("Escape", true);
+    record().isFreeze = true;
+    open();
+    EXPECT_EQ(field().stringValue(), "no sound");
+    EXPECT_EQ(box().title(), dgaText(lDGADropListNotResponding));
+}
+
+TEST_F(ProblemReportingWindowTest, AnOpenWindowActsAsItIsLabelled) {
+    open();
+    record().enableSendReport = false;
+    record().serviceType = 10;
+    fillIn();
+    open();
+    EXPECT_EQ(send().text(), lDGAProblemReportWindowSendBtnStr);
+    EXPECT_EQ(box().findText(lDGADropListMeeting), -1);
+    ui::press("ctrl+Return");
+    ASSERT_EQ(upload->asked.size(), 1U);
+    EXPECT_EQ(std::get<0>(upload->asked[0]).serviceType, 1);
+    open();
+    EXPECT_EQ(send().text(), lDGARPWindowSendMailStr);
+    EXPECT_TRUE(save().isVisible());
+    EXPECT_NE(box().findText(lDGADropListMeeting), -1);
 }
 
 TEST_F(ProblemReportingWindowTest, WithoutAnUploadWindowNothingThatWasEnteredIsLost) {
@@ -171,8 +235,8 @@ TEST_F(ProblemReportingWindowTest, SendMailMakesAReportAndHandsItOver) {
     record().isFreeze = false;
     EXPECT_EQ(status(), "0000") << "nor may being shown again";
     choose(lDGADropListAudio);
-    ui::press("Return Escape");
-    EXPECT_TRUE(controller->isVisible());
+    ui::press("Return ctrl+Return");
+    leaveBy("Escape", false);
     gate.reset();
     EXPECT_TRUE(ui::waitUntil([this] { return !controller->isVisible(); }));
     ASSERT_EQ(mails.size(), 1U);
@@ -185,6 +249,8 @@ TEST_F(ProblemReportingWindowTest, SendMailMakesAReportAndHandsItOver) {
     EXPECT_THAT(mail._attachments, ElementsAre(kArchive));
     EXPECT_TRUE(std::filesystem::exists(kArchive));
     EXPECT_EQ(status(), "1111");
+    open();
+    EXPECT_EQ(field().stringValue(), "") << "the mail has it";
 }
 
 TEST_F(ProblemReportingWindowTest, AReportThatFailsMayBeTriedAgain) {
@@ -269,14 +335,13 @@ TEST_F(ProblemReportingWindowTest, MayBeClosedOrReleasedWhileAReportIsMade) {
         SCOPED_TRACE(name);
         open();
         start(find<DGAButton>(name));
-        ui::press("alt+F4");
-        EXPECT_FALSE(controller->isVisible()) << "the way out of a report that never gets ready";
+        leaveBy("alt+F4", true);  // the way out of a report that never gets ready
         open();
-        EXPECT_EQ(status(), "0011");
+        EXPECT_EQ(status(), "1111");
         finish();
         EXPECT_TRUE(controller->isVisible());
         EXPECT_FALSE(savePanel());
-        EXPECT_EQ(status(), "0011") << "that report was another's";
+        EXPECT_EQ(status(), "1111") << "that report was another's";
 
         start(find<DGAButton>(name));
         controller.reset();
@@ -300,7 +365,7 @@ TEST_F(ProblemReportingWindowTest, TakesALongTextOfAnyKindWithoutLoss) {
         "\xF0\x9F\x91\xA9\xE2\x80\x8D\xF0\x9F\x92\xBB \xE2\x80\xA8separator \xF0\x9F\x98\x80 "
         "\xE6\x97\xA5\xE6\x9C\xAC";
     std::string text = kinds;
-    while (text.size() < 100000)
+    while (text.size() < 12000)
         text += "0123456789 abcdefghijklmnopqrstuvwxyz ";
     open();
     QGuiApplication::clipboard()->setText(QString::fromStdString(text));
@@ -309,17 +374,32 @@ TEST_F(ProblemReportingWindowTest, TakesALongTextOfAnyKindWithoutLoss) {
     ui::press("ctrl+v");
     EXPECT_TRUE(ui::waitUntil([&] { return field().hasText(); }));
     const auto pasted = clock.restart();
-    ui::press("e");
-    ui::press("shift+Return");
-    ui::press("f");
+    for (const char* key : {"e", "Return", "f"})
+        ui::press(key);
     const auto typed = clock.elapsed();
     RecordProperty("paste_milliseconds", std::to_string(pasted));
     RecordProperty("three_keys_milliseconds", std::to_string(typed));
     EXPECT_LT(typed, ui::isSanitized() ? 20000 : 2000);
+    EXPECT_TRUE(field().stringValue() == text + "e\nf");
     choose(lDGADropListVideo);
+    const auto& counter = find<QLabel>("_counterLab");
+    const int over = field().toPlainText().toUcs4().size() - 10000;
+    EXPECT_EQ(counter.text(),
+              QString("The description is too long. Characters over the limit: %1.").arg(over));
+    ui::takePicture("too_long");
+    EXPECT_EQ(status(), "0011");
+    const auto cutTo = [this](int characters) {
+        field().setStringValue(field().toPlainText().remove(characters, 100000).toStdString());
+    };
+    cutTo(10003);  // three characters take two units each
+    EXPECT_EQ(counter.text(), "Characters left: 0");
+    EXPECT_EQ(status(), "1111");
+    cutTo(9502);
+    EXPECT_FALSE(counter.isVisible());
+    const std::string shown = field().stringValue();
     ui::click(send());
     ASSERT_EQ(upload->asked.size(), 1U);
-    EXPECT_TRUE(std::get<1>(upload->asked[0]) == text + "e\nf");
+    EXPECT_TRUE(std::get<1>(upload->asked[0]) == shown);
 }
 
 TEST_F(ProblemReportingWindowTest, IsUsedWithTheKeyboardAlone) {
@@ -347,11 +427,13 @@ TEST_F(ProblemReportingWindowTest, IsUsedWithTheKeyboardAlone) {
     ui::press("Tab Tab space");
     EXPECT_FALSE(find<DGACheckboxButton>("_fullBtn").selected());
     ui::press("Return");
-    EXPECT_TRUE(ui::waitUntil([this] { return mails.size() == 1; })) << "Return is for the default button";
+    EXPECT_EQ(status(), "1111") << "Return alone sends nothing";
+    ui::press("ctrl+Return");
+    EXPECT_TRUE(ui::waitUntil([this] { return mails.size() == 1; }));
 
     open();
-    ui::press("Return");
-    EXPECT_TRUE(controller->isVisible()) << "which is disabled now";
+    ui::press("ctrl+Return");
+    EXPECT_TRUE(controller->isVisible()) << "there is nothing to send";
     ui::press("Escape");
     EXPECT_FALSE(controller->isVisible());
     EXPECT_EQ(mails.size(), 1U);
@@ -388,12 +470,13 @@ TEST_F(ProblemReportingWindowTest, EveryButtonTellsItsTelemetryAction) {
     record().telemetryHttpHeaders.set(std::make_shared<nlohmann::json>(nlohmann::json::object()));
     dgaSetupTelemetry(record());
 
-    const auto expectAction = [&](const char* button, bool sends, const std::string& action) {
+    const auto expectAction = [&](const char* button, bool sends, const std::string& action,
+                                  const char* text = "x") {
         SCOPED_TRACE(action);
         record().enableSendReport = sends;
         controller.reset();
         open();
-        field().setStringValue("x");
+        field().setStringValue(text);
         emit box().activated(2);
         find<QAbstractButton>(button).click();
         const auto arrived = [&] {
@@ -408,9 +491,9 @@ TEST_F(ProblemReportingWindowTest, EveryButtonTellsItsTelemetryAction) {
     };
     expectAction("_saveBtn", false, "2601");
     expectAction("_sendBtn", false, "2602");
-    expectAction("_cancelBtn", true, "2603");
+    expectAction("_cancelBtn", true, "2603", "");
     expectAction("_sendBtn", true, "2607");
-    expectAction("_closeBtn", true, "");
+    expectAction("_closeBtn", true, "", "");
     server.stop();
     thread.join();
     record().telemetryMrg = nullptr;

@@ -47,7 +47,6 @@ private:
     QString withAllowedEnding(const QString& path) const;
     void confirmReplacing(const QString& path);
     void take(const QString& path);
-    void refuse(const QString& text);
 
     QStringList endings_;
     DGASavePanelDelegate* delegate_ = nullptr;

@@ -1,18 +1,20 @@
 #include "DGAMonitor/View/SendReport/Controller/DGAProblemReportingWindowController.h"
 
 #include <QLabel>
+#include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 #include <utility>
-#include <vector>
 
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
-#include "DGAMonitor/View/DGAStyle.h"
+#include "DGAMonitor/View/DGAMessage.h"
 #include "DGAMonitor/View/DGAText.h"
 #include "DGAMonitor/View/SendReport/Controller/DGAProblemCatagories.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAReportForm.h"
 #include "DGAMonitor/View/SendReport/View/DGAMouseTrackingButton.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/Windows/DGAUtilitiesWindows.h"
@@ -26,8 +28,10 @@ namespace {
 
 constexpr int kNotRespondingIndex = 1;
 
-constexpr int kPlainButton = 0;
-constexpr int kPrimaryButton = 2;
+// Characters; the description travels with every piece of an upload.
+constexpr int kLongestDescription = 10000;
+constexpr int kCounterAppears = 500;  // when so many are left
+constexpr std::chrono::seconds kDraftPause{1};
 
 DGASessionRecord& record() {
     return DGASessionRecord::sharedRecord();
@@ -35,6 +39,10 @@ DGASessionRecord& record() {
 
 DGAApplicationWindows& windows() {
     return DGAApplicationWindows::sharedWindows();
+}
+
+DGAWindowServices& services() {
+    return windows().services();
 }
 
 }  // namespace
@@ -47,7 +55,7 @@ DGAProblemReportingWindowController::DGAProblemReportingWindowController(Parts p
       ui_(std::make_unique<Ui::DGAProblemReportingWindowController>()),
       problemCatagory_(kDGANoCatagory) {
     if (!parts_.makeReportMaker)
-        parts_.makeReportMaker = [] { return windows().services().makeReportMaker(); };
+        parts_.makeReportMaker = [] { return services().makeReportMaker(); };
     if (!parts_.reportProblem)
         parts_.reportProblem = [](const ReportMail& mail) { MailExtension().reportProblem(mail, nullptr); };
     ui_->setupUi(&window());
@@ -63,91 +71,14 @@ DGAProblemReportingWindowController::~DGAProblemReportingWindowController() {
 
 void DGAProblemReportingWindowController::doInitialization() {
     problemCatagory_ = kDGANoCatagory;
-    windowTextLocalization();
-    prepareCheckboxes();
-    setupUIVStyle();
-    setupKeyboard();
+    dgaSetUpReportForm(*ui_);
+    ui_->_listV->setDelegate(this);
     window().setDrawnFrame(*ui_->_titleLab, *ui_->_closeBtn);
     window().setScrolling(*ui_->contentLayout);
     connectActions();
-}
-
-void DGAProblemReportingWindowController::windowTextLocalization() {
-    const bool sends = record().enableSendReport;
-    ui_->_titleLab->setText(dgaText(lDGARPWindowTitleStr));
-    std::string message = DGAUtilities::dga_localize(lDGARPWindowMsg1Str);
-    if (sends)
-        message = DGAUtilities::dga_localize(support::fillPlaceholders(
-            "%@\n\n%@", {message, DGAUtilities::dga_localize(lDGARPWindowMsg2Str)}));
-    ui_->_msgLab->setText(QString::fromStdString(message));
-    ui_->_placeholderLab->setText(dgaText(lDGARPWindowTFPlaceholderStr));
-    ui_->_dropListAlertLab->setText(dgaText(lDGADropListAlertTitle));
-    ui_->_saveBtn->setText(dgaText(lDGAProblemReportWindowSaveBtnStr));
-    ui_->_sendBtn->setText(dgaText(sends ? lDGAProblemReportWindowSendBtnStr : lDGARPWindowSendMailStr));
-    ui_->_cancelBtn->setText(dgaText(lDGACancelStr));
-
-    window().setWindowTitle(ui_->_titleLab->text());
-    window().setAccessibleDescription(ui_->_msgLab->text());
-    ui_->_textField->setAccessibleName(ui_->_placeholderLab->text());
-    ui_->_textField->setAccessibleDescription(ui_->_placeholderLab->text());
-    ui_->_listV->setAccessibleName(ui_->_dropListAlertLab->text());
-    ui_->_closeBtn->setAccessibleName(dgaText(kTextCloseButtonSendReport));
-}
-
-void DGAProblemReportingWindowController::prepareCheckboxes() {
-    const auto prepare = [](DGACheckboxButton& button, const char* title) {
-        button.setTitle(dgaText(title));
-        button.setSelectedTitle(dgaText(title));
-        button.setIconName(QStringLiteral("checkBox_no"));
-        button.setSelectedIconName(QStringLiteral("checkBox_checked"));
-    };
-    prepare(*ui_->_fullBtn, lDGARPWindowFullScreenStr);
-    prepare(*ui_->_sysInfoBtn, lDGARPWindowSystemStr);
-    ui_->_fullBtn->infoBtn()->hide();
-    if (record().serviceType == kDGAServiceTypeKT)
-        ui_->_fullBtn->hide();
-    else
-        ui_->_fullBtn->prepared();
-    ui_->_sysInfoBtn->prepared();
-    ui_->_fullBtn->setSelected(true);
-    ui_->_sysInfoBtn->setSelected(true);
-}
-
-void DGAProblemReportingWindowController::setupUIVStyle() {
-    ui_->_titleLab->setFont(DGAStyle::systemFont(DGAStyle::kTitleFontSize, true));
-    ui_->_closeBtn->setIconName(QStringLiteral("close"));
-    QPalette secondary = ui_->_placeholderLab->palette();
-    secondary.setColor(QPalette::WindowText, DGAStyle::kSecondaryText);
-    ui_->_placeholderLab->setPalette(secondary);
-    // Clicks on it are meant for the field.
-    ui_->_placeholderLab->setAttribute(Qt::WA_TransparentForMouseEvents);
-
-    ui_->_textFieldBgV->setBorderColor(DGAStyle::kControlEdge);
-    ui_->_textFieldBgV->setBorderWidth(1.0);
-    ui_->_textFieldBgV->setCornerRadius(4.0);
-
-    ui_->_saveBtn->setButtonType(kPlainButton);
-    ui_->_saveBtn->setEnabled(false);
-    ui_->_saveBtn->setHidden(record().enableSendReport);
-    ui_->_sendBtn->setButtonType(kPrimaryButton);
-    ui_->_sendBtn->setEnabled(false);
-    ui_->_cancelBtn->setButtonType(kPlainButton);
-
-    ui_->_listV->setDelegate(this);
-    dealProblemCatagory();
-    ui_->_listV->prepared();
-}
-
-void DGAProblemReportingWindowController::setupKeyboard() {
-    // The list's box has the keyboard, and its place in the order; the list around it is no stop of its own.
-    QWidget* const box = ui_->_listV->focusProxy();
-    ui_->_listV->setFocusProxy(nullptr);
-    ui_->_listV->setFocusPolicy(Qt::NoFocus);
-    const std::vector<QWidget*> order{
-        ui_->_textField, box,           ui_->_fullBtn, ui_->_sysInfoBtn, ui_->_sysInfoBtn->infoBtn(),
-        ui_->_cancelBtn, ui_->_saveBtn, ui_->_sendBtn, ui_->_closeBtn};
-    for (size_t i = 1; i < order.size(); ++i)
-        QWidget::setTabOrder(order[i - 1], order[i]);
+    draftTimer_.setSingleShot(true);
+    draftTimer_.setInterval(kDraftPause);
+    QObject::connect(&draftTimer_, &QTimer::timeout, context(), [this] { keepDraft(); });
 }
 
 void DGAProblemReportingWindowController::connectActions() {
@@ -163,50 +94,106 @@ void DGAProblemReportingWindowController::connectActions() {
                      [this] { controlTextDidChange(); });
     QObject::connect(ui_->_textField, &DGATextField::composingChanged, context(),
                      [this] { refreshPlaceholder(); });
-    QObject::connect(&window(), &DGAProblemReportingWindow::returnPressed, context(),
+    QObject::connect(&window(), &DGAProblemReportingWindow::sendPressed, context(),
                      [this] { ui_->_sendBtn->click(); });
-    QObject::connect(&window(), &DGAProblemReportingWindow::escapePressed, context(),
-                     [this] { ui_->_closeBtn->click(); });
-    // The window manager's way also leads out of a report that never gets ready.
+    // Also leads out of a report that never gets ready.
     QObject::connect(&window(), &DGAWindowBase::closeRequested, context(), [this] { closeBtnClicked(); });
 }
 
 void DGAProblemReportingWindowController::showPRWindow() {
-    if (!window().isVisible())
+    const bool isFresh = !isVisible();
+    if (isFresh)
         beginNewReport();
     dealProblemCatagory();
+    if (isFresh)
+        restoreDraft();
     window().setLevel(DGAUtilities::dga_fetchWindowLevel());
     window().center();
     window().showInFront();
 }
 
+// An open window acts as it is labelled, whatever the client tells meanwhile.
 void DGAProblemReportingWindowController::beginNewReport() {
+    sends_ = record().enableSendReport;
+    serviceType_ = record().serviceType;
+    dgaLabelReportForm(*ui_, window(), sends_, serviceType_);
     status_ = true;
     ui_->_textField->setStringValue("");
     ui_->_fullBtn->setSelected(true);
     ui_->_sysInfoBtn->setSelected(true);
     ui_->_sysInfoBtn->infoBtn()->closePopover();
-    ui_->_saveBtn->setEnabled(false);
-    ui_->_sendBtn->setEnabled(false);
-    ui_->_cancelBtn->setEnabled(true);
-    ui_->_closeBtn->setEnabled(true);
-    refreshPlaceholder();
+    refreshForm();
     ui_->_textField->setFocus();
+}
+
+void DGAProblemReportingWindowController::restoreDraft() {
+    const DGAReportDraft draft = services().draft();
+    if (draft.description.empty())
+        return;
+    ui_->_textField->setStringValue(draft.description);
+    ui_->_textField->moveCursor(QTextCursor::End);
+    ui_->_fullBtn->setSelected(draft.screenShot);
+    ui_->_sysInfoBtn->setSelected(draft.systemInfo);
+    const QString title = titleListDic_.key(draft.category);
+    if (const auto index = titleListArr_.indexOf(title); index > 0 && problemCatagory_ == kDGANoCatagory) {
+        ui_->_listV->setDefautTitle(title);
+        ui_->_listV->refreshComboBoxWithIndex(static_cast<int>(index));
+    }
+    refreshForm();
+}
+
+void DGAProblemReportingWindowController::keepDraft() {
+    draftTimer_.stop();
+    services().setDraft({.description = ui_->_textField->stringValue(),
+                         .category = problemCatagory_,
+                         .screenShot = ui_->_fullBtn->selected(),
+                         .systemInfo = ui_->_sysInfoBtn->selected()});
+}
+
+// What was entered has reached its place.
+void DGAProblemReportingWindowController::endDraft() {
+    draftTimer_.stop();
+    isHandedOn_ = true;
+    services().setDraft({});
 }
 
 void DGAProblemReportingWindowController::close() {
     if (DGASavePanel* const open = panel_)
         open->reject();
+    if (QMessageBox* const open = question_)
+        open->reject();
     if (!status_)
         abandonReport();
+    if (isVisible() && !isHandedOn_)
+        keepDraft();
     DGAWindowController::close();
+}
+
+// What a person typed, and a report that is being made, is not ended by one key.
+void DGAProblemReportingWindowController::leave(std::function<void()> left) {
+    const bool loses = (ui_->_textField->hasText() && !isHandedOn_) || !status_;
+    if (question_)
+        return;
+    if (!loses) {
+        close();
+        left();
+        return;
+    }
+    question_ = dgaAsk(&window(), dgaText(kTextCloseWithoutSending), dgaText(kTextCloseButtonSendReport),
+                       dgaText(kTextKeepWriting), context(), [this, left = std::move(left)](bool yes) {
+                           question_.clear();
+                           if (!yes)
+                               return;
+                           close();
+                           left();
+                       });
 }
 
 void DGAProblemReportingWindowController::dealProblemCatagory() {
     const bool frozen = record().isFreeze;
     titleListArr_.clear();
     titleListDic_.clear();
-    for (const auto& catagory : dgaProblemCatagories(record().serviceType)) {
+    for (const auto& catagory : dgaProblemCatagories(serviceType_)) {
         titleListArr_ << catagory.title;
         titleListDic_.insert(catagory.title, catagory.number);
     }
@@ -223,6 +210,7 @@ void DGAProblemReportingWindowController::dealProblemCatagory() {
         }
     }
     ui_->_listV->setListTitleArr(titleListArr_);
+    ui_->_listV->updateGeometry();
     if (frozen)
         ui_->_listV->refreshComboBoxWithIndex(kNotRespondingIndex);
 }
@@ -232,27 +220,49 @@ int64_t DGAProblemReportingWindowController::fetchProblemCatagoryByTitle(const Q
 }
 
 void DGAProblemReportingWindowController::controlTextDidChange() {
-    refreshPlaceholder();
-    refreshButtons();
+    isHandedOn_ = false;
+    draftTimer_.start();
+    refreshForm();
 }
 
 void DGAProblemReportingWindowController::dropDownListDidSelect(DGADropDownListView& /*listView*/,
                                                                 const QString& categoryTitle) {
     problemCatagoryTitle_ = categoryTitle;
     problemCatagory_ = fetchProblemCatagoryByTitle(categoryTitle);
-    refreshPlaceholder();
-    refreshButtons();
+    refreshForm();
 }
 
 void DGAProblemReportingWindowController::refreshPlaceholder() {
     ui_->_placeholderLab->setHidden(ui_->_textField->hasText() || ui_->_textField->isComposing());
 }
 
-// Not while a report is being made: a second one would follow it.
-void DGAProblemReportingWindowController::refreshButtons() {
-    const bool complete = ui_->_textField->hasText() && problemCatagory_ != kDGANoCatagory;
-    ui_->_saveBtn->setEnabled(status_ && complete);
-    ui_->_sendBtn->setEnabled(status_ && complete);
+int DGAProblemReportingWindowController::charactersLeft() const {
+    return kLongestDescription - ui_->_textField->characterCount();
+}
+
+void DGAProblemReportingWindowController::refreshCounter() {
+    const int left = charactersLeft();
+    const std::string text = support::fillPlaceholders(
+        DGAUtilities::dga_localize(left < 0 ? kTextDescriptionTooLong : kTextCharactersLeft),
+        {std::to_string(std::abs(left))});
+    ui_->_counterLab->setText(QString::fromStdString(text));
+    ui_->_counterLab->setHidden(left > kCounterAppears);
+}
+
+void DGAProblemReportingWindowController::refreshForm() {
+    refreshPlaceholder();
+    refreshCounter();
+    refreshControls(ui_->_textField->hasText() && problemCatagory_ != kDGANoCatagory);
+}
+
+// The one place that decides what may be used. While a report is being made nothing: a second one would
+// follow it.
+void DGAProblemReportingWindowController::refreshControls(bool complete) {
+    const bool maySend = status_ && complete && charactersLeft() >= 0;
+    ui_->_sendBtn->setEnabled(maySend);
+    ui_->_saveBtn->setEnabled(maySend);
+    ui_->_cancelBtn->setEnabled(status_);
+    ui_->_closeBtn->setEnabled(status_);
 }
 
 void DGAProblemReportingWindowController::changeWindowStatus(bool status) {
@@ -261,24 +271,24 @@ void DGAProblemReportingWindowController::changeWindowStatus(bool status) {
     // A control that loses the keyboard would hand it to the next one, which the user did not choose.
     if (!status)
         window().setFocus();
-    ui_->_sendBtn->setEnabled(status);
-    ui_->_cancelBtn->setEnabled(status);
-    ui_->_closeBtn->setEnabled(status);
-    ui_->_saveBtn->setEnabled(status);
+    refreshControls(true);
 }
 
 void DGAProblemReportingWindowController::sendReportBtnClicked() {
     ORVN_LOG_METHOD();
     isSaveBtnClicked_ = false;
-    if (record().enableSendReport) {
-        windows().services().sendTelemetryAction(DGATelemetryAction::sendReport);
-        // Without an upload window the user would lose what was written.
-        if (showUploadWindow())
+    if (sends_) {
+        services().sendTelemetryAction(DGATelemetryAction::sendReport);
+        // The draft ends when there is an archive that holds it.
+        keepDraft();
+        if (showUploadWindow()) {
+            isHandedOn_ = true;
             close();
+        }
         return;
     }
     changeWindowStatus(false);
-    windows().services().sendTelemetryAction(DGATelemetryAction::sendMail);
+    services().sendTelemetryAction(DGATelemetryAction::sendMail);
     generateReport();
 }
 
@@ -287,18 +297,17 @@ void DGAProblemReportingWindowController::saveBtnClicked() {
     isSaveBtnClicked_ = true;
     changeWindowStatus(false);
     generateReport();
-    windows().services().sendTelemetryAction(DGATelemetryAction::saveReport);
+    services().sendTelemetryAction(DGATelemetryAction::saveReport);
 }
 
 void DGAProblemReportingWindowController::cancelBtnClicked() {
     ORVN_LOG_METHOD();
-    close();
-    windows().services().sendTelemetryAction(DGATelemetryAction::cancelReport);
+    leave([] { services().sendTelemetryAction(DGATelemetryAction::cancelReport); });
 }
 
 void DGAProblemReportingWindowController::closeBtnClicked() {
     ORVN_LOG_METHOD();
-    close();
+    leave([] {});
 }
 
 bool DGAProblemReportingWindowController::showUploadWindow() {
@@ -315,7 +324,7 @@ bool DGAProblemReportingWindowController::showUploadWindow() {
 DGAReportOptions DGAProblemReportingWindowController::options() const {
     return {.screenShot = ui_->_fullBtn->selected(),
             .systemInfo = ui_->_sysInfoBtn->selected(),
-            .serviceType = record().serviceType,
+            .serviceType = serviceType_,
             .description = ui_->_textField->stringValue(),
             .category = DGAReportCategory{problemCatagory_, dgaProblemCatagoryName(problemCatagory_)}};
 }
@@ -326,7 +335,6 @@ void DGAProblemReportingWindowController::generateReport() {
         maker_ = parts_.makeReportMaker();
         maker_->setDelegate(awaiting_);
     }
-    windowTextLocalization();
     maker_->startGenerateReportIfScreenShot(options(), nullptr);
 }
 
@@ -366,6 +374,7 @@ void DGAProblemReportingWindowController::generateReportMailWithFilePath(const s
     mail._attachments = {path + ".zip"};
     parts_.reportProblem(mail);
     changeWindowStatus(true);
+    endDraft();
     close();
 }
 

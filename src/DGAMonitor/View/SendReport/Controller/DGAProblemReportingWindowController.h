@@ -3,12 +3,14 @@
 #include <QHash>
 #include <QPointer>
 #include <QStringList>
+#include <QTimer>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "DGAMonitor/View/DGAMessage.h"
 #include "DGAMonitor/View/DGASavePanel.h"
 #include "DGAMonitor/View/DGAWindowController.h"
 #include "DGAMonitor/View/SendReport/View/DGADropDownListView.h"
@@ -23,6 +25,10 @@ class DGAProblemReportingWindowController;
 /// The window in which the user describes a problem, picks what kind it is, and sends, mails or saves a
 /// report. Where the client allows sending, Send opens the upload window; where it does not, a report is made
 /// first and handed to the mail program, and Save offers to keep it as a file.
+///
+/// Language, service and permission to send are those of the moment at which it was opened. Who closes it
+/// with something typed, or while a report is being made, is asked first; what was typed comes back at the
+/// next opening until it was handed on.
 ///
 /// Main thread. It may be closed or released at any time, also while a report is being made: nobody waits
 /// for that report then, and its archive stays where it was made.
@@ -52,13 +58,13 @@ public:
 
 private:
     void doInitialization();
-    void windowTextLocalization();
-    void prepareCheckboxes();
-    void setupUIVStyle();
-    void setupKeyboard();
     void connectActions();
     void dealProblemCatagory();
     void beginNewReport();
+    void restoreDraft();
+    void keepDraft();
+    void endDraft();
+    void leave(std::function<void()> left);
 
     // What the controls tell.
     void controlTextDidChange();
@@ -69,8 +75,11 @@ private:
     void closeBtnClicked();
 
     void changeWindowStatus(bool status);
+    void refreshForm();
     void refreshPlaceholder();
-    void refreshButtons();
+    void refreshCounter();
+    void refreshControls(bool complete);
+    int charactersLeft() const;
 
     DGAReportOptions options() const;
     bool showUploadWindow();
@@ -94,6 +103,11 @@ private:
     bool isSaveBtnClicked_ = false;
     std::string filePath_;
 
+    bool sends_ = false;
+    int64_t serviceType_ = 0;
+    QTimer draftTimer_;
+    bool isHandedOn_ = false;  ///< what is entered has been saved or mailed as it is
+    QPointer<QMessageBox> question_;
     bool status_ = true;  ///< false from the click that makes a report until its archive has been dealt with
     QPointer<DGASavePanel> panel_;
     std::shared_ptr<DGAReportGeneratorDelegate> awaiting_;  ///< this, as long as a report is waited for

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+
+class QWidget;
+namespace Ui {
+class DGAProblemReportingWindowController;
+}
+
+// How the controls of the problem reporting window look, what they say, and in which order the keyboard
+// reaches them. Main thread.
+
+/// Once, when the controls were made.
+void dgaSetUpReportForm(Ui::DGAProblemReportingWindowController& form);
+
+/// The texts in the language that the client tells now, and the controls that a session of this kind has. At
+/// each opening.
+void dgaLabelReportForm(Ui::DGAProblemReportingWindowController& form, QWidget& window, bool sends,
+                        int64_t serviceType);
