@@ -84,7 +84,10 @@ protected:
         controller =
             std::make_shared<DGAProblemReportingWindowController>(DGAProblemReportingWindowController::Parts{
                 [tools] { return std::make_shared<DGAReportGenerator>(tools); },
-                [this](const ReportMail& mail) { mails.push_back(mail); }});
+                [this](const ReportMail& mail, const auto& composed) {
+                    mails.push_back(mail);
+                    composed(hasMailProgram);
+                }});
     }
     void open() {
         if (!controller)
@@ -129,6 +132,7 @@ protected:
     static constexpr char kArchive[] = "/tmp/orvdga/123_7_20240315_143025.zip";
 
     int zipStatus = 0;
+    bool hasMailProgram = true;
     std::mutex zip;
     std::unique_ptr<std::lock_guard<std::mutex>> gate;
     std::vector<ReportMail> mails;

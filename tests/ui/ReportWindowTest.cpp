@@ -14,6 +14,7 @@
 #include "DGAMonitor/Session/DGATelemetryManager.h"
 #include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
 #include "DGAMonitor/View/DGAText.h"
+#include "DGAMonitor/View/SendReport/View/DGANoticeLine.h"
 #include "DGAMonitor/View/SendReport/View/DGASendReportInfoView.h"
 #include "platform/RunLoop.h"
 #include "ui/ReportWindowFixture.h"
@@ -46,6 +47,8 @@ protected:
         EXPECT_TRUE(ui::waitUntil([&] { return !question() && controller->isVisible() != really; }));
         EXPECT_TRUE(really || ui::waitUntilActive(controller->window()));
     }
+    std::string notice() { return find<DGANoticeLine>("_noticeV").text().toStdString(); }
+    DGAButton& noticeButton() { return *find<DGANoticeLine>("_noticeV").findChild<DGAButton*>(); }
     void fillIn() {
         describe("no sound");
         choose(lDGADropListAudio);
@@ -258,15 +261,34 @@ TEST_F(ProblemReportingWindowTest, AReportThatFailsMayBeTriedAgain) {
     zipStatus = 14;
     open();
     fillIn();
+    holdZip();
     ui::click(save());
-    EXPECT_TRUE(ui::waitUntil([this] {
-        return find<QLabel>("_msgLab").text() == dgaText(lDGARPWindowMsg1Str) ? false : status() == "1111";
-    }));
-    EXPECT_EQ(find<QLabel>("_msgLab").text(), dgaText(kTextReportPareparedFailed));
+    EXPECT_TRUE(find<QWidget>("_spinV").isVisible());
+    gate.reset();
+    EXPECT_TRUE(ui::waitUntil([this] { return notice() == "The report could not be prepared"; }));
+    EXPECT_EQ(status(), "1111");
+    EXPECT_FALSE(find<QWidget>("_spinV").isVisible());
+    ui::takePicture("failed");
     EXPECT_FALSE(savePanel());
     zipStatus = 0;
-    ui::click(send());
-    EXPECT_TRUE(ui::waitUntil([this] { return mails.size() == 1; }));
+    ui::click(noticeButton());
+    ASSERT_TRUE(ui::waitUntil([this] { return savePanel() && savePanel()->isActiveWindow(); }));
+    EXPECT_EQ(notice(), "");
+    ui::press("Escape");
+
+    // Without a mail program the report lies where the user finds it.
+    hasMailProgram = false;
+    for (const std::string name : {"123_7_20240315_143026.zip", "123_7_20240315_143026-2.zip"}) {
+        EXPECT_TRUE(ui::waitUntil([this] { return status() == "1111"; }));
+        ui::click(send());
+        EXPECT_TRUE(ui::waitUntil([&] {
+            return notice() == "No email program is set up. The report was saved as " +
+                                   std::string(std::getenv("HOME")) + "/" + name + ".";
+        })) << notice();
+        EXPECT_TRUE(controller->isVisible());
+    }
+    ui::press("Escape");
+    EXPECT_TRUE(ui::waitUntil([this] { return !controller->isVisible(); })) << "nothing would be lost";
 }
 
 TEST_F(ProblemReportingWindowTest, SaveMovesTheArchiveToWhereTheUserSays) {
@@ -294,26 +316,38 @@ TEST_F(ProblemReportingWindowTest, SaveMovesTheArchiveToWhereTheUserSays) {
     openSavePanel();
     std::filesystem::remove(kArchive);
     saveAs("/tmp/target/vanished.zip");
-    EXPECT_TRUE(controller->isVisible());
+    EXPECT_EQ(notice(), "The report is no longer there.");
     EXPECT_EQ(status(), "1111");
     EXPECT_FALSE(std::filesystem::exists("/tmp/target/vanished.zip"));
 
     openSavePanel();
     saveAs("/tmp/target/mine");
-    EXPECT_FALSE(controller->isVisible());
+    EXPECT_EQ(notice(), "The report was saved as /tmp/target/mine.zip.");
+    EXPECT_EQ(noticeButton().text(), "Show in Folder");
+    ui::takePicture("saved");
     EXPECT_FALSE(std::filesystem::exists(kArchive));
     EXPECT_EQ(std::filesystem::file_size("/tmp/target/mine.zip"), 7U);
+    ui::click(find<QWidget>("_cancelBtn"));
+    EXPECT_FALSE(controller->isVisible()) << "nothing would be lost";
 
     if (mount("none", "/tmp/target/small", "tmpfs", 0, "size=4k,nr_inodes=1") != 0)
         GTEST_SKIP() << "needs the right to mount";
     open();
     fillIn();
     openSavePanel();
-    saveAs("/tmp/target/small/full.zip");
-    EXPECT_FALSE(controller->isVisible());
+    ui::press("ctrl+a");
+    ui::type("/tmp/target/small/full.zip");
+    ui::press("Return");
+    ASSERT_TRUE(ui::waitUntil([this] { return question() != nullptr; }));
+    EXPECT_EQ(question()->text(), "The report could not be saved. The disk is full.");
+    ui::press("Return");
+    EXPECT_TRUE(ui::waitUntil([this] { return savePanel()->isActiveWindow(); }))
+        << "another place may be chosen";
     EXPECT_TRUE(std::filesystem::is_empty("/tmp/target/small"));
     EXPECT_TRUE(std::filesystem::exists(kArchive)) << "what could not be moved stays";
     umount("/tmp/target/small");
+    saveAs("/tmp/target/other.zip");
+    EXPECT_TRUE(std::filesystem::exists("/tmp/target/other.zip"));
 }
 
 TEST_F(ProblemReportingWindowTest, MayBeClosedOrReleasedWhileAReportIsMade) {

@@ -160,7 +160,7 @@ private:
     std::unique_ptr<DGAProblemReportingWindowController> makeReportWindow() {
         return std::make_unique<DGAProblemReportingWindowController>(
             DGAProblemReportingWindowController::Parts{[this] { return generatorThatWaits(ready_); },
-                                                       [](const ReportMail&) {}});
+                                                       [](const ReportMail&, const auto&) {}});
     }
 
     void fill(QWidget& window) {

@@ -62,6 +62,13 @@ std::string DGAKeptReports::archivePath(const std::string& number) const {
     return folder_ + "/" + number + ".zip";
 }
 
+std::optional<std::string> DGAKeptReports::pathOf(const std::string& number) const {
+    const auto folder = PrivateFolder::openLast(folder_);
+    if (!folder || !folder->contains(number + ".zip"))
+        return std::nullopt;
+    return folder_ + "/" + number;
+}
+
 bool DGAKeptReports::keep(const std::string& archive, Report report) const {
     const std::lock_guard<std::mutex> hold(oneAtATime());
     std::error_code failed;
@@ -69,7 +76,13 @@ bool DGAKeptReports::keep(const std::string& archive, Report report) const {
     fs::permissions(folder_, fs::perms::owner_all, failed);
     const auto folder = PrivateFolder::openLast(folder_);
     report.number = numberOf(archive);
-    report.time = dga_currentISODateString();
+    // One that is kept again is still the report of its time.
+    for (const auto& before : reports()) {
+        if (before.number == report.number)
+            report.time = before.time;
+    }
+    if (report.time.empty())
+        report.time = dga_currentISODateString();
     const auto text = nlohmann::json(report).dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
     if (!folder || !folder->replaceFile(report.number + ".json", text)) {
         logWarning("the report {} cannot be kept in {}", archive, folder_);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,9 @@ public:
 
     /// The full path of a kept archive.
     std::string archivePath(const std::string& number) const;
+
+    /// The same without its ".zip", if there is one of that number.
+    std::optional<std::string> pathOf(const std::string& number) const;
 
     /// Ends one that was sent, saved or discarded; nothing if there is none of that number.
     void remove(const std::string& number) const;

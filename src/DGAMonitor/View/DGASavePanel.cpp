@@ -103,6 +103,16 @@ DGASavePanel* DGASavePanel::dga_showSavePanelWithName(const std::string& name,
     return panel;
 }
 
+std::string DGASavePanel::freePathFor(const std::string& name) {
+    const QString path = startFolder() + QLatin1Char('/') + QString::fromStdString(name);
+    const QFileInfo file(path);
+    QString free = path;
+    for (int number = 2; QFileInfo::exists(free); ++number)
+        free = QStringLiteral("%1/%2-%3.%4")
+                   .arg(file.path(), file.completeBaseName(), QString::number(number), file.suffix());
+    return free.toStdString();
+}
+
 QString DGASavePanel::withAllowedEnding(const QString& path) const {
     for (const QString& ending : endings_) {
         if (path.endsWith(ending, Qt::CaseInsensitive))

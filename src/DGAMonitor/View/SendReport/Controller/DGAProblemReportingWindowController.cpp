@@ -15,10 +15,12 @@
 #include "DGAMonitor/View/DGAText.h"
 #include "DGAMonitor/View/SendReport/Controller/DGAProblemCatagories.h"
 #include "DGAMonitor/View/SendReport/Controller/DGAReportForm.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAReportHandover.h"
 #include "DGAMonitor/View/SendReport/View/DGAMouseTrackingButton.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/Windows/DGAUtilitiesWindows.h"
-#include "platform/FileMove.h"
+#include "platform/FileManager.h"
+#include "platform/RunLoop.h"
 #include "reportproblem/MailExtension.h"
 #include "support/ORVNLogger.h"
 #include "support/TextTemplate.h"
@@ -57,7 +59,9 @@ DGAProblemReportingWindowController::DGAProblemReportingWindowController(Parts p
     if (!parts_.makeReportMaker)
         parts_.makeReportMaker = [] { return services().makeReportMaker(); };
     if (!parts_.reportProblem)
-        parts_.reportProblem = [](const ReportMail& mail) { MailExtension().reportProblem(mail, nullptr); };
+        parts_.reportProblem = [](const ReportMail& mail, auto composed) {
+            MailExtension().composeMail(mail, std::move(composed));
+        };
     ui_->setupUi(&window());
     doInitialization();
 }
@@ -118,6 +122,8 @@ void DGAProblemReportingWindowController::beginNewReport() {
     serviceType_ = record().serviceType;
     dgaLabelReportForm(*ui_, window(), sends_, serviceType_);
     status_ = true;
+    isHandedOn_ = false;
+    ui_->_noticeV->clear();
     ui_->_textField->setStringValue("");
     ui_->_fullBtn->setSelected(true);
     ui_->_sysInfoBtn->setSelected(true);
@@ -263,6 +269,7 @@ void DGAProblemReportingWindowController::refreshControls(bool complete) {
     ui_->_saveBtn->setEnabled(maySend);
     ui_->_cancelBtn->setEnabled(status_);
     ui_->_closeBtn->setEnabled(status_);
+    ui_->_noticeV->setActionsEnabled(status_);
 }
 
 void DGAProblemReportingWindowController::changeWindowStatus(bool status) {
@@ -272,6 +279,16 @@ void DGAProblemReportingWindowController::changeWindowStatus(bool status) {
     if (!status)
         window().setFocus();
     refreshControls(true);
+    showBusy(!status);
+}
+
+void DGAProblemReportingWindowController::showBusy(bool busy) {
+    ui_->_spinV->setVisible(busy);
+    ui_->_busyLab->setText(busy ? dgaText(kTextPareparingReport) : QString());
+    if (busy)
+        ui_->_spinV->startSpin();
+    else
+        ui_->_spinV->stopSpin();
 }
 
 void DGAProblemReportingWindowController::sendReportBtnClicked() {
@@ -287,6 +304,7 @@ void DGAProblemReportingWindowController::sendReportBtnClicked() {
         }
         return;
     }
+    ui_->_noticeV->clear();
     changeWindowStatus(false);
     services().sendTelemetryAction(DGATelemetryAction::sendMail);
     generateReport();
@@ -295,6 +313,7 @@ void DGAProblemReportingWindowController::sendReportBtnClicked() {
 void DGAProblemReportingWindowController::saveBtnClicked() {
     ORVN_LOG_METHOD();
     isSaveBtnClicked_ = true;
+    ui_->_noticeV->clear();
     changeWindowStatus(false);
     generateReport();
     services().sendTelemetryAction(DGATelemetryAction::saveReport);
@@ -352,33 +371,60 @@ void DGAProblemReportingWindowController::reportFileGeneratedAt(const std::strin
         generateReportMailWithFilePath(path);
 }
 
-// Send and Save try again.
 void DGAProblemReportingWindowController::reportFailed(const std::string& /*reason*/) {
     changeWindowStatus(true);
-    ui_->_msgLab->setText(dgaText(kTextReportPareparedFailed));
-    window().setAccessibleDescription(ui_->_msgLab->text());
+    offerAgain(kTextReportPareparedFailed);
+}
+
+void DGAProblemReportingWindowController::offerAgain(const char* text) {
+    const auto again = [this] {
+        if (isSaveBtnClicked_)
+            saveBtnClicked();
+        else
+            sendReportBtnClicked();
+    };
+    ui_->_noticeV->say(dgaText(text), {{dgaText(kTextTryAgain), again}});
 }
 
 void DGAProblemReportingWindowController::generateReportMailWithFilePath(const std::string& path) {
     ORVN_LOG_METHOD();
-    const auto version = record().clientVersion.get();
     const std::string catagory =
         problemCatagoryTitle_ ? problemCatagoryTitle_->toStdString() : std::string(support::orNull({}));
-    ReportMail mail;
-    mail._mailTitle = support::fillPlaceholders(DGAUtilities::dga_localize(lDGAReportMailTitleStr),
-                                                {support::orNull(version)});
-    mail._mailBody =
-        DGAUtilities::dga_localize(lDGAReportMailBodyStr) +
-        support::fillPlaceholders("\n\n%@\n%@\n%@", {DGAUtilities::dga_localize(lDGADropListAlertTitle),
-                                                     catagory, ui_->_textField->stringValue()});
-    mail._attachments = {path + ".zip"};
-    parts_.reportProblem(mail);
+    const ReportMail mail = dgaReportMail(path + ".zip", catagory, ui_->_textField->stringValue());
+    parts_.reportProblem(mail, [this, alive = std::weak_ptr(awaiting_)](bool composed) {
+        platform::performOnMain([this, alive, composed] {
+            if (!alive.expired())
+                mailEnded(composed);
+        });
+    });
+}
+
+// Without a mail program the report is put where the user finds it.
+void DGAProblemReportingWindowController::mailEnded(bool composed) {
     changeWindowStatus(true);
+    if (composed) {
+        endDraft();
+        close();
+        return;
+    }
+    const std::string target = DGASavePanel::freePathFor(filePath_.substr(filePath_.rfind('/') + 1));
+    const std::string error = dgaMoveArchive(filePath_, target);
+    if (error.empty())
+        tellSaved(kTextNoMailProgram, target);
+    else
+        ui_->_noticeV->say(QString::fromStdString(error), {});
+}
+
+void DGAProblemReportingWindowController::tellSaved(const char* text, const std::string& path) {
     endDraft();
-    close();
+    ui_->_noticeV->say(
+        QString::fromStdString(support::fillPlaceholders(DGAUtilities::dga_localize(text), {path})),
+        {{dgaText(kTextShowInFolder), [path] { platform::showInFileManager(path); }}});
+    ui_->_cancelBtn->setText(dgaText(kTextCloseButtonSendReport));
 }
 
 void DGAProblemReportingWindowController::saveWithFilePath(const std::string& path) {
+    showBusy(false);
     const auto done = [this, alive = std::weak_ptr(awaiting_)](int result) {
         if (!alive.expired())
             judgePanelStatusWithIndex(result);
@@ -387,17 +433,23 @@ void DGAProblemReportingWindowController::saveWithFilePath(const std::string& pa
                                                      this, done);
 }
 
+// The panel stays where the report could not be saved, so that another place can be chosen.
 bool DGAProblemReportingWindowController::panel(DGASavePanel& /*panel*/,
                                                 const std::optional<std::string>& validateURL,
-                                                std::string* /*error*/) {
+                                                std::string* error) {
+    std::error_code failure;
+    const bool isThere = validateURL && std::filesystem::exists(filePath_, failure);
+    if (isThere)
+        *error = dgaMoveArchive(filePath_, *validateURL);
+    if (!error->empty())
+        return false;
     // It closes itself after this answer.
     panel_ = nullptr;
     changeWindowStatus(true);
-    std::error_code failure;
-    if (validateURL && std::filesystem::exists(filePath_, failure)) {
-        platform::moveFile(filePath_, *validateURL);
-        close();
-    }
+    if (isThere)
+        tellSaved(kTextReportSaved, *validateURL);
+    else
+        offerAgain(kTextReportGone);
     return true;
 }
 

@@ -41,7 +41,7 @@ public:
     /// What it reaches beyond the window; what is left empty is the real thing.
     struct Parts {
         std::function<std::shared_ptr<DGAReportMaker>()> makeReportMaker;
-        std::function<void(const ReportMail&)> reportProblem;
+        std::function<void(const ReportMail&, std::function<void(bool composed)>)> reportProblem;
     };
 
     DGAProblemReportingWindowController();
@@ -75,6 +75,7 @@ private:
     void closeBtnClicked();
 
     void changeWindowStatus(bool status);
+    void showBusy(bool busy);
     void refreshForm();
     void refreshPlaceholder();
     void refreshCounter();
@@ -88,6 +89,9 @@ private:
     void reportFileGeneratedAt(const std::string& path) override;
     void reportFailed(const std::string& reason) override;
     void generateReportMailWithFilePath(const std::string& path);
+    void mailEnded(bool composed);
+    void offerAgain(const char* text);
+    void tellSaved(const char* text, const std::string& path);
     void saveWithFilePath(const std::string& path);
     bool panel(DGASavePanel& panel, const std::optional<std::string>& validateURL,
                std::string* error) override;

@@ -34,9 +34,16 @@ void orderKeyboard(Ui::DGAProblemReportingWindowController& form) {
     QWidget* const box = form._listV->focusProxy();
     form._listV->setFocusProxy(nullptr);
     form._listV->setFocusPolicy(Qt::NoFocus);
-    const std::vector<QWidget*> order{
-        form._textField, box,           form._fullBtn, form._sysInfoBtn, form._sysInfoBtn->infoBtn(),
-        form._cancelBtn, form._saveBtn, form._sendBtn, form._closeBtn};
+    const std::vector<QWidget*> order{form._textField,
+                                      box,
+                                      form._fullBtn,
+                                      form._sysInfoBtn,
+                                      form._sysInfoBtn->infoBtn(),
+                                      form._noticeV,
+                                      form._cancelBtn,
+                                      form._saveBtn,
+                                      form._sendBtn,
+                                      form._closeBtn};
     for (size_t i = 1; i < order.size(); ++i)
         QWidget::setTabOrder(order[i - 1], order[i]);
 }
@@ -62,6 +69,7 @@ void dgaSetUpReportForm(Ui::DGAProblemReportingWindowController& form) {
         button->setSelectedIconName(QStringLiteral("checkBox_checked"));
     }
     form._fullBtn->infoBtn()->hide();
+    form._spinV->hide();
     form._saveBtn->setButtonType(kPlainButton);
     form._sendBtn->setButtonType(kPrimaryButton);
     form._cancelBtn->setButtonType(kPlainButton);
