@@ -43,11 +43,11 @@ bool MailExtension::reportProblem(const ReportMail& mail, std::string* /*error*/
 
 void MailExtension::composeMail(const ReportMail& mail, std::function<void(bool composed)> composed) const {
     ORVN_LOG_METHOD();
-    if (!DGAPolicy::current().allows(DGAPolicyKey::mail)) {
+    const bool isAllowed = DGAPolicy::current().allows(DGAPolicyKey::mail);
+    if (!isAllowed)
         logWarning("no mail is opened: the administrator's policy forbids it");
-        return false;
-    }
-    const auto script = appleScriptPathForScriptName(appleScriptNameForDefaultMailApp());
+    const auto script =
+        isAllowed ? appleScriptPathForScriptName(appleScriptNameForDefaultMailApp()) : std::nullopt;
     const auto attachment =
         mail._attachments.empty() ? std::nullopt : std::optional(mail._attachments.front());
     if (script)
