@@ -221,6 +221,10 @@ bool DGAPolicy::allowsHost(std::string_view host) const {
                                         [&](const std::string& pattern) { return matches(name, pattern); });
 }
 
+bool DGAPolicy::allowsSendingTo(const std::string& address) const {
+    return allows(DGAPolicyKey::send) && allowsHost(platform::hostOf(address));
+}
+
 std::vector<DGAPolicy::Rule> DGAPolicy::rules() const {
     std::vector<Rule> rules;
     for (const auto& key : kTable) {

@@ -61,6 +61,9 @@ public:
     /// Whether reports may go to a host, by its name or address without port and brackets.
     bool allowsHost(std::string_view host) const;
 
+    /// Whether reports may be sent to an address at all; the transfer holds it once more, host by host.
+    bool allowsSendingTo(const std::string& address) const;
+
     bool verifiesCertificates() const { return is(DGAPolicyKey::verifyCertificates, kTrue); }
 
     /// All keys in the order of the table in docs/administration.md.

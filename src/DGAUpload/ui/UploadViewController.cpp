@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-#include "DGAMonitor/Session/DGAPolicy.h"
+#include "DGAMonitor/Const/DGALocalizationStrings.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
 #include "DGAMonitor/Utilities/DGAUtilitiesFiles.h"
@@ -40,7 +40,10 @@ std::string fileNameOf(const std::string& path) {
 }  // namespace
 
 UploadViewController::UploadViewController(Parts parts, std::function<void()> closeWindow)
-    : parts_(std::move(parts)), closeWindow_(std::move(closeWindow)) {}
+    : parts_(std::move(parts)), closeWindow_(std::move(closeWindow)) {
+    if (!parts_.policy)
+        parts_.policy = &DGAPolicy::current;
+}
 
 UploadViewController::~UploadViewController() {
     ORVN_LOG_METHOD();
@@ -58,6 +61,7 @@ UploadView& UploadViewController::view() {
 void UploadViewController::awakeFromNib() {
     ORVN_LOG_METHOD();
     uploadView->setDelegate(weak_from_this());
+    uploadView->setSavingAllowed(parts_.policy().allows(DGAPolicyKey::save));
     needShowPrepareStep = true;
     generateReport();
 }
@@ -109,7 +113,7 @@ void UploadViewController::passParameters() {
     const std::string timeStamp = dga_transformToCurrentDateString("MM_dd_yyyy_HH:mm:ss");
     m_traceUpload = parts_.makeUploader ? parts_.makeUploader() : std::make_shared<CTraceUpload>();
     CTraceUpload& upload = *m_traceUpload;
-    const DGAPolicy policy = DGAPolicy::current();
+    const DGAPolicy policy = parts_.policy();
     const bool maySend = policy.allows(DGAPolicyKey::send);
     upload.setRules(
         {[policy, maySend](const std::string& host) { return maySend && policy.allowsHost(host); },
@@ -226,10 +230,12 @@ void UploadViewController::readStatus(int32_t status) {
             fail(needShowOverheadStep, "too many files");
             break;
         case Uploader::kStatusUntrusted:
-            fail(needShowConnectingFailedStep, "untrusted certificate");
+            fail(needShowConnectingFailedStep, "the server's certificate does not verify");
+            whyNotConnected_ = kTextCertificateInvalid;
             break;
         case Uploader::kStatusForbidden:
-            fail(needShowConnectingFailedStep, "forbidden host");
+            fail(needShowConnectingFailedStep, "the administrator's policy forbids it");
+            whyNotConnected_ = kTextAdministratorForbids;
             break;
         default:
             break;
@@ -264,6 +270,8 @@ void UploadViewController::showFailedSteps() {
         uploadView->showReportPreparedStep(false);
     if (needShowConnectingFailedStep)
         uploadView->showConnectServerStep(false);
+    if (needShowConnectingFailedStep && whyNotConnected_)
+        uploadView->tellWhyNotConnected(whyNotConnected_);
     if (needShowUploadingFailedStep)
         uploadView->showUploadingToServerStep(false);
     if (needShowOverheadStep)
@@ -327,7 +335,7 @@ void UploadViewController::saveBtnClicked() {
     // The button's other meaning where there is nothing to save.
     if (const auto again = tryAgain_; failed_ && again)
         again();
-    else if (uploadView && !savePanel_)
+    else if (uploadView && !savePanel_ && parts_.policy().allows(DGAPolicyKey::save))
         savePanel_ = DGASavePanel::dga_showSavePanelWithName(fileNameOf(fileFullPath_), {"zip"},
                                                              uploadView->window(), this, {});
 }

@@ -62,6 +62,8 @@ DGAProblemReportingWindowController::DGAProblemReportingWindowController(Parts p
         parts_.reportProblem = [](const ReportMail& mail, auto composed) {
             MailExtension().composeMail(mail, std::move(composed));
         };
+    if (!parts_.policy)
+        parts_.policy = &DGAPolicy::current;
     ui_->setupUi(&window());
     doInitialization();
 }
@@ -109,8 +111,10 @@ void DGAProblemReportingWindowController::showPRWindow() {
     if (isFresh)
         beginNewReport();
     dealProblemCatagory();
-    if (isFresh)
+    if (isFresh) {
         restoreDraft();
+        readPolicy();
+    }
     window().setLevel(DGAUtilities::dga_fetchWindowLevel());
     window().center();
     window().showInFront();
@@ -119,6 +123,7 @@ void DGAProblemReportingWindowController::showPRWindow() {
 // An open window acts as it is labelled, whatever the client tells meanwhile.
 void DGAProblemReportingWindowController::beginNewReport() {
     sends_ = record().enableSendReport;
+    rights_ = {};
     serviceType_ = record().serviceType;
     dgaLabelReportForm(*ui_, window(), sends_, serviceType_);
     status_ = true;
@@ -146,6 +151,17 @@ void DGAProblemReportingWindowController::restoreDraft() {
         ui_->_listV->refreshComboBoxWithIndex(static_cast<int>(index));
     }
     refreshForm();
+}
+
+// As the permission to send, it is that of the opening.
+void DGAProblemReportingWindowController::readPolicy() {
+    const DGAPolicy policy = parts_.policy();
+    rights_ = {.screenCapture = policy.allows(DGAPolicyKey::screenCapture),
+               .systemProfile = policy.allows(DGAPolicyKey::systemProfile),
+               .send = sends_ ? policy.allowsSendingTo(record().uploadURL.get().value_or(""))
+                              : policy.allows(DGAPolicyKey::mail),
+               .save = policy.allows(DGAPolicyKey::save)};
+    dgaForbidInReportForm(*ui_, rights_);
 }
 
 void DGAProblemReportingWindowController::keepDraft() {
@@ -265,8 +281,8 @@ void DGAProblemReportingWindowController::refreshForm() {
 // follow it.
 void DGAProblemReportingWindowController::refreshControls(bool complete) {
     const bool maySend = status_ && complete && charactersLeft() >= 0;
-    ui_->_sendBtn->setEnabled(maySend);
-    ui_->_saveBtn->setEnabled(maySend);
+    ui_->_sendBtn->setEnabled(maySend && rights_.send);
+    ui_->_saveBtn->setEnabled(maySend && rights_.save);
     ui_->_cancelBtn->setEnabled(status_);
     ui_->_closeBtn->setEnabled(status_);
     ui_->_noticeV->setActionsEnabled(status_);
@@ -405,6 +421,10 @@ void DGAProblemReportingWindowController::mailEnded(bool composed) {
     if (composed) {
         endDraft();
         close();
+        return;
+    }
+    if (!rights_.save) {
+        ui_->_noticeV->say(dgaText(kTextAdministratorForbids), {});
         return;
     }
     const std::string target = DGASavePanel::freePathFor(filePath_.substr(filePath_.rfind('/') + 1));

@@ -10,9 +10,11 @@
 #include <optional>
 #include <string>
 
+#include "DGAMonitor/Session/DGAPolicy.h"
 #include "DGAMonitor/View/DGAMessage.h"
 #include "DGAMonitor/View/DGASavePanel.h"
 #include "DGAMonitor/View/DGAWindowController.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAReportForm.h"
 #include "DGAMonitor/View/SendReport/View/DGADropDownListView.h"
 #include "DGAMonitor/View/SendReport/View/DGAProblemReportingWindow.h"
 #include "DGAMonitor/Windows/DGAWindowInterfaces.h"
@@ -42,6 +44,7 @@ public:
     struct Parts {
         std::function<std::shared_ptr<DGAReportMaker>()> makeReportMaker;
         std::function<void(const ReportMail&, std::function<void(bool composed)>)> reportProblem;
+        std::function<DGAPolicy()> policy = {};
     };
 
     DGAProblemReportingWindowController();
@@ -62,6 +65,7 @@ private:
     void dealProblemCatagory();
     void beginNewReport();
     void restoreDraft();
+    void readPolicy();
     void keepDraft();
     void endDraft();
     void leave(std::function<void()> left);
@@ -98,6 +102,7 @@ private:
     void judgePanelStatusWithIndex(int index);
 
     Parts parts_;
+    DGAReportFormRights rights_;
     std::unique_ptr<Ui::DGAProblemReportingWindowController> ui_;
     std::shared_ptr<DGAReportMaker> maker_;
     QStringList titleListArr_;

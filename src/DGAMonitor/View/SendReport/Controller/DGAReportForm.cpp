@@ -1,11 +1,13 @@
 #include "DGAMonitor/View/SendReport/Controller/DGAReportForm.h"
 
 #include <QLabel>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
+#include "DGAMonitor/View/DGAForbidden.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAText.h"
 #include "DGAMonitor/View/SendReport/View/DGAMouseTrackingButton.h"
@@ -21,6 +23,15 @@ void labelCheckbox(DGACheckboxButton& button, const char* title) {
     button.setTitle(dgaText(title));
     button.setSelectedTitle(dgaText(title));
     button.prepared();
+}
+
+void forbidCheckbox(DGACheckboxButton& button) {
+    const QString reason = dgaText(kTextAdministratorForbids);
+    button.setSelected(false);
+    if (!button.title().endsWith(reason))
+        button.setTitle(button.title() + QStringLiteral(" – ") + reason);
+    button.prepared();
+    dgaForbid(button);
 }
 
 void setColor(QLabel& label, const QColor& color) {
@@ -89,6 +100,9 @@ void dgaLabelReportForm(Ui::DGAProblemReportingWindowController& form, QWidget& 
     form._dropListAlertLab->setText(dgaText(lDGADropListAlertTitle));
     labelCheckbox(*form._fullBtn, lDGARPWindowFullScreenStr);
     labelCheckbox(*form._sysInfoBtn, lDGARPWindowSystemStr);
+    for (QWidget* const control :
+         std::initializer_list<QWidget*>{form._fullBtn, form._sysInfoBtn, form._saveBtn, form._sendBtn})
+        dgaAllow(*control);
     form._fullBtn->setHidden(serviceType == kDGAServiceTypeKT);
     form._saveBtn->setText(dgaText(lDGAProblemReportWindowSaveBtnStr));
     form._saveBtn->setHidden(sends);
@@ -106,4 +120,18 @@ void dgaLabelReportForm(Ui::DGAProblemReportingWindowController& form, QWidget& 
         box->setAccessibleDescription(form._dropListAlertLab->text());
     }
     form._closeBtn->setAccessibleName(dgaText(kTextCloseButtonSendReport));
+}
+
+void dgaForbidInReportForm(Ui::DGAProblemReportingWindowController& form, const DGAReportFormRights& rights) {
+    if (!rights.screenCapture)
+        forbidCheckbox(*form._fullBtn);
+    if (!rights.systemProfile)
+        forbidCheckbox(*form._sysInfoBtn);
+    if (!rights.save)
+        dgaForbid(*form._saveBtn);
+    if (rights.send)
+        return;
+    dgaForbid(*form._sendBtn);
+    // A tool tip alone would be found by few.
+    form._noticeV->say(form._sendBtn->text() + QStringLiteral(": ") + dgaText(kTextAdministratorForbids), {});
 }
