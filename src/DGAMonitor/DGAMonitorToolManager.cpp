@@ -9,6 +9,7 @@
 #include "DGAMeetingData/DGASystemResourceCheckingManager.h"
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Const/DGADicKeyStrings.h"
+#include "DGAMonitor/DGAKeptReportNotice.h"
 #include "DGAMonitor/Session/DGAReportResults.h"
 #include "DGAMonitor/Session/DGASessionParameters.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
@@ -26,6 +27,8 @@ DGAMonitorToolManager& DGAMonitorToolManager::shareManager() {
 
 DGAMonitorToolManager::DGAMonitorToolManager() : record_(DGASessionRecord::sharedRecord()) {}
 
+DGAMonitorToolManager::~DGAMonitorToolManager() = default;
+
 void DGAMonitorToolManager::startMonitoring() {
     ORVN_LOG_METHOD();
     if (!targetTool_) {
@@ -35,6 +38,7 @@ void DGAMonitorToolManager::startMonitoring() {
         };
         targetTool_ = std::make_shared<DGADealNotifTargetTool>(std::move(watch));
     }
+    keptNotice_ = std::make_unique<DGAKeptReportNotice>([this] { targetTool_->showReportWindow(); });
     addProcessObserver();
     startReceiveMeetingData();
     startCheckingSystemResourceUsage();
@@ -68,6 +72,7 @@ void DGAMonitorToolManager::addProcessObserver() {
 }
 
 void DGAMonitorToolManager::tellReportResult(const DGAReportResult& result) const {
+    logInfo("DGAMonitorToolManager::tellReportResult,{} {} {}", result.number, result.state, result.reason);
     std::map<std::string, std::string> info{{dReportNumberKey, result.number},
                                             {dReportStateKey, result.state}};
     if (!result.reason.empty())
@@ -168,6 +173,8 @@ void DGAMonitorToolManager::readMessage(const platform::Notification& notificati
     logInfo("dealMessageFromClient，jsonStr={}", support::prettyJson(sessionParametersForLog(*parameters)));
     setupTelemetry();
     dgaSaveSessionTrace(record_);
+    if (keptNotice_)
+        keptNotice_->offer();
 }
 
 void DGAMonitorToolManager::setupTelemetry() {

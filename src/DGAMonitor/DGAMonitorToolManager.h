@@ -11,6 +11,7 @@
 #include "platform/DistributedNotificationCenter.h"
 
 class DGADealNotifTargetTool;
+class DGAKeptReportNotice;
 class DGASessionRecord;
 struct DGAReportResult;
 
@@ -53,6 +54,7 @@ private:
     using ManagerAction = void (DGAMonitorToolManager::*)(const platform::Notification&);
 
     DGAMonitorToolManager();
+    ~DGAMonitorToolManager();
     void addProcessObserver();
     void addObserverByName(const std::string& name, TargetAction action, Delivery delivery);
     void dealWaitingParameters();
@@ -66,6 +68,7 @@ private:
     static void startCheckingSystemResourceUsage();
 
     DGASessionRecord& record_;
+    std::unique_ptr<DGAKeptReportNotice> keptNotice_;
     std::shared_ptr<DGADealNotifTargetTool> targetTool_;
     std::optional<platform::Notification> waiting_;  // parameters, while the trace has no room
     bool awaitsRoom_ = false;

@@ -63,6 +63,22 @@ see label "Send Mail: $forbidden"
 close_window
 leave
 
+# [Upload] Send: nobody is reminded of a report that may not be sent.
+. "$tests/kept.sh"
+keep_report
+notification_service discard
+policy '[Upload]' Send=never
+open_window
+close_window
+leave
+[[ ! -e messages.txt ]] || fail "reminded: $(cat messages.txt)"
+policy '[Report]' KeepDays=0
+open_window
+close_window
+eventually test ! -e "$kept/1_2_20261101_101010.zip" || fail "kept for longer than is allowed"
+leave
+stop_notification_service
+
 # [Upload] Telemetry, as the client asks for it.
 policy '[Upload]' Telemetry=never
 open_window "\"enableTelementry\": true, \"telemetryMetricsURL\": \"http://127.0.0.1:9/\", \"telemetryHttpHeaders\": {}"

@@ -22,7 +22,7 @@
 #include "support/ORVNLogger.h"
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(DGAKeptReports::Report, number, description, category,
-                                                serviceType, time, state)
+                                                serviceType, time, state, announced)
 
 namespace {
 
@@ -43,6 +43,10 @@ std::string stateFolder() {
 std::mutex& oneAtATime() {
     static std::mutex mutex;
     return mutex;
+}
+
+std::string textOf(const DGAKeptReports::Report& report) {
+    return nlohmann::json(report).dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 }  // namespace
@@ -88,8 +92,7 @@ bool DGAKeptReports::keep(const std::string& archive, Report report) const {
     }
     if (report.time.empty())
         report.time = dga_currentISODateString();
-    const auto text = nlohmann::json(report).dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
-    if (!folder || !folder->replaceFile(report.number + ".json", text)) {
+    if (!folder || !folder->replaceFile(report.number + ".json", textOf(report))) {
         logWarning("the report {} cannot be kept in {}", archive, folder_);
         return false;
     }
@@ -135,6 +138,32 @@ void DGAKeptReports::remove(const std::string& number) const {
     if (const auto folder = PrivateFolder::openLast(folder_)) {
         folder->remove(number + ".json");
         folder->remove(number + ".zip");
+    }
+}
+
+bool DGAKeptReports::hasAny() const {
+    const auto folder = PrivateFolder::openLast(folder_);
+    return folder && !folder->entries().empty();
+}
+
+void DGAKeptReports::tidy() const {
+    const std::lock_guard<std::mutex> hold(oneAtATime());
+    removeExcess();
+}
+
+void DGAKeptReports::discard(const std::string& number) const {
+    remove(number);
+    DGAReportResults::sharedResults().tell({number, DGAReportState::kDiscarded});
+}
+
+void DGAKeptReports::markAnnounced(const std::string& number) const {
+    const std::lock_guard<std::mutex> hold(oneAtATime());
+    const auto folder = PrivateFolder::openLast(folder_);
+    for (auto& report : reports()) {
+        if (report.number != number || !folder)
+            continue;
+        report.announced = true;
+        folder->replaceFile(number + ".json", textOf(report));
     }
 }
 

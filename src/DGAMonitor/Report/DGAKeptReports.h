@@ -22,15 +22,19 @@ public:
         std::string description;
         int64_t category = 0;
         int64_t serviceType = 0;
-        std::string time;   ///< when it was kept, ISO 8601 with offset
-        std::string state;  ///< why: "failed" or "cancelled", and a reason
+        std::string time;        ///< when it was kept, ISO 8601 with offset
+        std::string state;       ///< why: "failed" or "cancelled", and a reason
+        bool announced = false;  ///< the user was reminded of it
     };
 
     /// `folder` and `policy` only in tests.
     explicit DGAKeptReports(std::string folder = {}, DGAPolicy policy = DGAPolicy::current());
 
+    /// Whether there is anything at all, without a look at it.
+    bool hasAny() const;
+
     /// Removes what is too old or too much.
-    void tidy() const { removeExcess(); }
+    void tidy() const;
 
     /// Keeps a copy of the archive, in place of one of the same number, and removes what is too much then.
     /// False, with a line of level 8, if it cannot or may not.
@@ -47,6 +51,12 @@ public:
 
     /// Ends one that was sent, saved or discarded; nothing if there is none of that number.
     void remove(const std::string& number) const;
+
+    /// The same for one that the user has discarded, which the client is told.
+    void discard(const std::string& number) const;
+
+    /// The user is not reminded of it again.
+    void markAnnounced(const std::string& number) const;
 
     static std::string numberOf(const std::string& archivePath);
 
