@@ -150,6 +150,7 @@ void DGAReportCollection::findCrashLogs(const DGAReportOptions& options) {
     logInfo("fetchFileDestinationPathWithOriginalArr {}", wanted ? "crash" : "normal");
     if (!wanted && !isTools)
         return;
+    const std::lock_guard<std::mutex> hold(mutex_);
     for (const auto& report : crashLogs())
         sources_.add(report, Kind::kCrashReport);
 }
@@ -175,6 +176,7 @@ std::string DGAReportCollection::profilePath() const {
 }
 
 void DGAReportCollection::complete(const DGAReportOptions& options) {
+    const std::lock_guard<std::mutex> wait(oneAtATime_);
     if (isUsedUp())
         return;
     if (options.systemInfo && !hasProfile_)
@@ -188,6 +190,7 @@ void DGAReportCollection::complete(const DGAReportOptions& options) {
 }
 
 void DGAReportCollection::retakePicture() {
+    const std::lock_guard<std::mutex> wait(oneAtATime_);
     if (!isUsedUp())
         takePicture();
 }
@@ -247,6 +250,7 @@ DGAReportContents DGAReportCollection::contents(const DGAReportOptions& options)
 
 std::string DGAReportCollection::pack(const DGAReportOptions& options) {
     ORVN_LOG_METHOD();
+    const std::lock_guard<std::mutex> wait(oneAtATime_);
     if (isUsedUp())
         return "its files have been packed already";
     findCrashLogs(options);
@@ -310,6 +314,7 @@ void DGAReportCollection::addMade(const DGAReportOptions& options, ReportSources
 }
 
 std::optional<std::string> DGAReportCollection::publish() {
+    const std::lock_guard<std::mutex> wait(oneAtATime_);
     const std::lock_guard<std::mutex> hold(mutex_);
     auto path = workspace_ ? workspace_->publish() : std::nullopt;
     if (path)

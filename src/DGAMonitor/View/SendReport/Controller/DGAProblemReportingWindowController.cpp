@@ -22,6 +22,7 @@
 #include "platform/FileManager.h"
 #include "platform/RunLoop.h"
 #include "reportproblem/MailExtension.h"
+#include "reportproblem/ReportSources.h"
 #include "support/ORVNLogger.h"
 #include "support/TextTemplate.h"
 #include "ui_DGAProblemReportingWindowController.h"
@@ -92,6 +93,7 @@ void DGAProblemReportingWindowController::connectActions() {
     onClick(ui_->_saveBtn, &DGAProblemReportingWindowController::saveBtnClicked);
     onClick(ui_->_cancelBtn, &DGAProblemReportingWindowController::cancelBtnClicked);
     onClick(ui_->_closeBtn, &DGAProblemReportingWindowController::closeBtnClicked);
+    onClick(ui_->_contentsBtn, &DGAProblemReportingWindowController::contentsBtnClicked);
     QObject::connect(ui_->_textField, &DGATextField::textChanged, context(),
                      [this] { controlTextDidChange(); });
     QObject::connect(ui_->_textField, &DGATextField::composingChanged, context(),
@@ -112,6 +114,8 @@ void DGAProblemReportingWindowController::showPRWindow() {
     window().setLevel(DGAUtilities::dga_fetchWindowLevel());
     window().center();
     window().showInFront();
+    if (isFresh && sends_)
+        offerKept();
 }
 
 // An open window acts as it is labelled, whatever the client tells meanwhile.
@@ -168,6 +172,7 @@ void DGAProblemReportingWindowController::close() {
         open->reject();
     if (!status_)
         abandonReport();
+    listing_.drop();
     if (isVisible() && !isHandedOn_)
         keepDraft();
     DGAWindowController::close();
@@ -267,6 +272,7 @@ void DGAProblemReportingWindowController::refreshControls(bool complete) {
     ui_->_saveBtn->setEnabled(maySend);
     ui_->_cancelBtn->setEnabled(status_);
     ui_->_closeBtn->setEnabled(status_);
+    ui_->_contentsBtn->setEnabled(status_);
     ui_->_noticeV->setActionsEnabled(status_);
 }
 
@@ -296,7 +302,8 @@ void DGAProblemReportingWindowController::sendReportBtnClicked() {
         services().sendTelemetryAction(DGATelemetryAction::sendReport);
         // The draft ends when there is an archive that holds it.
         keepDraft();
-        if (showUploadWindow()) {
+        if (showUploadWindow(options())) {
+            listing_.handOn();
             isHandedOn_ = true;
             close();
         }
@@ -327,23 +334,44 @@ void DGAProblemReportingWindowController::closeBtnClicked() {
     leave([] {});
 }
 
-bool DGAProblemReportingWindowController::showUploadWindow() {
+// What is left out there is left out here.
+void DGAProblemReportingWindowController::contentsBtnClicked() {
+    listing_.open(window(), options(), sends_, [this](const std::string& kind, bool wanted) {
+        auto* const box = kind == ReportFileKind::kScreenshot ? ui_->_fullBtn : ui_->_sysInfoBtn;
+        box->setSelected(wanted);
+    });
+}
+
+bool DGAProblemReportingWindowController::showUploadWindow(const DGAReportOptions& options) {
     ORVN_LOG_METHOD();
     auto& upload = windows().uploadWindowCtrl;
     if (!upload)
         upload = windows().makeUploadWindow();
     if (!upload)
         return false;
-    upload->showUploadWindowIfScreenShot(options(), ui_->_textField->stringValue(), problemCatagory_);
+    upload->showUploadWindowIfScreenShot(options, options.description, options.category->number);
     return true;
 }
 
+// It goes as it is, with the values of this session; what is being written here stays.
+void DGAProblemReportingWindowController::offerKept() {
+    kept_.refresh(*ui_->_keptV, [this](const DGAKeptReport& report) {
+        showUploadWindow({.serviceType = serviceType_,
+                          .description = report.description,
+                          .category = DGAReportCategory{report.category, {}},
+                          .kept = report.number});
+    });
+}
+
 DGAReportOptions DGAProblemReportingWindowController::options() const {
-    return {.screenShot = ui_->_fullBtn->selected(),
-            .systemInfo = ui_->_sysInfoBtn->selected(),
-            .serviceType = serviceType_,
-            .description = ui_->_textField->stringValue(),
-            .category = DGAReportCategory{problemCatagory_, dgaProblemCatagoryName(problemCatagory_)}};
+    DGAReportOptions options{
+        .screenShot = ui_->_fullBtn->selected(),
+        .systemInfo = ui_->_sysInfoBtn->selected(),
+        .serviceType = serviceType_,
+        .description = ui_->_textField->stringValue(),
+        .category = DGAReportCategory{problemCatagory_, dgaProblemCatagoryName(problemCatagory_)}};
+    listing_.addTo(options);
+    return options;
 }
 
 void DGAProblemReportingWindowController::generateReport() {

@@ -13,6 +13,8 @@
 #include "DGAMonitor/View/DGAMessage.h"
 #include "DGAMonitor/View/DGASavePanel.h"
 #include "DGAMonitor/View/DGAWindowController.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAKeptReportOffer.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAReportListing.h"
 #include "DGAMonitor/View/SendReport/View/DGADropDownListView.h"
 #include "DGAMonitor/View/SendReport/View/DGAProblemReportingWindow.h"
 #include "DGAMonitor/Windows/DGAWindowInterfaces.h"
@@ -73,6 +75,7 @@ private:
     void saveBtnClicked();
     void cancelBtnClicked();
     void closeBtnClicked();
+    void contentsBtnClicked();
 
     void changeWindowStatus(bool status);
     void showBusy(bool busy);
@@ -83,7 +86,8 @@ private:
     int charactersLeft() const;
 
     DGAReportOptions options() const;
-    bool showUploadWindow();
+    bool showUploadWindow(const DGAReportOptions& options);
+    void offerKept();
     void generateReport();
     void abandonReport();
     void reportFileGeneratedAt(const std::string& path) override;
@@ -107,6 +111,8 @@ private:
     bool isSaveBtnClicked_ = false;
     std::string filePath_;
 
+    DGAKeptReportOffer kept_;
+    DGAReportListing listing_;
     bool sends_ = false;
     int64_t serviceType_ = 0;
     QTimer draftTimer_;

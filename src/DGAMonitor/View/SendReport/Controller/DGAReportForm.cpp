@@ -35,16 +35,10 @@ void orderKeyboard(Ui::DGAProblemReportingWindowController& form) {
     QWidget* const box = form._listV->focusProxy();
     form._listV->setFocusProxy(nullptr);
     form._listV->setFocusPolicy(Qt::NoFocus);
-    const std::vector<QWidget*> order{form._textField,
-                                      box,
-                                      form._fullBtn,
-                                      form._sysInfoBtn,
-                                      form._sysInfoBtn->infoBtn(),
-                                      form._noticeV,
-                                      form._cancelBtn,
-                                      form._saveBtn,
-                                      form._sendBtn,
-                                      form._closeBtn};
+    const std::vector<QWidget*> order{
+        form._textField,   box,           form._fullBtn,   form._sysInfoBtn, form._sysInfoBtn->infoBtn(),
+        form._contentsBtn, form._noticeV, form._cancelBtn, form._saveBtn,    form._sendBtn,
+        form._closeBtn};
     for (size_t i = 1; i < order.size(); ++i)
         QWidget::setTabOrder(order[i - 1], order[i]);
 }
@@ -91,6 +85,7 @@ void dgaLabelReportForm(Ui::DGAProblemReportingWindowController& form, QWidget& 
     labelCheckbox(*form._fullBtn, lDGARPWindowFullScreenStr);
     labelCheckbox(*form._sysInfoBtn, lDGARPWindowSystemStr);
     form._fullBtn->setHidden(serviceType == kDGAServiceTypeKT);
+    form._contentsBtn->setText(dgaText(kTextSeeWhatIsSent));
     form._saveBtn->setText(dgaText(lDGAProblemReportWindowSaveBtnStr));
     form._saveBtn->setHidden(sends);
     form._sendBtn->setText(dgaText(sends ? lDGAProblemReportWindowSendBtnStr : lDGARPWindowSendMailStr));
