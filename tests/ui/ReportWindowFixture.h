@@ -66,7 +66,9 @@ protected:
         };
         tools.systemProfile = [](const auto&, const auto&) {};
         tools.screenshot = [this](const std::string& path) {
-            QImage(640, 400, QImage::Format_RGB32).save(QString::fromStdString(path));
+            QImage picture(640, 400, QImage::Format_RGB32);
+            picture.fill(Qt::darkGreen);
+            picture.save(QString::fromStdString(path));
             return pictureFault;
         };
         tools.crashRecord = [](const auto&, const auto&) {};

@@ -2,7 +2,6 @@
 
 #include <QLabel>
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -19,7 +18,6 @@
 #include "DGAMonitor/View/SendReport/View/DGAMouseTrackingButton.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/Windows/DGAUtilitiesWindows.h"
-#include "platform/FileManager.h"
 #include "platform/RunLoop.h"
 #include "reportproblem/MailExtension.h"
 #include "reportproblem/ReportSources.h"
@@ -31,9 +29,6 @@ namespace {
 
 constexpr int kNotRespondingIndex = 1;
 
-// Characters; the description travels with every piece of an upload.
-constexpr int kLongestDescription = 10000;
-constexpr int kCounterAppears = 500;  // when so many are left
 constexpr std::chrono::seconds kDraftPause{1};
 
 DGASessionRecord& record() {
@@ -97,7 +92,7 @@ void DGAProblemReportingWindowController::connectActions() {
     QObject::connect(ui_->_textField, &DGATextField::textChanged, context(),
                      [this] { controlTextDidChange(); });
     QObject::connect(ui_->_textField, &DGATextField::composingChanged, context(),
-                     [this] { refreshPlaceholder(); });
+                     [this] { dgaShowDescription(*ui_); });
     QObject::connect(&window(), &DGAProblemReportingWindow::sendPressed, context(),
                      [this] { ui_->_sendBtn->click(); });
     // Also leads out of a report that never gets ready.
@@ -241,33 +236,15 @@ void DGAProblemReportingWindowController::dropDownListDidSelect(DGADropDownListV
     refreshForm();
 }
 
-void DGAProblemReportingWindowController::refreshPlaceholder() {
-    ui_->_placeholderLab->setHidden(ui_->_textField->hasText() || ui_->_textField->isComposing());
-}
-
-int DGAProblemReportingWindowController::charactersLeft() const {
-    return kLongestDescription - ui_->_textField->characterCount();
-}
-
-void DGAProblemReportingWindowController::refreshCounter() {
-    const int left = charactersLeft();
-    const std::string text = support::fillPlaceholders(
-        DGAUtilities::dga_localize(left < 0 ? kTextDescriptionTooLong : kTextCharactersLeft),
-        {std::to_string(std::abs(left))});
-    ui_->_counterLab->setText(QString::fromStdString(text));
-    ui_->_counterLab->setHidden(left > kCounterAppears);
-}
-
 void DGAProblemReportingWindowController::refreshForm() {
-    refreshPlaceholder();
-    refreshCounter();
+    dgaShowDescription(*ui_);
     refreshControls(ui_->_textField->hasText() && problemCatagory_ != kDGANoCatagory);
 }
 
 // The one place that decides what may be used. While a report is being made nothing: a second one would
 // follow it.
 void DGAProblemReportingWindowController::refreshControls(bool complete) {
-    const bool maySend = status_ && complete && charactersLeft() >= 0;
+    const bool maySend = status_ && complete && dgaCharactersLeft(*ui_) >= 0;
     ui_->_sendBtn->setEnabled(maySend);
     ui_->_saveBtn->setEnabled(maySend);
     ui_->_cancelBtn->setEnabled(status_);
@@ -283,16 +260,7 @@ void DGAProblemReportingWindowController::changeWindowStatus(bool status) {
     if (!status)
         window().setFocus();
     refreshControls(true);
-    showBusy(!status);
-}
-
-void DGAProblemReportingWindowController::showBusy(bool busy) {
-    ui_->_spinV->setVisible(busy);
-    ui_->_busyLab->setText(busy ? dgaText(kTextPareparingReport) : QString());
-    if (busy)
-        ui_->_spinV->startSpin();
-    else
-        ui_->_spinV->stopSpin();
+    dgaShowBusy(*ui_, !status);
 }
 
 void DGAProblemReportingWindowController::sendReportBtnClicked() {
@@ -443,14 +411,12 @@ void DGAProblemReportingWindowController::mailEnded(bool composed) {
 
 void DGAProblemReportingWindowController::tellSaved(const char* text, const std::string& path) {
     endDraft();
-    ui_->_noticeV->say(
-        QString::fromStdString(support::fillPlaceholders(DGAUtilities::dga_localize(text), {path})),
-        {{dgaText(kTextShowInFolder), [path] { platform::showInFileManager(path); }}});
+    dgaSaySaved(*ui_->_noticeV, text, path);
     ui_->_cancelBtn->setText(dgaText(kTextCloseButtonSendReport));
 }
 
 void DGAProblemReportingWindowController::saveWithFilePath(const std::string& path) {
-    showBusy(false);
+    dgaShowBusy(*ui_, false);
     const auto done = [this, alive = std::weak_ptr(awaiting_)](int result) {
         if (!alive.expired())
             judgePanelStatusWithIndex(result);

@@ -78,12 +78,8 @@ private:
     void contentsBtnClicked();
 
     void changeWindowStatus(bool status);
-    void showBusy(bool busy);
     void refreshForm();
-    void refreshPlaceholder();
-    void refreshCounter();
     void refreshControls(bool complete);
-    int charactersLeft() const;
 
     DGAReportOptions options() const;
     bool showUploadWindow(const DGAReportOptions& options);

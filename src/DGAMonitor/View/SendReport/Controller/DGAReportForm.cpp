@@ -1,6 +1,7 @@
 #include "DGAMonitor/View/SendReport/Controller/DGAReportForm.h"
 
 #include <QLabel>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,9 @@
 
 namespace {
 
+constexpr int kLongestDescription = 10000;  // characters
+constexpr int kCounterAppears = 500;        // when so many are left
+constexpr int kKeptGap = 12;                // below the line about a kept report
 constexpr int kPlainButton = 0;
 constexpr int kPrimaryButton = 2;
 
@@ -65,6 +69,7 @@ void dgaSetUpReportForm(Ui::DGAProblemReportingWindowController& form) {
     }
     form._fullBtn->infoBtn()->hide();
     form._spinV->hide();
+    form._keptV->setContentsMargins(0, 0, 0, kKeptGap);
     form._saveBtn->setButtonType(kPlainButton);
     form._sendBtn->setButtonType(kPrimaryButton);
     form._cancelBtn->setButtonType(kPlainButton);
@@ -102,4 +107,26 @@ void dgaLabelReportForm(Ui::DGAProblemReportingWindowController& form, QWidget& 
         box->setAccessibleDescription(form._dropListAlertLab->text());
     }
     form._closeBtn->setAccessibleName(dgaText(kTextCloseButtonSendReport));
+}
+
+void dgaShowDescription(Ui::DGAProblemReportingWindowController& form) {
+    form._placeholderLab->setHidden(form._textField->hasText() || form._textField->isComposing());
+    const int left = dgaCharactersLeft(form);
+    const char* const text = left < 0 ? kTextDescriptionTooLong : kTextCharactersLeft;
+    form._counterLab->setText(QString::fromStdString(
+        support::fillPlaceholders(DGAUtilities::dga_localize(text), {std::to_string(std::abs(left))})));
+    form._counterLab->setHidden(left > kCounterAppears);
+}
+
+int dgaCharactersLeft(const Ui::DGAProblemReportingWindowController& form) {
+    return kLongestDescription - form._textField->characterCount();
+}
+
+void dgaShowBusy(Ui::DGAProblemReportingWindowController& form, bool busy) {
+    form._spinV->setVisible(busy);
+    form._busyLab->setText(busy ? dgaText(kTextPareparingReport) : QString());
+    if (busy)
+        form._spinV->startSpin();
+    else
+        form._spinV->stopSpin();
 }

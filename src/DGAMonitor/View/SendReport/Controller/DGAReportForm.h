@@ -17,3 +17,14 @@ void dgaSetUpReportForm(Ui::DGAProblemReportingWindowController& form);
 /// each opening.
 void dgaLabelReportForm(Ui::DGAProblemReportingWindowController& form, QWidget& window, bool sends,
                         int64_t serviceType);
+
+/// What belongs to the description as it is now: the words in its place while there is none, and near the
+/// limit the number of characters that are left.
+void dgaShowDescription(Ui::DGAProblemReportingWindowController& form);
+
+/// How many characters the description may still have; negative where it is too long. It travels with every
+/// piece of an upload.
+int dgaCharactersLeft(const Ui::DGAProblemReportingWindowController& form);
+
+/// Whether a report is being made.
+void dgaShowBusy(Ui::DGAProblemReportingWindowController& form, bool busy);

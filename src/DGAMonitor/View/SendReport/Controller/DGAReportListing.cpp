@@ -9,6 +9,7 @@
 #include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
 #include "DGAMonitor/View/SendReport/View/DGAReportContentsWindow.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "DGAMonitor/Windows/DGAUtilitiesWindows.h"
 #include "platform/RunLoop.h"
 #include "reportproblem/ReportSources.h"
 #include "support/TextTemplate.h"
@@ -69,6 +70,7 @@ void DGAReportListing::open(QWidget& parent, const DGAReportOptions& options, bo
                                     return;
                                 guarded->setContents(contents, without_);
                                 if (!guarded->isShown()) {
+                                    guarded->setLevel(DGAUtilities::dga_fetchWindowLevel());
                                     guarded->center();
                                     guarded->showInFront();
                                 }

@@ -138,6 +138,7 @@ void DGAReportContentsWindow::makePicture() {
     thumbnail_->setAccessibleName(dgaText(kTextEnlarge));
     thumbnail_->setToolTip(dgaText(kTextEnlarge));
     thumbnail_->setIconSize(kThumbnailSize);
+    thumbnail_->setFlat(true);
     retake_->setObjectName(QStringLiteral("_retakeBtn"));
     retake_->setText(dgaText(kTextRetake));
     row->addWidget(thumbnail_);
@@ -175,11 +176,11 @@ void DGAReportContentsWindow::addFile(const DGAReportContent& file, bool wanted)
     item->setData(0, kKindRole, QByteArray::fromStdString(file.kind));
     item->setTextAlignment(2, Qt::AlignRight | Qt::AlignVCenter);
     item->setToolTip(0, name);
-    Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
-    if (file.kind != kDGAReportSummaryKind)
-        flags |= Qt::ItemIsUserCheckable;
-    item->setFlags(flags);
-    item->setCheckState(0, wanted ? Qt::Checked : Qt::Unchecked);
+    const Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
+    const bool isOptional = file.kind != kDGAReportSummaryKind;
+    item->setFlags(isOptional ? flags | Qt::ItemIsUserCheckable : flags);
+    if (isOptional)
+        item->setCheckState(0, wanted ? Qt::Checked : Qt::Unchecked);
 }
 
 void DGAReportContentsWindow::fileChanged(QTreeWidgetItem* item) {
