@@ -22,8 +22,8 @@ public:
         std::string description;
         int64_t category = 0;
         int64_t serviceType = 0;
-        std::string time;        ///< when it was kept, ISO 8601 with offset
-        std::string state;       ///< why: "failed" or "cancelled", and a reason
+        std::string time;   ///< when it was first kept, ISO 8601 with offset; keep() sets it where it is ""
+        std::string state;  ///< why: "failed" or "cancelled", and a reason
         bool announced = false;  ///< the user was reminded of it
     };
 

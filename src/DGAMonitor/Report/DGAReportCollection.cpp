@@ -176,6 +176,7 @@ void DGAReportCollection::findCrashLogs(const DGAReportOptions& options, DGARepo
     if (isAsked && processId && !record.clientHasQuit)
         summary.modules = tools_.crashRecord(
             *processId, isTools ? kDGAKTCrashLogPrefix : std::string(OrvMeetingCrashLogPrefix) + "_");
+    const std::lock_guard<std::mutex> hold(mutex_);
     for (const auto& report : crashLogs())
         sources_.add(report, Kind::kCrashReport);
 }
@@ -202,6 +203,7 @@ std::string DGAReportCollection::profilePath() const {
 
 void DGAReportCollection::complete(const DGAReportOptions& asked) {
     const DGAReportOptions options = allowed(asked);
+    const std::lock_guard<std::mutex> wait(oneAtATime_);
     if (isUsedUp())
         return;
     if (options.systemInfo && !hasProfile_)
@@ -215,6 +217,7 @@ void DGAReportCollection::complete(const DGAReportOptions& asked) {
 }
 
 void DGAReportCollection::retakePicture() {
+    const std::lock_guard<std::mutex> wait(oneAtATime_);
     if (!isUsedUp() && policy_.allows(DGAPolicyKey::screenCapture))
         takePicture();
 }
@@ -279,6 +282,7 @@ DGAReportContents DGAReportCollection::contents(const DGAReportOptions& asked) c
 std::string DGAReportCollection::pack(const DGAReportOptions& asked) {
     ORVN_LOG_METHOD();
     const DGAReportOptions options = allowed(asked);
+    const std::lock_guard<std::mutex> wait(oneAtATime_);
     if (isUsedUp())
         return "its files have been packed already";
     DGAReportSummary summary;
@@ -344,6 +348,7 @@ void DGAReportCollection::addMade(const DGAReportOptions& options, ReportSources
 }
 
 std::optional<std::string> DGAReportCollection::publish() {
+    const std::lock_guard<std::mutex> wait(oneAtATime_);
     const std::lock_guard<std::mutex> hold(mutex_);
     auto path = workspace_ ? workspace_->publish() : std::nullopt;
     if (path)

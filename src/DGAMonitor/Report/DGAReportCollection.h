@@ -17,8 +17,8 @@
 #include "reportproblem/OrvLogCollector.h"
 
 /// The files of one report, found once: what is listed for the user is what is packed. Packing reads their
-/// contents; only the summary, a crash report and what was asked for later join then. Any thread, one call at
-/// a time; the calls return when they are done.
+/// contents; only the summary, a crash report and what was asked for later join then. Any thread; the
+/// calls return when they are done, and but for contents() wait for one another.
 class DGAReportCollection {
 public:
     using Paths = std::vector<std::string>;
@@ -91,7 +91,8 @@ private:
     std::string profilePath() const;
 
     Tools tools_;
-    mutable std::mutex mutex_;
+    std::mutex oneAtATime_;
+    mutable std::mutex mutex_;  // of what contents() reads
     int64_t serviceType_ = 0;
     std::string number_;
     DGAPolicy policy_;

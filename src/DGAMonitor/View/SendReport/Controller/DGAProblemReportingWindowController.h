@@ -14,7 +14,9 @@
 #include "DGAMonitor/View/DGAMessage.h"
 #include "DGAMonitor/View/DGASavePanel.h"
 #include "DGAMonitor/View/DGAWindowController.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAKeptReportOffer.h"
 #include "DGAMonitor/View/SendReport/Controller/DGAReportForm.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAReportListing.h"
 #include "DGAMonitor/View/SendReport/View/DGADropDownListView.h"
 #include "DGAMonitor/View/SendReport/View/DGAProblemReportingWindow.h"
 #include "DGAMonitor/Windows/DGAWindowInterfaces.h"
@@ -65,7 +67,6 @@ private:
     void dealProblemCatagory();
     void beginNewReport();
     void restoreDraft();
-    void readPolicy();
     void keepDraft();
     void endDraft();
     void leave(std::function<void()> left);
@@ -77,17 +78,15 @@ private:
     void saveBtnClicked();
     void cancelBtnClicked();
     void closeBtnClicked();
+    void contentsBtnClicked();
 
     void changeWindowStatus(bool status);
-    void showBusy(bool busy);
     void refreshForm();
-    void refreshPlaceholder();
-    void refreshCounter();
     void refreshControls(bool complete);
-    int charactersLeft() const;
 
     DGAReportOptions options() const;
-    bool showUploadWindow();
+    bool showUploadWindow(const DGAReportOptions& options);
+    void offerKept();
     void generateReport();
     void abandonReport();
     void reportFileGeneratedAt(const std::string& path) override;
@@ -112,6 +111,8 @@ private:
     bool isSaveBtnClicked_ = false;
     std::string filePath_;
 
+    DGAKeptReportOffer kept_;
+    DGAReportListing listing_;
     bool sends_ = false;
     int64_t serviceType_ = 0;
     QTimer draftTimer_;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+class DGAPolicy;
 class QWidget;
 namespace Ui {
 class DGAProblemReportingWindowController;
@@ -21,6 +22,9 @@ struct DGAReportFormRights {
     bool save = true;
 };
 
+/// Of a session that sends reports, or of one that mails them.
+DGAReportFormRights dgaReportFormRights(const DGAPolicy& policy, bool sends);
+
 /// The texts in the language that the client tells now, and the controls that a session of this kind has. At
 /// each opening.
 void dgaLabelReportForm(Ui::DGAProblemReportingWindowController& form, QWidget& window, bool sends,
@@ -29,3 +33,14 @@ void dgaLabelReportForm(Ui::DGAProblemReportingWindowController& form, QWidget& 
 /// What is forbidden is not chosen, cannot be, and says why. After the above, and whenever the controls were
 /// set anew.
 void dgaForbidInReportForm(Ui::DGAProblemReportingWindowController& form, const DGAReportFormRights& rights);
+
+/// What belongs to the description as it is now: the words in its place while there is none, and near the
+/// limit the number of characters that are left.
+void dgaShowDescription(Ui::DGAProblemReportingWindowController& form);
+
+/// How many characters the description may still have; negative where it is too long. It travels with every
+/// piece of an upload.
+int dgaCharactersLeft(const Ui::DGAProblemReportingWindowController& form);
+
+/// Whether a report is being made.
+void dgaShowBusy(Ui::DGAProblemReportingWindowController& form, bool busy);
