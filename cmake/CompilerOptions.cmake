@@ -32,6 +32,17 @@ else()
   target_link_options(orvanedga_options INTERFACE -Wl,-z,relro,-z,now -Wl,--as-needed -Wl,--build-id=sha1)
 endif()
 
+# The note by which a crash tells of which package a program or library is: systemd.io/ELF_PACKAGE_METADATA.
+set(ORVANEDGA_PACKAGE_TYPE bundle CACHE STRING "Type of the packages in their notes: bundle, deb, rpm")
+set(note
+  "{\"type\":\"${ORVANEDGA_PACKAGE_TYPE}\",\"name\":\"${PROJECT_NAME}\",\"version\":\"${PROJECT_VERSION}\",\"architecture\":\"${CMAKE_SYSTEM_PROCESSOR}\"}")
+set(package_note "SHELL:-Xlinker '--package-metadata=${note}'")
+include(CheckLinkerFlag)
+check_linker_flag(CXX "SHELL:-Xlinker --package-metadata={}" ORVANEDGA_HAS_PACKAGE_NOTES)
+if(ORVANEDGA_HAS_PACKAGE_NOTES)
+  target_link_options(orvanedga_options INTERFACE "${package_note}")
+endif()
+
 # orvanedga_add_layer(<name> [SMALL] SOURCES ... [LINK ...]): one source folder as one library. The objects
 # of the core's folders end up in libdgacore, once, so that its singletons exist once per process. SMALL is for
 # what runs seldom: it stays in memory for as long as the client runs.

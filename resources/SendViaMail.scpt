@@ -14,6 +14,5 @@ compose() {
 }
 
 read_message
-# The mail program may run for hours, and after the assistant has ended.
 # shellcheck disable=SC2154 # read_message sets them
-compose "$recipient" "$subject" "$body" "$attachment" < /dev/null > /dev/null 2>&1 &
+opened compose "$recipient" "$subject" "$body" "$attachment"

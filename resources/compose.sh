@@ -16,6 +16,19 @@ mailto_url() { # RECIPIENT SUBJECT BODY
     printf 'mailto:%s?subject=%s&body=%s' "$(percent "$1" | sed 's/%40/@/g')" "$(percent "$2")" "$(percent "$3")"
 }
 
+# opened COMMAND ARGUMENT...: beside this script, since a mail program may run for hours, and after the assistant has
+# ended. Fails if the command has failed within three seconds: then there is no message.
+opened() {
+    "$@" < /dev/null > /dev/null 2>&1 &
+    tenths=0
+    while kill -0 $! 2> /dev/null; do
+        [ "$tenths" -lt 30 ] || return 0
+        sleep 0.1
+        tenths=$((tenths + 1))
+    done
+    wait $!
+}
+
 has() {
     command -v "$1"
 }

@@ -3,11 +3,25 @@
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Report/DGAKeptReports.h"
 #include "DGAMonitor/Report/DGAReportGenerator.h"
+#include "DGAMonitor/Session/DGAReportResults.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Session/DGASessionTelemetry.h"
 #include "DGAMonitor/Windows/DGAWindowProcess.h"
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
+
+namespace {
+
+void tellClient(const DGAUploadState& state) {
+    for (const char* const told : {DGAReportState::kSent, DGAReportState::kFailed, DGAReportState::kSaved,
+                                   DGAReportState::kMailed, DGAReportState::kCancelled}) {
+        if (state.state == told)
+            DGAReportResults::sharedResults().tell(
+                {DGAKeptReports::numberOf(state.path), told, state.reason});
+    }
+}
+
+}  // namespace
 
 std::shared_ptr<DGAReportMaker> DGACoreWindowServices::makeReportMaker() {
     const auto hide = [process = process_](bool hidden) {
@@ -33,8 +47,11 @@ void DGACoreWindowServices::uploadChanged(const DGAUploadState& state) {
     logInfo("the report {}: {}{}{}", state.path, state.state, state.reason.empty() ? "" : ", ", state.reason);
     DGASessionRecord::sharedRecord().events.add(
         DGASessionEventKind::upload, state.state + (state.reason.empty() ? "" : ": " + state.reason));
+    if (state.comment == draft_.description)
+        draft_ = {};
     if (state.state == "sending")
         return;
+    tellClient(state);
     const bool isOver = state.state == "sent" || state.state == "saved";
     DGAKeptReports::queue().async([state, isOver,
                                    serviceType = DGASessionRecord::sharedRecord().serviceType.load()] {

@@ -18,7 +18,10 @@ public:
     void saveTraceRecord(const DGATraceRecord& record) override;
     void sendTelemetryAction(DGATelemetryAction action) override;
     void uploadChanged(const DGAUploadState& state) override;
+    DGAReportDraft draft() override { return draft_; }
+    void setDraft(const DGAReportDraft& draft) override { draft_ = draft; }
 
 private:
     std::weak_ptr<DGAWindowProcess> process_;
+    DGAReportDraft draft_;
 };

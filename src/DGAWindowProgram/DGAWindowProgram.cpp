@@ -149,13 +149,18 @@ void DGAWindowProgram::receive(const platform::FrameReader::Message& frame) {
                        take(frame, &DGAWindowProgram::close) || take(frame, &DGAWindowProgram::toFront) ||
                        take(frame, &DGAWindowProgram::reportMade) ||
                        take(frame, &DGAWindowProgram::reportEnded) || take(frame, &DGAWindowProgram::hide) ||
-                       take<End>(frame, &DGAWindowProgram::end) || take(frame, &DGAWindowProgram::post);
+                       take<End>(frame, &DGAWindowProgram::end) || take(frame, &DGAWindowProgram::post) ||
+                       take(frame, &DGAWindowProgram::keepDraft);
     if (!known)
         logWarning("the assistant sends the windows a message of an unknown kind, {}", frame.id);
 }
 
 void DGAWindowProgram::setRecord(const Record& record) {
     setRecordFields(DGASessionRecord::sharedRecord(), record.fields);
+}
+
+void DGAWindowProgram::keepDraft(const Draft& message) {
+    draft_ = message.draft;
 }
 
 void DGAWindowProgram::show(const Show& message) {
@@ -292,6 +297,13 @@ void DGAWindowProgram::sendTelemetryAction(DGATelemetryAction action) {
 
 void DGAWindowProgram::uploadChanged(const DGAUploadState& state) {
     send(Upload{state});
+}
+
+void DGAWindowProgram::setDraft(const DGAReportDraft& draft) {
+    if (draft == draft_)
+        return;
+    draft_ = draft;
+    send(DraftChanged{draft});
 }
 
 void DGAWindowProgram::frozeWindowButtonDidClickWithIndex(int index) {

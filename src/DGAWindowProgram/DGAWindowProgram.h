@@ -38,6 +38,8 @@ public:
     void saveTraceRecord(const DGATraceRecord& record) override;
     void sendTelemetryAction(DGATelemetryAction action) override;
     void uploadChanged(const DGAUploadState& state) override;
+    DGAReportDraft draft() override { return draft_; }
+    void setDraft(const DGAReportDraft& draft) override;
     void frozeWindowButtonDidClickWithIndex(int index) override;
 
     /// Any thread.
@@ -62,6 +64,7 @@ private:
     void hide(const DGAWindowMessage::Hide& message);
     void end(const DGAWindowMessage::End& message);
     void post(const DGAWindowMessage::Post& message);
+    void keepDraft(const DGAWindowMessage::Draft& message);
     void showPrompt(int level);
     void showReport();
     DGAWindowInterface* window(int32_t kind) const;
@@ -72,6 +75,7 @@ private:
     int64_t handled_ = 0;
     DGAWindowMessage::State told_;
     int64_t lastMaker_ = 0;
+    DGAReportDraft draft_;
     int posts_ = 0;  // under way
     std::map<int64_t, std::weak_ptr<Maker>> makers_;
     std::shared_ptr<DGAFrozeWindowInterface> prompt_;

@@ -117,10 +117,13 @@ bool tryMove(const std::string& from, const std::string& to) {
 
 }  // namespace
 
-bool moveFile(const std::string& from, const std::string& to) {
+bool moveFile(const std::string& from, const std::string& to, std::error_code* why) {
     if (tryMove(from, to))
         return true;
-    reportWarning("not moved from " + from + " to " + to + ": " + std::strerror(errno));
+    const std::error_code fault(errno, std::generic_category());
+    if (why)
+        *why = fault;
+    reportWarning("not moved from " + from + " to " + to + ": " + std::strerror(fault.value()));
     return false;
 }
 

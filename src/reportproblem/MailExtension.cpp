@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "DGAMonitor/Session/DGAPolicy.h"
 #include "platform/BundleInfo.h"
 #include "platform/DefaultHandler.h"
 #include "platform/Task.h"
@@ -36,14 +37,23 @@ std::string fitting(const std::string& text) {
 }  // namespace
 
 bool MailExtension::reportProblem(const ReportMail& mail, std::string* /*error*/) const {
+    composeMail(mail, {});
+    return true;
+}
+
+void MailExtension::composeMail(const ReportMail& mail, std::function<void(bool composed)> composed) const {
     ORVN_LOG_METHOD();
-    const auto script = appleScriptPathForScriptName(appleScriptNameForDefaultMailApp());
-    if (!script)
-        return false;
+    const bool isAllowed = DGAPolicy::current().allows(DGAPolicyKey::mail);
+    if (!isAllowed)
+        logWarning("no mail is opened: the administrator's policy forbids it");
+    const auto script =
+        isAllowed ? appleScriptPathForScriptName(appleScriptNameForDefaultMailApp()) : std::nullopt;
     const auto attachment =
         mail._attachments.empty() ? std::nullopt : std::optional(mail._attachments.front());
-    mailTo(mail._recipient, mail._mailTitle, mail._mailBody, attachment, *script);
-    return true;
+    if (script)
+        mailTo(mail._recipient, mail._mailTitle, mail._mailBody, attachment, *script, composed);
+    else if (composed)
+        composed(false);
 }
 
 std::string MailExtension::appleScriptNameForDefaultMailApp() const {
@@ -75,7 +85,8 @@ std::string MailExtension::myBundle() const {
 
 void MailExtension::mailTo(const std::string& recipient, const std::string& withMailTitle,
                            const std::string& mailBody, const std::optional<std::string>& andAttachment,
-                           const std::string& byUsingAppleScript) const {
+                           const std::string& byUsingAppleScript,
+                           const std::function<void(bool composed)>& composed) const {
     ORVN_LOG_METHOD();
     platform::Task task;
     task.program = platform::programForCommand(AppleScriptTaskPath);
@@ -84,5 +95,10 @@ void MailExtension::mailTo(const std::string& recipient, const std::string& with
                  oneLine(andAttachment.value_or("")) + "\n" + fitting(mailBody);
     task.surroundings = platform::Task::Surroundings::desktop;
     task.output = platform::Task::Output::discard;
-    platform::startTask(task, nullptr);
+    const auto ended = [composed](const platform::TaskResult& result) {
+        if (composed)
+            composed(result.reason == platform::TaskResult::kExited && result.exitStatus == 0);
+    };
+    if (!platform::startTask(task, ended) && composed)
+        composed(false);
 }

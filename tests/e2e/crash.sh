@@ -5,14 +5,14 @@ xev > /dev/null &
 eventually xdotool search --name 'Event Tester' > /dev/null || fail "no other window"
 kill -KILL "$client"
 in_front
-see text 'Enter problem description*' focused
+see text 'Describe the problem*' focused
 for_everybody
 eventually only_archive > /dev/null || fail "not one archive: $(ls /tmp/orvdga)"
 xdotool type 'It was gone'
 see 'combo box' '-- Choose a problem type --'
 # Ready to quit, but not as long as the window is up.
 await_log 'noVisibleWindow = 0,readyToQuit = 1' 2
-key Escape
+close_report
 ends
 only_archive > /dev/null || fail "the archive is gone"
 

@@ -26,7 +26,7 @@ signals=(KILL SEGV)
 for round in 0 1; do
     signal=${signals[round]}
     send_report "Round $round, $signal"
-    says 'Connected to server'
+    says 'Connected to the server'
     kill "-$signal" "$(window_program)"
     eventually is_kept "Round $round, $signal" || fail "the report that was being sent is not kept: $(ls -lR ~/.local)"
     # A client that beats is still watched, and the next request shows a window.
@@ -35,7 +35,7 @@ for round in 0 1; do
     kill -0 "$dga" || fail "the assistant is gone"
 done
 send_report 'Before the end'
-says 'Connected to server'
+says 'Connected to the server'
 kill -KILL "$xserver"
 await_log 'its windows are gone'
 eventually is_kept 'Before the end' || fail "the report that was being sent is not kept"

@@ -1,7 +1,7 @@
 # What the user sees when an upload fails, and that the report can be saved then.
 . "$(dirname "$0")/windows.sh"
-again='We could not send your Problem Report. You can save the report and try to send it again later.'
-large="We can't upload your problem report because it exceeds 25 MB. You can still save your report *"
+again="We couldn't send your problem report. You can save it and try again later."
+large="We can't upload your problem report because it is larger than 25*"
 head -c 400000 /dev/urandom > client.log
 head -c 25000000 /dev/urandom > large.log
 server='http://127.0.0.1:9/upload.do?siteid=1'
@@ -33,12 +33,12 @@ server_failure() { # TEXT OPTION...
     failure "\"uploadURL\": \"$server\", \"logFileName\": \"$PWD/client.log\"" "$1" "$again"
     stop_server
 }
-failure '"siteID": 1' "Can't connect to server." "$again"
-server_failure "Can't send report because the connection has timed out." --fail fail
-server_failure "Can't send report because the connection has timed out." --fail cut --fail-at 3
+failure '"siteID": 1' "Can't connect to the server." "$again"
+server_failure "The upload failed." --fail fail
+server_failure "The upload failed." --fail cut --fail-at 3
 grep -q 'piece 3' server.txt || fail "cut elsewhere: $(cat server.txt)"
-server_failure "We can't submit your report because you've already submitted 3 reports for this meeting." \
+server_failure "The server accepts no more reports for this meeting." \
     --fail exceed --fail-at 1
-failure "\"logFileName\": \"$PWD/large.log\"" "We can't submit your report because the file size is too large." "$large"
+failure "\"logFileName\": \"$PWD/large.log\"" "We can't send your report because the file is too large." "$large"
 (($(stat -c %s saved5.zip) > 25000000)) || fail "not too large"
 leave

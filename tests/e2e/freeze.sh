@@ -28,15 +28,15 @@ has_logged 'which frozenWindow btn is clicked: 1' || fail "not the answer to wai
 
 dga=$hasty client=$hastys_client
 click 'push button' 'Quit and Send Problem Report'
-see 'combo box' 'Tellan Orvane is not responding'
+see 'combo box' 'Tellan Orvane Meetings is not responding'
 [[ ! -e /proc/$hastys_client || $(cut -d ' ' -f 3 "/proc/$hastys_client/stat") == Z ]] || fail "the client still runs"
 kill -0 "$patients_client" || fail "another process was ended"
 in_front
-see text 'Enter problem description*' focused
+see text 'Describe the problem*' focused
 xdotool type Frozen
 see 'push button' 'Send Report' sensitive
 key Return
-says 'Uploading sent'
+says 'Report uploaded'
 grep -q '"ct":"6"' arrived/*.jsonl || fail "sent as another category: $(cat arrived/*.jsonl)"
 click 'push button' OK
 ends
@@ -45,7 +45,7 @@ ends
 dga=$patient client=$patients_client
 kill -KILL "$client"
 await_log 'no orvane client process (crash)'
-see text 'Enter problem description*'
+see text 'Describe the problem*'
 raise
 key Escape
 ends

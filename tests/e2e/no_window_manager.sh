@@ -7,11 +7,12 @@ fi
 upload_server
 start_meeting
 send_report 'Bare'
-says 'Uploading sent'
+says 'Report uploaded'
 click 'push button' OK
 gone dialog "$title"
 ask_for_report
 xdotool type again
-click 'push button' Cancel
+see label "$title" # what stands for the frame
+click 'push button' Close
 gone dialog "$title"
 leave

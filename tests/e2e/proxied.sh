@@ -10,7 +10,7 @@ upload_server server
 head -c 300000 /dev/urandom > client.log
 start_meeting "\"logFileName\": \"$PWD/client.log\""
 send_report 'By the proxy'
-says 'Uploading sent' 'Problem tracking email confirmation sent to asa@example.com.'
+says 'Report uploaded' 'A confirmation email will be sent to asa@example.com.'
 cmp "$(only_archive)" arrived/*.zip || fail "another archive arrived"
 
 grep -q '200 me' "$proxy_log" || fail "not by the proxy: $(cat "$proxy_log")"

@@ -14,9 +14,9 @@ fill_in 'No sound, 100% of the time' 1 Joining
 key Down
 see 'combo box' Audio
 see 'push button' 'Send Report' sensitive
-key Return
-says 'Report prepared' 'Connected to server' 'Uploading sent' 'Your problem report has been sent.' \
-    'Problem tracking email confirmation sent to asa@example.com.'
+key ctrl+Return
+says 'Report prepared' 'Connected to the server' 'Report uploaded' 'Your problem report has been sent.' \
+    'A confirmation email will be sent to asa@example.com.'
 for_everybody
 in_front
 see 'push button' OK focused

@@ -9,7 +9,7 @@ fewer_threads() { (($(threads) < uploading)); }
 
 start_meeting "\"logFileName\": \"$PWD/client.log\""
 send_report 'Slow'
-says 'Connecting to server...'
+says 'Connecting to the server…'
 for_everybody
 xev > /dev/null &
 eventually xdotool search --name 'Event Tester' > /dev/null || fail "no other window"
@@ -17,9 +17,9 @@ xdotool search --name 'Event Tester' windowactivate --sync
 # Another request brings the upload window to the front; there is no second window.
 post ORVANE_DGA_GENERATE_REPORT > /dev/null
 in_front
-see label 'Connecting to server...'
-gone text 'Enter problem description*'
-says 'Connected to server' 'Uploading report... (*%)'
+see label 'Connecting to the server…'
+gone text 'Describe the problem*'
+says 'Connected to the server' 'Uploading report… (*%)'
 uploading=$(threads)
 click 'push button' Cancel
 gone dialog "$title"
@@ -32,7 +32,7 @@ stop_server
 upload_server
 parameters '"userEmail": ""' 2
 send_report 'Faster'
-says 'Uploading sent' 'Your problem report has been sent.'
+says 'Report uploaded' 'Your problem report has been sent.'
 # The window that was up while the picture was taken is not in it.
 import -window root now.png
 # shellcheck disable=SC2012 # their names are plain
@@ -49,7 +49,7 @@ client=$!
 start_assistant
 base_name=ORVANE_DGA_GENERATE_REPORT_AND_EXIT parameters
 in_front
-see text 'Enter problem description*' focused
+see text 'Describe the problem*' focused
 await_log 'noVisibleWindow = 0,readyToQuit = 1'
 key Escape
 kill -0 "$client" || fail "the client was ended"

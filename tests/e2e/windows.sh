@@ -43,6 +43,7 @@ click() {
     # shellcheck disable=SC2086
     xdotool mousemove $place click 1
 }
+type_text() { xdotool type --delay 2 -- "$1"; }
 key() { xdotool key --clearmodifiers "$@"; }
 # window_program: its process id.
 window_program() { pgrep -P "$dga" -x orvanedga-windo; }
@@ -92,11 +93,11 @@ start_meeting() {
 ask_for_report() {
     post ORVANE_DGA_GENERATE_REPORT > /dev/null
     in_front
-    see text 'Enter problem description*' focused
+    see text 'Describe the problem*' focused
 }
 # fill_in TEXT STEPS CATEGORY: by keys only, from the description to the category that is so many steps down.
 fill_in() {
-    xdotool type --delay 2 -- "$1"
+    type_text "$1"
     key Tab
     see 'combo box' '*' focused
     for _ in $(seq "$2"); do key Down; done
@@ -106,8 +107,15 @@ fill_in() {
 send_report() {
     ask_for_report
     fill_in "$1" 2 Audio
-    key Return
+    key ctrl+Return
     await_log 'UploadWindowController::showUploadWindowIfScreenShot'
+}
+# close_report: the window with something typed, which asks.
+close_report() {
+    key Escape
+    see 'push button' 'Keep Writing' focused
+    key Left Return
+    gone dialog "$title"
 }
 only_archive() {
     local found=(/tmp/orvdga/*.zip)

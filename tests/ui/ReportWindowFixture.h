@@ -33,6 +33,8 @@ public:
     void showUploadWindowIfScreenShot(const DGAReportOptions& options, const std::string& comment,
                                       int64_t problemCatagory) override {
         asked.emplace_back(options, comment, problemCatagory);
+        DGAApplicationWindows::sharedWindows().services().uploadChanged(
+            {"/tmp/x.zip", "sending", "", comment, problemCatagory});
     }
     std::vector<Upload> asked;
 };
@@ -55,6 +57,7 @@ protected:
         UiTest::TearDown();
         gate.reset();
         controller.reset();
+        DGAApplicationWindows::sharedWindows().services().setDraft({});
         runFor(std::chrono::milliseconds(50));
         DGAApplicationWindows::sharedWindows().uploadWindowCtrl.reset();
         for (const char* path : {"/tmp/orvdga", "/tmp/target"})
@@ -76,12 +79,15 @@ protected:
         };
         tools.systemProfile = [](const auto&, const auto&) {};
         tools.screenshot = [](const auto&) { return ""; };
-        tools.crashRecord = [](const auto&, const auto&) {};
+        tools.crashRecord = [](const auto&, const auto&) { return std::vector<platform::CoredumpModule>(); };
         tools.saveTime = [] { return "20240315_143025"; };
         controller =
             std::make_shared<DGAProblemReportingWindowController>(DGAProblemReportingWindowController::Parts{
                 [tools] { return std::make_shared<DGAReportGenerator>(tools); },
-                [this](const ReportMail& mail) { mails.push_back(mail); }});
+                [this](const ReportMail& mail, const auto& composed) {
+                    mails.push_back(mail);
+                    composed(hasMailProgram);
+                }});
     }
     void open() {
         if (!controller)
@@ -126,6 +132,7 @@ protected:
     static constexpr char kArchive[] = "/tmp/orvdga/123_7_20240315_143025.zip";
 
     int zipStatus = 0;
+    bool hasMailProgram = true;
     std::mutex zip;
     std::unique_ptr<std::lock_guard<std::mutex>> gate;
     std::vector<ReportMail> mails;

@@ -12,6 +12,9 @@
 
 #include "DGAMonitor/Session/DGASessionTelemetry.h"
 #include "DGAMonitor/Session/DGATelemetryManager.h"
+#include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
+#include "DGAMonitor/View/DGAText.h"
+#include "DGAMonitor/View/SendReport/View/DGANoticeLine.h"
 #include "DGAMonitor/View/SendReport/View/DGASendReportInfoView.h"
 #include "platform/RunLoop.h"
 #include "ui/ReportWindowFixture.h"
@@ -34,6 +37,18 @@ protected:
         EXPECT_EQ(status(), "0000");
         ui::runFor(50ms);
     }
+    QMessageBox* question() { return qobject_cast<QMessageBox*>(QApplication::activeWindow()); }
+    /// Closes by keys, and answers the question.
+    void leaveBy(const std::string& keys, bool really) {
+        ui::press(keys);
+        ASSERT_TRUE(ui::waitUntil([this] { return question() != nullptr; }));
+        EXPECT_TRUE(controller->isVisible());
+        ui::press(really ? "Left Return" : "Return");
+        EXPECT_TRUE(ui::waitUntil([&] { return !question() && controller->isVisible() != really; }));
+        EXPECT_TRUE(really || ui::waitUntilActive(controller->window()));
+    }
+    std::string notice() { return find<DGANoticeLine>("_noticeV").text().toStdString(); }
+    DGAButton& noticeButton() { return *find<DGANoticeLine>("_noticeV").findChild<DGAButton*>(); }
     void fillIn() {
         describe("no sound");
         choose(lDGADropListAudio);
@@ -84,7 +99,7 @@ TEST_F(ProblemReportingWindowTest, OffersTheCategoriesOfTheServiceAndSendsTheirN
         for (size_t i = 1; i <= c.numbers.size(); ++i) {
             controller->showPRWindow();
             ASSERT_EQ(box().count(), static_cast<int>(c.numbers.size()) + 1);
-            EXPECT_EQ(box().title(), c.frozen ? lDGADropListNotResponding : lDGADropListChooseType);
+            EXPECT_EQ(box().title(), dgaText(c.frozen ? lDGADropListNotResponding : lDGADropListChooseType));
             EXPECT_EQ(find<QWidget>("_fullBtn").isVisible(), c.service != 10);
             field().setStringValue("x");
             EXPECT_EQ(send().isEnabled(), c.frozen) << "a frozen client is a category already";
@@ -110,11 +125,11 @@ TEST_F(ProblemReportingWindowTest, AnOpenWindowKeepsWhatWasEnteredAndAClosedOneF
 
     record().isFreeze = true;
     open();
-    EXPECT_EQ(box().title(), lDGADropListNotResponding);
+    EXPECT_EQ(box().title(), dgaText(lDGADropListNotResponding));
     record().isFreeze = false;
     open();
-    EXPECT_EQ(box().title(), lDGADropListNotResponding);
-    EXPECT_EQ(box().findText(lDGADropListNotResponding), -1);
+    EXPECT_EQ(box().title(), dgaText(lDGADropListNotResponding));
+    EXPECT_EQ(box().findText(dgaText(lDGADropListNotResponding)), -1);
     ui::click(send());
     EXPECT_THAT(upload->asked,
                 ElementsAre(Upload({.systemInfo = true,
@@ -124,7 +139,7 @@ TEST_F(ProblemReportingWindowTest, AnOpenWindowKeepsWhatWasEnteredAndAClosedOneF
                                    "no sound", 6)));
 
     open();
-    EXPECT_EQ(field().stringValue(), "");
+    EXPECT_EQ(field().stringValue(), "") << "that draft has become a report";
     EXPECT_EQ(box().title(), lDGADropListChooseType);
     EXPECT_TRUE(find<DGACheckboxButton>("_fullBtn").selected());
     EXPECT_TRUE(placeholderShows());
@@ -138,6 +153,60 @@ TEST_F(ProblemReportingWindowTest, AnOpenWindowKeepsWhatWasEnteredAndAClosedOneF
                                             .category = DGAReportCategory{2, lDGADropListAudio}},
                                            "no sound", 2))
         << "the menu is that of now";
+}
+
+TEST_F(ProblemReportingWindowTest, WhoClosesIsAskedAndFindsTheDraftAgain) {
+    for (const char* const way : {"Escape", "alt+F4"}) {
+        SCOPED_TRACE(way);
+        open();
+        ui::press(way);
+        EXPECT_TRUE(ui::waitUntil([this] { return !controller->isVisible(); })) << "nothing would be lost";
+        open();
+        fillIn();
+        ui::click(find<QWidget>("_fullBtn"));
+        leaveBy(way, false);
+        EXPECT_EQ(field().stringValue(), "no sound");
+        leaveBy(way, true);
+        make();  // as the next window program does
+        record().language.set("German");
+        open();
+        EXPECT_EQ(field().stringValue(), "no sound");
+        EXPECT_EQ(box().title(), "Audio");
+        EXPECT_FALSE(find<DGACheckboxButton>("_fullBtn").selected());
+        EXPECT_EQ(send().text(), "Bericht senden");
+        EXPECT_EQ(status(), "1111");
+        record().language.set("English");
+        field().selectAll();
+        ui::press("BackSpace Escape");
+        EXPECT_TRUE(ui::waitUntil([this] { return !controller->isVisible(); }));
+    }
+    open();
+    fillIn();
+    EXPECT_TRUE(ui::waitUntil([] {
+        return !DGAApplicationWindows::sharedWindows().services().draft().description.empty();
+    })) << "also where the windows crash";
+    leaveBy("Escape", true);
+    record().isFreeze = true;
+    open();
+    EXPECT_EQ(field().stringValue(), "no sound");
+    EXPECT_EQ(box().title(), dgaText(lDGADropListNotResponding));
+}
+
+TEST_F(ProblemReportingWindowTest, AnOpenWindowActsAsItIsLabelled) {
+    open();
+    record().enableSendReport = false;
+    record().serviceType = 10;
+    fillIn();
+    open();
+    EXPECT_EQ(send().text(), lDGAProblemReportWindowSendBtnStr);
+    EXPECT_EQ(box().findText(lDGADropListMeeting), -1);
+    ui::press("ctrl+Return");
+    ASSERT_EQ(upload->asked.size(), 1U);
+    EXPECT_EQ(std::get<0>(upload->asked[0]).serviceType, 1);
+    open();
+    EXPECT_EQ(send().text(), lDGARPWindowSendMailStr);
+    EXPECT_TRUE(save().isVisible());
+    EXPECT_NE(box().findText(lDGADropListMeeting), -1);
 }
 
 TEST_F(ProblemReportingWindowTest, WithoutAnUploadWindowNothingThatWasEnteredIsLost) {
@@ -155,7 +224,7 @@ TEST_F(ProblemReportingWindowTest, SendMailMakesAReportAndHandsItOver) {
     record().clientVersion.set("39.%@");
     open();
     EXPECT_EQ(send().text(), lDGARPWindowSendMailStr);
-    EXPECT_EQ(find<QLabel>("_msgLab").text(), lDGARPWindowMsg1Str);
+    EXPECT_EQ(find<QLabel>("_msgLab").text(), dgaText(lDGARPWindowMsg1Str));
     EXPECT_TRUE(save().isVisible());
     describe("no %@ sound");
     choose(lDGADropListAudio);
@@ -169,19 +238,22 @@ TEST_F(ProblemReportingWindowTest, SendMailMakesAReportAndHandsItOver) {
     record().isFreeze = false;
     EXPECT_EQ(status(), "0000") << "nor may being shown again";
     choose(lDGADropListAudio);
-    ui::press("Return Escape");
-    EXPECT_TRUE(controller->isVisible());
+    ui::press("Return ctrl+Return");
+    leaveBy("Escape", false);
     gate.reset();
     EXPECT_TRUE(ui::waitUntil([this] { return !controller->isVisible(); }));
     ASSERT_EQ(mails.size(), 1U);
     const ReportMail& mail = mails.front();
     EXPECT_EQ(mail._recipient, "");
-    EXPECT_EQ(mail._mailTitle, "Problem report: Tellan Orvane Meetings for Mac (version 39.%@)");
-    EXPECT_EQ(mail._mailBody,
-              std::string(lDGAReportMailBodyStr) + "\n\n" + lDGADropListAlertTitle + "\nAudio\nno %@ sound!");
+    EXPECT_EQ(mail._mailTitle, "Problem report: Tellan Orvane Meetings for Linux (version 39.%@)");
+    EXPECT_EQ(mail._mailBody, DGAUtilities::dga_localize(lDGAReportMailBodyStr) + "\n\n" +
+                                  DGAUtilities::dga_localize(lDGADropListAlertTitle) +
+                                  "\nAudio\nno %@ sound!");
     EXPECT_THAT(mail._attachments, ElementsAre(kArchive));
     EXPECT_TRUE(std::filesystem::exists(kArchive));
     EXPECT_EQ(status(), "1111");
+    open();
+    EXPECT_EQ(field().stringValue(), "") << "the mail has it";
 }
 
 TEST_F(ProblemReportingWindowTest, AReportThatFailsMayBeTriedAgain) {
@@ -189,15 +261,34 @@ TEST_F(ProblemReportingWindowTest, AReportThatFailsMayBeTriedAgain) {
     zipStatus = 14;
     open();
     fillIn();
+    holdZip();
     ui::click(save());
-    EXPECT_TRUE(ui::waitUntil([this] {
-        return find<QLabel>("_msgLab").text() == lDGARPWindowMsg1Str ? false : status() == "1111";
-    }));
-    EXPECT_EQ(find<QLabel>("_msgLab").text(), kTextReportPareparedFailed);
+    EXPECT_TRUE(find<QWidget>("_spinV").isVisible());
+    gate.reset();
+    EXPECT_TRUE(ui::waitUntil([this] { return notice() == "The report could not be prepared"; }));
+    EXPECT_EQ(status(), "1111");
+    EXPECT_FALSE(find<QWidget>("_spinV").isVisible());
+    ui::takePicture("failed");
     EXPECT_FALSE(savePanel());
     zipStatus = 0;
-    ui::click(send());
-    EXPECT_TRUE(ui::waitUntil([this] { return mails.size() == 1; }));
+    ui::click(noticeButton());
+    ASSERT_TRUE(ui::waitUntil([this] { return savePanel() && savePanel()->isActiveWindow(); }));
+    EXPECT_EQ(notice(), "");
+    ui::press("Escape");
+
+    // Without a mail program the report lies where the user finds it.
+    hasMailProgram = false;
+    for (const std::string name : {"123_7_20240315_143026.zip", "123_7_20240315_143026-2.zip"}) {
+        EXPECT_TRUE(ui::waitUntil([this] { return status() == "1111"; }));
+        ui::click(send());
+        EXPECT_TRUE(ui::waitUntil([&] {
+            return notice() == "No email program is set up. The report was saved as " +
+                                   std::string(std::getenv("HOME")) + "/" + name + ".";
+        })) << notice();
+        EXPECT_TRUE(controller->isVisible());
+    }
+    ui::press("Escape");
+    EXPECT_TRUE(ui::waitUntil([this] { return !controller->isVisible(); })) << "nothing would be lost";
 }
 
 TEST_F(ProblemReportingWindowTest, SaveMovesTheArchiveToWhereTheUserSays) {
@@ -225,26 +316,38 @@ TEST_F(ProblemReportingWindowTest, SaveMovesTheArchiveToWhereTheUserSays) {
     openSavePanel();
     std::filesystem::remove(kArchive);
     saveAs("/tmp/target/vanished.zip");
-    EXPECT_TRUE(controller->isVisible());
+    EXPECT_EQ(notice(), "The report is no longer there.");
     EXPECT_EQ(status(), "1111");
     EXPECT_FALSE(std::filesystem::exists("/tmp/target/vanished.zip"));
 
     openSavePanel();
     saveAs("/tmp/target/mine");
-    EXPECT_FALSE(controller->isVisible());
+    EXPECT_EQ(notice(), "The report was saved as /tmp/target/mine.zip.");
+    EXPECT_EQ(noticeButton().text(), "Show in Folder");
+    ui::takePicture("saved");
     EXPECT_FALSE(std::filesystem::exists(kArchive));
     EXPECT_EQ(std::filesystem::file_size("/tmp/target/mine.zip"), 7U);
+    ui::click(find<QWidget>("_cancelBtn"));
+    EXPECT_FALSE(controller->isVisible()) << "nothing would be lost";
 
     if (mount("none", "/tmp/target/small", "tmpfs", 0, "size=4k,nr_inodes=1") != 0)
         GTEST_SKIP() << "needs the right to mount";
     open();
     fillIn();
     openSavePanel();
-    saveAs("/tmp/target/small/full.zip");
-    EXPECT_FALSE(controller->isVisible());
+    ui::press("ctrl+a");
+    ui::type("/tmp/target/small/full.zip");
+    ui::press("Return");
+    ASSERT_TRUE(ui::waitUntil([this] { return question() != nullptr; }));
+    EXPECT_EQ(question()->text(), "The report could not be saved. The disk is full.");
+    ui::press("Return");
+    EXPECT_TRUE(ui::waitUntil([this] { return savePanel()->isActiveWindow(); }))
+        << "another place may be chosen";
     EXPECT_TRUE(std::filesystem::is_empty("/tmp/target/small"));
     EXPECT_TRUE(std::filesystem::exists(kArchive)) << "what could not be moved stays";
     umount("/tmp/target/small");
+    saveAs("/tmp/target/other.zip");
+    EXPECT_TRUE(std::filesystem::exists("/tmp/target/other.zip"));
 }
 
 TEST_F(ProblemReportingWindowTest, MayBeClosedOrReleasedWhileAReportIsMade) {
@@ -266,14 +369,13 @@ TEST_F(ProblemReportingWindowTest, MayBeClosedOrReleasedWhileAReportIsMade) {
         SCOPED_TRACE(name);
         open();
         start(find<DGAButton>(name));
-        ui::press("alt+F4");
-        EXPECT_FALSE(controller->isVisible()) << "the way out of a report that never gets ready";
+        leaveBy("alt+F4", true);  // the way out of a report that never gets ready
         open();
-        EXPECT_EQ(status(), "0011");
+        EXPECT_EQ(status(), "1111");
         finish();
         EXPECT_TRUE(controller->isVisible());
         EXPECT_FALSE(savePanel());
-        EXPECT_EQ(status(), "0011") << "that report was another's";
+        EXPECT_EQ(status(), "1111") << "that report was another's";
 
         start(find<DGAButton>(name));
         controller.reset();
@@ -297,7 +399,7 @@ TEST_F(ProblemReportingWindowTest, TakesALongTextOfAnyKindWithoutLoss) {
         "\xF0\x9F\x91\xA9\xE2\x80\x8D\xF0\x9F\x92\xBB \xE2\x80\xA8separator \xF0\x9F\x98\x80 "
         "\xE6\x97\xA5\xE6\x9C\xAC";
     std::string text = kinds;
-    while (text.size() < 100000)
+    while (text.size() < 12000)
         text += "0123456789 abcdefghijklmnopqrstuvwxyz ";
     open();
     QGuiApplication::clipboard()->setText(QString::fromStdString(text));
@@ -306,17 +408,32 @@ TEST_F(ProblemReportingWindowTest, TakesALongTextOfAnyKindWithoutLoss) {
     ui::press("ctrl+v");
     EXPECT_TRUE(ui::waitUntil([&] { return field().hasText(); }));
     const auto pasted = clock.restart();
-    ui::press("e");
-    ui::press("shift+Return");
-    ui::press("f");
+    for (const char* key : {"e", "Return", "f"})
+        ui::press(key);
     const auto typed = clock.elapsed();
     RecordProperty("paste_milliseconds", std::to_string(pasted));
     RecordProperty("three_keys_milliseconds", std::to_string(typed));
     EXPECT_LT(typed, ui::isSanitized() ? 20000 : 2000);
+    EXPECT_TRUE(field().stringValue() == text + "e\nf");
     choose(lDGADropListVideo);
+    const auto& counter = find<QLabel>("_counterLab");
+    const int over = field().toPlainText().toUcs4().size() - 10000;
+    EXPECT_EQ(counter.text(),
+              QString("The description is too long. Characters over the limit: %1.").arg(over));
+    ui::takePicture("too_long");
+    EXPECT_EQ(status(), "0011");
+    const auto cutTo = [this](int characters) {
+        field().setStringValue(field().toPlainText().remove(characters, 100000).toStdString());
+    };
+    cutTo(10003);  // three characters take two units each
+    EXPECT_EQ(counter.text(), "Characters left: 0");
+    EXPECT_EQ(status(), "1111");
+    cutTo(9502);
+    EXPECT_FALSE(counter.isVisible());
+    const std::string shown = field().stringValue();
     ui::click(send());
     ASSERT_EQ(upload->asked.size(), 1U);
-    EXPECT_TRUE(std::get<1>(upload->asked[0]) == text + "e\nf");
+    EXPECT_TRUE(std::get<1>(upload->asked[0]) == shown);
 }
 
 TEST_F(ProblemReportingWindowTest, IsUsedWithTheKeyboardAlone) {
@@ -325,7 +442,7 @@ TEST_F(ProblemReportingWindowTest, IsUsedWithTheKeyboardAlone) {
     fillIn();
     field().setFocus();
     std::vector<std::string> visited;
-    for (int i = 0; i < 9; ++i) {
+    for (int i = 0; i < 8; ++i) {
         const QWidget* const focus = QApplication::focusWidget();
         ASSERT_TRUE(focus);
         const QString name = focus->objectName();
@@ -334,22 +451,23 @@ TEST_F(ProblemReportingWindowTest, IsUsedWithTheKeyboardAlone) {
             << visited.back();
         ui::press("Tab");
     }
-    EXPECT_THAT(visited,
-                ElementsAre("_textField", "LarimoDropdownBox", "_fullBtn", "_sysInfoBtn",
-                            "DGAMouseTrackingButton", "_cancelBtn", "_saveBtn", "_sendBtn", "_closeBtn"));
+    EXPECT_THAT(visited, ElementsAre("_textField", "LarimoDropdownBox", "_fullBtn", "_sysInfoBtn",
+                                     "DGAMouseTrackingButton", "_cancelBtn", "_saveBtn", "_sendBtn"));
     EXPECT_EQ(QApplication::focusWidget(), &field()) << "and around";
-    for (int i = 0; i < 9; ++i)
+    for (int i = 0; i < 8; ++i)
         ui::press("shift+Tab");
     EXPECT_EQ(QApplication::focusWidget(), &field()) << "and back";
 
     ui::press("Tab Tab space");
     EXPECT_FALSE(find<DGACheckboxButton>("_fullBtn").selected());
     ui::press("Return");
-    EXPECT_TRUE(ui::waitUntil([this] { return mails.size() == 1; })) << "Return is for the default button";
+    EXPECT_EQ(status(), "1111") << "Return alone sends nothing";
+    ui::press("ctrl+Return");
+    EXPECT_TRUE(ui::waitUntil([this] { return mails.size() == 1; }));
 
     open();
-    ui::press("Return");
-    EXPECT_TRUE(controller->isVisible()) << "which is disabled now";
+    ui::press("ctrl+Return");
+    EXPECT_TRUE(controller->isVisible()) << "there is nothing to send";
     ui::press("Escape");
     EXPECT_FALSE(controller->isVisible());
     EXPECT_EQ(mails.size(), 1U);
@@ -386,12 +504,13 @@ TEST_F(ProblemReportingWindowTest, EveryButtonTellsItsTelemetryAction) {
     record().telemetryHttpHeaders.set(std::make_shared<nlohmann::json>(nlohmann::json::object()));
     dgaSetupTelemetry(record());
 
-    const auto expectAction = [&](const char* button, bool sends, const std::string& action) {
+    const auto expectAction = [&](const char* button, bool sends, const std::string& action,
+                                  const char* text = "x") {
         SCOPED_TRACE(action);
         record().enableSendReport = sends;
         controller.reset();
         open();
-        field().setStringValue("x");
+        field().setStringValue(text);
         emit box().activated(2);
         find<QAbstractButton>(button).click();
         const auto arrived = [&] {
@@ -406,9 +525,9 @@ TEST_F(ProblemReportingWindowTest, EveryButtonTellsItsTelemetryAction) {
     };
     expectAction("_saveBtn", false, "2601");
     expectAction("_sendBtn", false, "2602");
-    expectAction("_cancelBtn", true, "2603");
+    expectAction("_cancelBtn", true, "2603", "");
     expectAction("_sendBtn", true, "2607");
-    expectAction("_closeBtn", true, "");
+    expectAction("_closeBtn", true, "", "");
     server.stop();
     thread.join();
     record().telemetryMrg = nullptr;

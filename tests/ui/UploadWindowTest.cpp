@@ -17,6 +17,7 @@
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
+#include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
 #include "DGAMonitor/View/SendReport/View/DGAButton.h"
 #include "DGAMonitor/View/SendReport/View/DGAImageView.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
@@ -78,9 +79,13 @@ long entriesOf(const char* folder) {
     return std::distance(fs::directory_iterator(folder), {});
 }
 
-const std::string kConnecting = "+Report prepared|*Connecting to server...|";
-const std::string kConnected = "+Report prepared|+Connected to server|";
-const std::string kWarning = std::string("(") + kTextWarningMessageSendReport + ")@";
+std::string shown(const char* key) {
+    return DGAUtilities::dga_localize(key);
+}
+
+const std::string kConnecting = "+Report prepared|*Connecting to the server…|";
+const std::string kConnected = "+Report prepared|+Connected to the server|";
+const std::string kWarning = "(We couldn't send your problem report. You can save it and try again later.)@";
 const std::string kSaveAndCancel = "[Save Report][Cancel]";
 
 struct Generator final : DGAReportMaker {
@@ -192,18 +197,18 @@ TEST_F(UploadWindowTest, EachStatusOfTheUploaderIsShown) {
     } cases[] = {
         {{10, 14, 15, 21, -1}, kConnecting + "[Cancel]"},
         {{11}, kConnecting + "[Cancel]"},
-        {{12}, "!Report prepared failed|" + kWarning + "109" + kSaveAndCancel},
-        {{13}, kConnected + "*Uploading report... (%d%%)|[Cancel]"},
-        {{16}, "+Report prepared|!Can't connect to server.|" + kWarning + "146" + kSaveAndCancel},
-        {{15, 17}, kConnected + "*Uploading report... (0%)|[Cancel]"},
+        {{12}, "!The report could not be prepared|" + kWarning + "109" + kSaveAndCancel},
+        {{13}, kConnected + "*Uploading report… (%d%%)|[Cancel]"},
+        {{16}, "+Report prepared|!Can't connect to the server.|" + kWarning + "146" + kSaveAndCancel},
+        {{15, 17}, kConnected + "*Uploading report… (0%)|[Cancel]"},
         {{16, 18},
-         std::string("+Report prepared|!Can't connect to server.|!") + kTextSentToServerTimeOut + "|" +
+         "+Report prepared|!Can't connect to the server.|!" + shown(kTextSentToServerTimeOut) + "|" +
              kWarning + "203" + kSaveAndCancel},
-        {{18}, failedAt0 + kTextSentToServerTimeOut + "|" + kWarning + "203" + kSaveAndCancel},
-        {{17, 18}, failedAt0 + kTextSentToServerTimeOut + "|" + kWarning + "203" + kSaveAndCancel},
-        {{20}, failedAt0 + kTextCannotSend3Times + "|" + kWarning + "203" + kSaveAndCancel},
+        {{18}, failedAt0 + shown(kTextSentToServerTimeOut) + "|" + kWarning + "203" + kSaveAndCancel},
+        {{17, 18}, failedAt0 + shown(kTextSentToServerTimeOut) + "|" + kWarning + "203" + kSaveAndCancel},
+        {{20}, failedAt0 + shown(kTextCannotSend3Times) + "|" + kWarning + "203" + kSaveAndCancel},
         {{17, 19},
-         kConnected + "+Uploading sent|+Problem tracking email confirmation sent to jane@example.com.|"
+         kConnected + "+Report uploaded|+A confirmation email will be sent to jane@example.com.|"
                       "+Your problem report has been sent.|[OK]"},
     };
     for (const auto& c : cases) {
@@ -228,14 +233,14 @@ TEST_F(UploadWindowTest, ProgressIsPolledAndTheNextStatusResetsIt) {
     ASSERT_TRUE(sees("(66%)"));
     auto* const label = vc().view().findChild<QLabel*>("uploadingLabel");
     EXPECT_EQ(QAccessible::queryAccessibleInterface(label)->text(QAccessible::Name),
-              "Uploading report... (66%)");
+              "Uploading report… (66%)");
     upload->m_status = 15;
     ASSERT_TRUE(sees("(0%)"));
     upload->m_upload_progress = 100;
     ASSERT_TRUE(sees("(100%)"));
     EXPECT_TRUE(vc().isPolling());
     upload->m_status = 20;
-    ASSERT_TRUE(sees("3 reports"));
+    ASSERT_TRUE(sees("no more reports"));
     EXPECT_TRUE(ui::waitUntil([this] { return !vc().isPolling(); }));
 }
 
@@ -250,38 +255,38 @@ TEST_F(UploadWindowTest, SendsArchivesOfUpTo25MillionBytes) {
     generated(25'000'001);
     EXPECT_FALSE(vc().isPolling());
     EXPECT_FALSE(vc().traceUpload());
-    EXPECT_EQ(seenNow(), std::string("+Report prepared|!") + kTextFileSizeExcessiveAlert + "|(" +
-                             kTextFileSizeExcessiveInfo + ")@166" + kSaveAndCancel);
+    EXPECT_EQ(seenNow(), "+Report prepared|!" + shown(kTextFileSizeExcessiveAlert) + "|(" +
+                             shown(kTextFileSizeExcessiveInfo) + ")@166" + kSaveAndCancel);
     EXPECT_EQ(countOf(trace(), "client upload failed"), failures + 1);
     ui::takePicture("upload_too_large");
     // An archive that was never made is told at once, whatever the server would say.
     show();
     vc().reportFileGeneratedAt("/tmp/orvdga/none");
-    EXPECT_TRUE(sees("!Report prepared failed"));
+    EXPECT_TRUE(sees("!The report could not be prepared"));
     // With no archive there is nothing to save, but it may be tried again.
     show();
     const auto asked = generator->asked;
     vc().reportFailed("zip ended with 14");
-    EXPECT_EQ(seenNow(), "!Report prepared failed|[Try again][Cancel]");
+    EXPECT_EQ(seenNow(), "!The report could not be prepared|[Try Again][Cancel]");
     ui::click(*vc().view().findChild<QWidget*>("saveButton"));
     EXPECT_EQ(generator->asked.size(), asked.size() + 1);
     EXPECT_EQ(generator->asked.back(), asked.back());
-    EXPECT_TRUE(sees("*Preparing report...")) << seenNow();
+    EXPECT_TRUE(sees("*Preparing report…")) << seenNow();
 }
 
 TEST_F(UploadWindowTest, SendsToAServer) {
     const struct {
         const char* fail;
         const char* email;
-        const char* sees;
+        std::string sees;
         int successes;
     } cases[] = {
         {"", "jane@example.com", "+Your problem report has been sent.|[OK]", 1},
-        {"", "", "+Uploading sent|+Your problem report has been sent.|[OK]", 0},
-        {"--fail exceed --fail-at 2", "", kTextCannotSend3Times, 0},
-        {"--fail fail", "", kTextSentToServerTimeOut, 0},
-        {"--fail cut --fail-at 2", "", kTextSentToServerTimeOut, 0},
-        {"--fail 404", "", kTextCannotConnectToServer, 0},
+        {"", "", "+Report uploaded|+Your problem report has been sent.|[OK]", 0},
+        {"--fail exceed --fail-at 2", "", shown(kTextCannotSend3Times), 0},
+        {"--fail fail", "", shown(kTextSentToServerTimeOut), 0},
+        {"--fail cut --fail-at 2", "", shown(kTextSentToServerTimeOut), 0},
+        {"--fail 404", "", shown(kTextCannotConnectToServer), 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.fail);
@@ -359,11 +364,12 @@ TEST_F(UploadWindowTest, ANewReportReplacesTheOneThatIsBeingSent) {
     old.lock()->reportFileGeneratedAt(kArchive);  // one that was on its way
     expectGone(upload, entriesOf("/proc/self/task"));
     EXPECT_TRUE(old.expired());
-    EXPECT_EQ(seenNow(), "*Preparing report...|[Cancel]");
+    EXPECT_EQ(seenNow(), "*Preparing report…|[Cancel]");
     EXPECT_EQ(controller->window().findChildren<UploadView*>().size(), 1);
     const QWidget& window = controller->window();
-    EXPECT_LE((window.geometry().center() - window.screen()->availableGeometry().center()).manhattanLength(),
-              2);
+    EXPECT_LE(
+        (window.frameGeometry().center() - window.screen()->availableGeometry().center()).manhattanLength(),
+        20);
     ASSERT_TRUE(ui::waitUntilActive(controller->window()));
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
-// The texts that a user sees: each is at once the English wording and the key of the string tables.
+// The texts that a user sees: the keys of the string tables, the English one included, which may word them
+// better, and what is shown where there is no table.
 
 inline constexpr char lDGAFrozeWindowTitleStr[] = "Tellan Orvane Meetings Problem Reporting";
 inline constexpr char lDGAFrozeWindowMsgStr[] = "Tellan Orvane Meetings is not responding.";
@@ -39,7 +40,7 @@ inline constexpr char lDGARPWindowInfoStr[] =
     "Meetings trace file, and a Orvane Meetings memory dump file.";
 inline constexpr char kTextSaveReportButtonSendReport[] = "Save Report";
 inline constexpr char kTextCloseButtonSendReport[] = "Close";
-inline constexpr char kTextTryAgain[] = "Try again";
+inline constexpr char kTextTryAgain[] = "Try Again";
 inline constexpr char kTextPareparingReport[] = "Preparing report...";
 inline constexpr char kTextReportPareparedSendReport[] = "Report prepared";
 inline constexpr char kTextReportPareparedFailed[] = "Report prepared failed";
@@ -76,3 +77,58 @@ inline constexpr char lDGADropListChooseType[] = "-- Choose a problem type --";
 inline constexpr char lDGADropListSchedule[] = "Scheduling in calendar application";
 inline constexpr char lDGADropListDevice[] = "Device connection and controls";
 inline constexpr char lDGADropListMeeting[] = "Meeting list";
+inline constexpr char kTextAdministratorForbids[] = "Your administrator does not allow this.";
+inline constexpr char kTextSeeWhatIsSent[] = "See What Is Sent";
+inline constexpr char kTextRetake[] = "Retake";
+inline constexpr char kTextEnlarge[] = "Enlarge";
+inline constexpr char kTextFilesSentTo[] = "These files will be sent to %@:";
+inline constexpr char kTextFilesInReport[] = "These files are in the report:";
+inline constexpr char kTextDetailsSent[] = "Your details that go with it:";
+inline constexpr char kTextDetailName[] = "Name: %@";
+inline constexpr char kTextDetailEmail[] = "Email: %@";
+inline constexpr char kTextDetailMeeting[] = "Meeting: %@";
+inline constexpr char kTextFileScreenCapture[] = "Screen capture";
+inline constexpr char kTextFileMeetingLog[] = "Meeting program log";
+inline constexpr char kTextFileTrace[] = "Meeting quality trace";
+inline constexpr char kTextFileParameters[] = "Meeting parameters";
+inline constexpr char kTextFileSystemProfile[] = "System information";
+inline constexpr char kTextFileCrashReport[] = "Crash report";
+inline constexpr char kTextFileAssistantLog[] = "Assistant log";
+inline constexpr char kTextFileOtherLogs[] = "Other log files";
+inline constexpr char kTextFileDescription[] = "Problem description";
+inline constexpr char kTextFileSummary[] = "Report summary (always included)";
+inline constexpr char kTextFileNotShown[] = "This file can't be shown.";
+inline constexpr char kTextCapturePermission[] =
+    "Your desktop is asking for permission to capture the screen.";
+inline constexpr char kTextNoScreenCapture[] = "The report has no screen capture.";
+inline constexpr char kTextDescribeFirst[] = "Describe the problem first.";
+inline constexpr char kTextChooseTypeFirst[] = "Choose a problem type first.";
+inline constexpr char kTextCharactersLeft[] = "Characters left: %d";
+inline constexpr char kTextDescriptionTooLong[] =
+    "The description is too long. Characters over the limit: %d.";
+inline constexpr char kTextCloseWithoutSending[] =
+    "Close without sending? What you wrote is kept until the meeting program ends.";
+inline constexpr char kTextKeepWriting[] = "Keep Writing";
+inline constexpr char kTextReportNotSent[] = "A report from %@ has not been sent.";
+inline constexpr char kTextSend[] = "Send";
+inline constexpr char kTextDiscard[] = "Discard";
+inline constexpr char kTextDiscardReport[] = "Discard this report?";
+inline constexpr char kTextReportSaved[] = "The report was saved as %@.";
+inline constexpr char kTextReportNotSaved[] = "The report could not be saved. %@";
+inline constexpr char kTextDiskFull[] = "The disk is full.";
+inline constexpr char kTextReportGone[] = "The report is no longer there.";
+inline constexpr char kTextNoMailProgram[] = "No email program is set up. The report was saved as %@.";
+inline constexpr char kTextShowInFolder[] = "Show in Folder";
+inline constexpr char kTextUploadRunning[] = "The upload is still running. Stop it?";
+inline constexpr char kTextStopUploading[] = "Stop Uploading";
+inline constexpr char kTextKeepUploading[] = "Keep Uploading";
+inline constexpr char kTextUploadedOf[] = "%@ of %@";
+inline constexpr char kTextUploadedOfTimeLeft[] = "%@ of %@, about %@ left";
+inline constexpr char kTextKilobytes[] = "%@ kB";
+inline constexpr char kTextMegabytes[] = "%@ MB";
+inline constexpr char kTextSeconds[] = "%@ s";
+inline constexpr char kTextMinutes[] = "%@ min";
+inline constexpr char kTextCertificateInvalid[] = "The server's certificate can't be verified.";
+inline constexpr char kTextReportNumber[] = "Report number: %@";
+inline constexpr char kTextCopy[] = "Copy";
+inline constexpr char kTextCopied[] = "Copied";

@@ -1,48 +1,19 @@
 #include "DGAMonitor/Report/DGAReportGenerator.h"
 
-#include <fmt/format.h>
-
-#include <algorithm>
 #include <atomic>
 #include <condition_variable>
-#include <iterator>
 #include <utility>
 
-#include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Const/DGAConst.h"
-#include "DGAMonitor/Report/DGASystemProfileExtractor.h"
-#include "DGAMonitor/Session/DGASessionRecord.h"
-#include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
-#include "DGAMonitor/Utilities/DGAUtilitiesFiles.h"
-#include "DGAMonitor/Utilities/DGAUtilitiesText.h"
-#include "platform/CoredumpRecord.h"
-#include "platform/HomePath.h"
+#include "DGAMonitor/Report/DGAKeptReports.h"
+#include "DGAMonitor/Session/DGAReportResults.h"
 #include "platform/RunLoop.h"
-#include "platform/UserFiles.h"
 #include "platform/WorkQueue.h"
-#include "reportproblem/OrvLogCollectorConfigurator.h"
-#include "reportproblem/OrvLogConstants.h"
 #include "support/ORVNLogger.h"
 
 namespace {
 
-constexpr char kDetailLevel[] = "basic";
-constexpr char kScreenshotPrefix[] = "orvdga_screenshot_";
-// Of an id in an archive's name, in bytes.
-constexpr size_t kLongestId = 64;
-
 std::atomic<bool> theLastRunFailed{false};
-
-// The paths that a folder below the user's Library folder gives keep the slash of its name: it is doubled.
-std::string libraryFolder(const std::string& folder) {
-    return fmt::format("{}/{}", platform::expandTilde("~") + "/Library", folder);
-}
-
-std::string idInName(const std::optional<std::string>& id) {
-    const std::string name =
-        DGAUtilities::dga_stringWithoutForbiddenSymbolFrom(std::string(support::orNull(id)));
-    return DGAUtilities::beginningOf(name, kLongestId);
-}
 
 }  // namespace
 
@@ -71,27 +42,7 @@ struct DGAReportGenerator::Runs {
 DGAReportGenerator::DGAReportGenerator() : DGAReportGenerator(Tools()) {}
 
 DGAReportGenerator::DGAReportGenerator(Tools tools)
-    : tools_(std::move(tools)),
-      runs_(std::make_shared<Runs>()),
-      logCollector_(OrvLogCollectorConfigurator::orvLogCollector()) {
-    if (!tools_.run)
-        tools_.run = [](const platform::Task& task) { return platform::runTask(task); };
-    if (!tools_.systemProfile)
-        tools_.systemProfile = [](const std::string& path, const std::string& detailLevel) {
-            DGASystemProfileExtractor().generateSystemProfiler(path, detailLevel);
-        };
-    if (!tools_.screenshot)
-        tools_.screenshot = [this](const std::string& path) {
-            return screenshotExe_.generateScreenshot(path);
-        };
-    if (!tools_.crashRecord)
-        tools_.crashRecord = [](const std::string& processId, const std::string& namePrefix) {
-            platform::writeCoredumpRecord(
-                processId, platform::expandTilde("~/Library/Logs/DiagnosticReports"), namePrefix);
-        };
-    if (!tools_.saveTime)
-        tools_.saveTime = [] { return dga_transformToCurrentDateString(kDGAZipLogDateFormat); };
-}
+    : tools_(DGAReportCollection::realTools(std::move(tools))), runs_(std::make_shared<Runs>()) {}
 
 DGAReportGenerator::~DGAReportGenerator() {
     runs_->waitForAll();
@@ -134,152 +85,40 @@ bool DGAReportGenerator::lastRunFailed() {
     return theLastRunFailed;
 }
 
-void DGAReportGenerator::generateReport(const DGAReportOptions& options) {
-    options_ = options;
-    // Whoever asks: what a crash has left is the reason for the report.
-    withCrashLogs_ =
-        options.crashLog || DGASessionRecord::sharedRecord().events.contains(DGASessionEventKind::crash);
-    summary_ = {};
-    screenshotFullPath_.reset();
-    spxFullPath_.reset();
-    std::string fault = "the folder of reports cannot be used";
-    std::optional<std::string> archive;
-    if (generateOrvdgaFolder()) {
-        fault = options_.serviceType == kDGAServiceTypeHV ? generateHVReport() : generateKTReport();
-        archive = fault.empty() ? workspace_->publish() : std::nullopt;
-        if (fault.empty() && !archive)
-            fault = "the archive cannot be put into its place";
-    }
-    packer_.reset();
-    workspace_.reset();
+void DGAReportGenerator::generateReport(const DGAReportOptions& options) const {
+    std::string fault;
+    const std::string archive = makeArchive(options, fault);
     if (!fault.empty())
         logWarning("there is no report: {}", fault);
     theLastRunFailed = !fault.empty();
-    tellDelegate(archive.value_or(""), fault);
+    tellDelegate(archive, fault);
 }
 
-std::string DGAReportGenerator::generateHVReport() {
-    ORVN_LOG_METHOD();
-    recordCrash();
-    if (options_.systemInfo)
-        generateSystemProfile(kDetailLevel);
-    if (options_.screenShot) {
-        screenshotFullPath_ = workspace_->pathOf(fmt::format("{}{}.png", kScreenshotPrefix, saveTime()));
-        generateScreenshot();
+// The archive's path without ".zip", or why there is none.
+std::string DGAReportGenerator::makeArchive(const DGAReportOptions& options, std::string& fault) const {
+    if (!options.kept.empty()) {
+        const auto kept = DGAKeptReports().pathOf(options.kept);
+        fault = kept ? "" : "it is not kept any more";
+        return kept.value_or("");
     }
-    return fetchHVLogsReportFile();
-}
-
-std::string DGAReportGenerator::generateKTReport() {
-    ORVN_LOG_METHOD();
-    recordCrash();
-    if (options_.systemInfo)
-        generateSystemProfile(kDetailLevel);
-    return fetchKTLogsReportFile();
-}
-
-bool DGAReportGenerator::generateOrvdgaFolder() {
-    workspace_ = DGAReportWorkspace::open(archiveNamePrefix(), saveTime());
-    if (workspace_)
-        packer_ = std::make_unique<DGAReportPacker>(*workspace_, tools_.run);
-    return workspace_ != nullptr;
-}
-
-// A client that has said goodbye has not crashed.
-void DGAReportGenerator::recordCrash() const {
-    const DGASessionRecord& record = DGASessionRecord::sharedRecord();
-    const auto processId = record.pID.get();
-    if (!withCrashLogs_ || !processId || record.clientHasQuit)
-        return;
-    const bool isHV = options_.serviceType == kDGAServiceTypeHV;
-    tools_.crashRecord(*processId, isHV ? std::string(OrvMeetingCrashLogPrefix) + "_" : kDGAKTCrashLogPrefix);
-}
-
-void DGAReportGenerator::generateSystemProfile(const std::string& detailLevel) {
-    spxFullPath_ = workspace_->pathOf(kDGASPXFileName);
-    tools_.systemProfile(*spxFullPath_, detailLevel);
-}
-
-void DGAReportGenerator::generateScreenshot() {
-    ORVN_LOG_METHOD();
-    if (tools_.hideWindows)
-        tools_.hideWindows();
-    screenshotFault_ = tools_.screenshot(*screenshotFullPath_);
-    if (tools_.showWindows)
-        tools_.showWindows();
-}
-
-std::string DGAReportGenerator::fetchHVLogsReportFile() {
-    namespace Kind = ReportFileKind;
-    static constexpr const char* kKinds[] = {Kind::kMeetingLog, Kind::kPluginLog,  Kind::kPluginLog,
-                                             Kind::kAppletLog,  Kind::kParameters, Kind::kAssistantLog,
-                                             Kind::kTopic,      Kind::kTrace};
-    const DGACSVFileTool& trace = DGACSVFileTool::shareFileTool();
-    logCollector_->traceFiles = {trace.orvdgaTopicFilePath(), trace.orvdgaCSVFilePath()};
-    ReportSources sources(kDGAReportSummaryName);
-    const Paths logs = logCollector_->allLatestLogs();
-    for (size_t i = 0; i < logs.size() && i < std::size(kKinds); ++i)
-        sources.add(logs[i], kKinds[i]);
-    logInfo("fetchFileDestinationPathWithOriginalArr {}", withCrashLogs_ ? "crash" : "normal");
-    if (withCrashLogs_) {
-        for (const auto& report : allCrashLogs())
-            sources.add(report, Kind::kCrashReport);
+    auto collection = options.listing != 0 && tools_.listed ? tools_.listed(options.listing) : nullptr;
+    if (!collection || collection->isUsedUp())
+        collection = DGAReportCollection::open(options, tools_);
+    if (!collection) {
+        fault = "the folder of reports cannot be used";
+        DGAReportResults::sharedResults().tell({"", DGAReportState::kFailed, fault});
+        return "";
     }
-    addScreenshot(sources);
-    addSystemProfile(sources);
-    return zipReportFiles(sources);
-}
-
-std::string DGAReportGenerator::fetchKTLogsReportFile() {
-    ORVN_LOG_METHOD();
-    namespace Kind = ReportFileKind;
-    ReportSources sources(kDGAReportSummaryName);
-    packKTLogs(kDGAKTStorePath, kDGAKTZipLogFile, sources);
-    packKTLogs(kDGAKTPluginStorePath, kDGAKTPluginZipLogFile, sources);
-    sources.add(ORVNLogger::sharedLogger().logFileName().value_or(""), Kind::kAssistantLog);
-    sources.add(DGACSVFileTool::shareFileTool().orvdgaCSVFilePath(), Kind::kTrace);
-    addSystemProfile(sources);
-    for (const auto& report : allCrashLogs())
-        sources.add(report, Kind::kCrashReport);
-    return zipReportFiles(sources);
-}
-
-// An archive inside the archive, where there is something to put into it.
-void DGAReportGenerator::packKTLogs(const std::string& folder, const std::string& zipFilename,
-                                    ReportSources& sources) {
-    ReportSources logs;
-    logs.add(libraryFolder(folder), ReportFileKind::kToolsLog);
-    const std::string archive = zipFilename + ".zip";
-    std::string fault;
-    if (!logs.files.empty())
-        fault = packer_->pack(zipFilename, logs);
-    for (auto& file : logs.leftOut)
-        summary_.leftOut.push_back({archive + "/" + file.name, file.reason});
+    DGAReportResult result{collection->number(), DGAReportState::kMade};
+    collection->complete(options);
+    fault = collection->pack(options);
+    const auto archive = fault.empty() ? collection->publish() : std::nullopt;
+    if (fault.empty() && !archive)
+        fault = "the archive cannot be put into its place";
     if (!fault.empty())
-        sources.leaveOut(archive, fault);
-    if (!fault.empty() || logs.files.empty())
-        return;
-    sources.add(workspace_->pathOf(archive), ReportFileKind::kArchive);
-    for (auto& file : logs.files) {
-        file.name = archive + "/" + file.name;
-        summary_.files.push_back(std::move(file));
-    }
-}
-
-std::string DGAReportGenerator::zipReportFiles(ReportSources& sources) {
-    ORVN_LOG_METHOD();
-    const std::string& number = workspace_->number();
-    std::string fault = packer_->pack(number, sources);
-    if (!fault.empty())
-        return fault;
-    summary_.number = number;
-    summary_.options = options_;
-    summary_.packed = std::chrono::system_clock::now();
-    summary_.files.insert(summary_.files.begin(), sources.files.begin(), sources.files.end());
-    summary_.leftOut.insert(summary_.leftOut.begin(), sources.leftOut.begin(), sources.leftOut.end());
-    if (!workspace_->write(kDGAReportSummaryName, summary_.json(DGASessionRecord::sharedRecord())))
-        return "its summary cannot be written";
-    return packer_->addFile(number, kDGAReportSummaryName);
+        result = {result.number, DGAReportState::kFailed, fault};
+    DGAReportResults::sharedResults().tell(std::move(result));
+    return archive.value_or("");
 }
 
 void DGAReportGenerator::tellDelegate(const std::string& archivePath, const std::string& fault) const {
@@ -290,43 +129,4 @@ void DGAReportGenerator::tellDelegate(const std::string& archivePath, const std:
         else if (delegate)
             delegate->reportFailed(fault);
     });
-}
-
-// The ids come from outside; without "/" and "." they cannot lead out of the folder.
-std::string DGAReportGenerator::archiveNamePrefix() const {
-    if (options_.serviceType == kDGAServiceTypeKT)
-        return kDGAKTRunPrefix;
-    const DGASessionRecord& record = DGASessionRecord::sharedRecord();
-    return fmt::format("{}_{}_", idInName(record.confID.get()), idInName(record.userID.get()));
-}
-
-DGAReportGenerator::Paths DGAReportGenerator::allCrashLogs() {
-    if (options_.serviceType == kDGAServiceTypeHV)
-        return logCollector_->allCrashLogs();
-    const std::string folder = libraryFolder(kDGAKTCrashStorePath);
-    Paths reports;
-    for (const auto& name : platform::namesInUserFolder(folder)) {
-        if (name.starts_with(kDGAKTCrashLogPrefix))
-            reports.push_back(fmt::format("{}/{}", folder, name));
-    }
-    return reports;
-}
-
-void DGAReportGenerator::addScreenshot(ReportSources& sources) const {
-    if (!screenshotFullPath_)
-        return;
-    const size_t before = sources.files.size();
-    sources.add(*screenshotFullPath_, ReportFileKind::kScreenshot);
-    if (sources.files.size() == before)
-        sources.leaveOut(*screenshotFullPath_,
-                         screenshotFault_.empty() ? "there is no picture" : screenshotFault_);
-}
-
-void DGAReportGenerator::addSystemProfile(ReportSources& sources) const {
-    if (!spxFullPath_)
-        return;
-    const size_t before = sources.files.size();
-    sources.add(*spxFullPath_, ReportFileKind::kSystemProfile);
-    if (sources.files.size() == before)
-        sources.leaveOut(*spxFullPath_, "the profile could not be made");
 }

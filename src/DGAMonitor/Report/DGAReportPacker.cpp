@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstdio>
 #include <map>
 #include <sstream>
 #include <system_error>
@@ -135,6 +136,8 @@ DGAReportPacker::DGAReportPacker(const DGAReportWorkspace& workspace, Run run)
 
 std::string DGAReportPacker::pack(const std::string& name, ReportSources& sources) {
     const std::string archive = workspace_.pathOf(name);
+    // zip would add to what an earlier try has left.
+    std::remove((archive + ".zip").c_str());
     Digests digests(sources.files);
     for (const auto& arguments : argumentsFor(archive, sources)) {
         std::string fault = runZip(arguments);

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 /// What kind of problem a report is about.
 struct DGAReportCategory {
@@ -23,8 +24,28 @@ struct DGAReportOptions {
     // What the user says; it goes into the report's summary. None of a report that nobody has asked for.
     std::string description = {};
     std::optional<DGAReportCategory> category = {};
+    int64_t listing = 0;  ///< the listing whose files they are (DGAWindowServices); 0 for none
+    std::vector<std::string> without = {};  ///< names of that listing that the user does not want to send
+    std::string kept = {};                  ///< the number of a kept report, which is taken as it is
 
     bool operator==(const DGAReportOptions&) const = default;
+};
+
+/// A file that would go into a report.
+struct DGAReportContent {
+    std::string name;  ///< in the archive; of one in a nested archive "OrvaneAppLog.zip/name"
+    std::string kind;  ///< a ReportFileKind, or kDGAReportSummaryKind
+    uint64_t size = 0;
+    std::string path;  ///< where it lies now
+};
+inline constexpr char kDGAReportSummaryKind[] = "summary";
+
+/// What a report would hold.
+struct DGAReportContents {
+    std::vector<DGAReportContent> files;
+    bool isComplete = false;   ///< nothing is being made for it any more
+    std::string picture;       ///< the path of the screen's picture; "" while there is none
+    std::string pictureFault;  ///< why there is none though it was asked for; for the log, in English
 };
 
 /// Told how a run has ended: by one of the two calls, once. Main thread.

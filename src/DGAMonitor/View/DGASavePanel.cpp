@@ -1,10 +1,9 @@
 #include "DGAMonitor/View/DGASavePanel.h"
 
-#include <QApplication>
+#include <QCoreApplication>
 #include <QFileInfo>
 #include <QHeaderView>
 #include <QLayout>
-#include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
 #include <QSplitter>
@@ -14,6 +13,7 @@
 #include <utility>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
+#include "DGAMonitor/View/DGAMessage.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAText.h"
 #include "DGAMonitor/View/DGAToolkitTexts.h"
@@ -25,7 +25,6 @@ constexpr int kPanelWidth = 720;
 constexpr int kPanelHeight = 440;
 constexpr int kSidebarWidth = 152;
 constexpr int kMargin = 2 * DGAStyle::kGrid;
-constexpr int kMessageIconSize = 48;
 
 QString startFolder() {
     for (const auto place : {QStandardPaths::DownloadLocation, QStandardPaths::DocumentsLocation}) {
@@ -34,17 +33,6 @@ QString startFolder() {
             return folder;
     }
     return QDir::homePath();
-}
-
-// A message in the looks of our windows: without the toolkit's own icons, which belong to no desktop of
-// today.
-QMessageBox* makeMessage(QWidget* panel, const QString& text, QMessageBox::StandardButtons buttons) {
-    auto* const message = new QMessageBox(QMessageBox::NoIcon, panel->windowTitle(), text, buttons, panel);
-    message->setIconPixmap(QApplication::windowIcon().pixmap(QSize(kMessageIconSize, kMessageIconSize)));
-    for (auto* const button : message->buttons())
-        button->setIcon({});
-    message->layout()->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
-    return message;
 }
 
 bool canBeWritten(const QString& path) {
@@ -115,6 +103,16 @@ DGASavePanel* DGASavePanel::dga_showSavePanelWithName(const std::string& name,
     return panel;
 }
 
+std::string DGASavePanel::freePathFor(const std::string& name) {
+    const QString path = startFolder() + QLatin1Char('/') + QString::fromStdString(name);
+    const QFileInfo file(path);
+    QString free = path;
+    for (int number = 2; QFileInfo::exists(free); ++number)
+        free = QStringLiteral("%1/%2-%3.%4")
+                   .arg(file.path(), file.completeBaseName(), QString::number(number), file.suffix());
+    return free.toStdString();
+}
+
 QString DGASavePanel::withAllowedEnding(const QString& path) const {
     for (const QString& ending : endings_) {
         if (path.endsWith(ending, Qt::CaseInsensitive))
@@ -133,7 +131,7 @@ void DGASavePanel::accept() {
     }
     const QString path = withAllowedEnding(chosen.first());
     if (!canBeWritten(path))
-        refuse(dgaText(lDGANoFilePermissionStr));
+        dgaTell(this, dgaText(lDGANoFilePermissionStr));
     else if (QFileInfo::exists(path))
         confirmReplacing(path);
     else
@@ -141,34 +139,21 @@ void DGASavePanel::accept() {
 }
 
 void DGASavePanel::confirmReplacing(const QString& path) {
-    auto* const question = makeMessage(
-        this,
-        QFileDialog::tr("%1 already exists.\nDo you want to replace it?").arg(QFileInfo(path).fileName()),
-        QMessageBox::Yes | QMessageBox::No);
-    question->setDefaultButton(QMessageBox::No);
-    connect(question, &QDialog::finished, this, [this, path, question](int answer) {
-        platform::performOnMain([guarded = QPointer<QObject>(question)] { delete guarded; });
-        if (answer == QMessageBox::Yes && !isHidden())
-            take(path);
-    });
-    question->open();
+    const QString question =
+        QFileDialog::tr("%1 already exists.\nDo you want to replace it?").arg(QFileInfo(path).fileName());
+    dgaAsk(this, question, QCoreApplication::translate("QPlatformTheme", "&Yes"),
+           QCoreApplication::translate("QPlatformTheme", "&No"), this, [this, path](bool yes) {
+               if (yes && !isHidden())
+                   take(path);
+           });
 }
 
 void DGASavePanel::take(const QString& path) {
     std::string error;
     if (delegate_ && !delegate_->panel(*this, path.toStdString(), &error)) {
         if (!error.empty())
-            refuse(QString::fromStdString(error));
+            dgaTell(this, QString::fromStdString(error));
         return;
     }
     done(QDialog::Accepted);
-}
-
-void DGASavePanel::refuse(const QString& text) {
-    auto* const message = makeMessage(this, text, QMessageBox::Ok);
-    message->button(QMessageBox::Ok)->setText(dgaText(lDGAOKStr));
-    connect(message, &QDialog::finished, this, [message] {
-        platform::performOnMain([guarded = QPointer<QObject>(message)] { delete guarded; });
-    });
-    message->open();
 }

@@ -37,6 +37,10 @@ public:
                                                    QWidget* modelWindow, DGASavePanelDelegate* delegate,
                                                    std::function<void(int result)> handler);
 
+    /// Where a file of that name goes that nobody was asked about: a path that is free, in the folder in
+    /// which the panel begins.
+    static std::string freePathFor(const std::string& name);
+
     void setDelegate(DGASavePanelDelegate* delegate) { delegate_ = delegate; }
 
     void accept() override;
@@ -47,7 +51,6 @@ private:
     QString withAllowedEnding(const QString& path) const;
     void confirmReplacing(const QString& path);
     void take(const QString& path);
-    void refuse(const QString& text);
 
     QStringList endings_;
     DGASavePanelDelegate* delegate_ = nullptr;

@@ -103,6 +103,7 @@ void from_json(const json& from, DGATraceRecord& to) {
 }
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(DGAUploadState, path, state, reason, comment, category)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(DGAReportDraft, description, category, screenShot, systemInfo)
 
 namespace DGAWindowMessage {
 
@@ -125,6 +126,8 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Hidden, hidden)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Post, number, url, headers, body, connectMilliseconds,
                                                 totalMilliseconds)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Posted, number, mayHaveArrived, status, retryAfter, fault)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Draft, draft)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(DraftChanged, draft)
 
 void to_json(json& to, const End& /*from*/) {
     to = json::object();
@@ -175,6 +178,8 @@ DGA_WINDOW_MESSAGE(Hidden);
 DGA_WINDOW_MESSAGE(Idle);
 DGA_WINDOW_MESSAGE(Post);
 DGA_WINDOW_MESSAGE(Posted);
+DGA_WINDOW_MESSAGE(Draft);
+DGA_WINDOW_MESSAGE(DraftChanged);
 #undef DGA_WINDOW_MESSAGE
 
 std::string recordFields(const DGASessionRecord& record) {

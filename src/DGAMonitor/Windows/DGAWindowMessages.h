@@ -71,6 +71,11 @@ struct Post {  ///< a telemetry request; answered with Posted. The members are t
     int64_t totalMilliseconds = 0;
 };
 
+struct Draft {  ///< what was entered, before the window that it is for
+    static constexpr int32_t kId = 11;
+    DGAReportDraft draft;
+};
+
 // From the window program.
 
 struct State {  ///< after every change, and when a message of the assistant has been handled
@@ -128,6 +133,11 @@ struct Posted {  ///< the members are those of OrvTelemetryAnswer
     int64_t status = 0;
     int64_t retryAfter = 0;
     std::string fault;
+};
+
+struct DraftChanged {  ///< what has been entered
+    static constexpr int32_t kId = 112;
+    DGAReportDraft draft;
 };
 
 /// The message's JSON text.

@@ -210,6 +210,8 @@ void DGAWindowProcess::show(DGAWindowKind kind, int level) {
         return;
     }
     send(Record{recordFields(DGASessionRecord::sharedRecord())});
+    if (kind == DGAWindowKind::report)
+        send(Draft{services().draft()});
     window(kind).asked = ++lastNumber_;
     setVisible(kind, true);
     send(Show{lastNumber_, static_cast<int32_t>(kind), level});
@@ -246,7 +248,8 @@ void DGAWindowProcess::receive(const platform::FrameReader::Message& frame) {
         take(frame, &DGAWindowProcess::saveTraceRecord) ||
         take(frame, &DGAWindowProcess::sendTelemetryAction) || take(frame, &DGAWindowProcess::writeLogLine) ||
         take(frame, &DGAWindowProcess::uploadTold) || take(frame, &DGAWindowProcess::hiddenTold) ||
-        take(frame, &DGAWindowProcess::idleTold) || take(frame, &DGAWindowProcess::posted);
+        take(frame, &DGAWindowProcess::idleTold) || take(frame, &DGAWindowProcess::posted) ||
+        take(frame, &DGAWindowProcess::draftChanged);
     if (!known)
         logWarning("the window program sends a message of an unknown kind, {}", frame.id);
 }
@@ -308,6 +311,10 @@ void DGAWindowProcess::uploadTold(const Upload& message) {
     else
         uploads_.erase(upload.path);
     services().uploadChanged(upload);
+}
+
+void DGAWindowProcess::draftChanged(const DraftChanged& message) {
+    services().setDraft(message.draft);
 }
 
 void DGAWindowProcess::setHidden(bool hidden) {

@@ -80,6 +80,7 @@ private:
     void writeLogLine(const DGAWindowMessage::LogLine& message);
     void uploadTold(const DGAWindowMessage::Upload& upload);
     void hiddenTold(const DGAWindowMessage::Hidden& message);
+    void draftChanged(const DGAWindowMessage::DraftChanged& message);
     void posted(const DGAWindowMessage::Posted& message);
     void idleTold(const DGAWindowMessage::Idle& message);
     void ended(const char* why);

@@ -17,6 +17,16 @@ struct DGAUploadState {
     int64_t category = 0;
 };
 
+/// What the user has entered into the problem reporting window so far.
+struct DGAReportDraft {
+    std::string description;  ///< "" if there is nothing to come back to
+    int64_t category = 0;
+    bool screenShot = true;
+    bool systemInfo = true;
+
+    bool operator==(const DGAReportDraft&) const = default;
+};
+
 /// What the windows ask of the rest of the assistant. Main thread.
 class DGAWindowServices {
 public:
@@ -25,4 +35,9 @@ public:
     virtual void saveTraceRecord(const DGATraceRecord& record) = 0;
     virtual void sendTelemetryAction(DGATelemetryAction action) = 0;
     virtual void uploadChanged(const DGAUploadState& state) = 0;
+
+    /// What was entered and not sent yet. Kept as long as the assistant runs; a report that is being sent
+    /// ends the draft of its text, since from then on its archive holds it.
+    virtual DGAReportDraft draft() = 0;
+    virtual void setDraft(const DGAReportDraft& draft) = 0;
 };

@@ -8,6 +8,7 @@
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
 #include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
+#include "DGAMonitor/View/DGAForbidden.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAText.h"
 #include "DGAMonitor/View/DGAViewFrame.h"
@@ -253,6 +254,7 @@ void UploadView::showReportFailed() {
     showError(*ui_->imageStep1);
     saveTrace("client upload failed");
     showSaveReportButton();
+    dgaAllow(*ui_->saveButton);
     ui_->saveButton->setText(dgaText(kTextTryAgain));
     stopSpinner();
     redraw();
@@ -274,6 +276,10 @@ void UploadView::showConnectServerStep(bool succeeded) {
         stopSpinner();
     }
     redraw();
+}
+
+void UploadView::tellWhyNotConnected(const char* text) {
+    setText(*ui_->connectionLabel, dgaText(text));
 }
 
 void UploadView::showUploadingToServerStep(bool succeeded) {
@@ -359,8 +365,10 @@ void UploadView::showSaveReportButton() {
     ui_->saveButton->setButtonType(kPrimaryButton);
     ui_->saveButton->setText(dgaText(kTextSaveReportButtonSendReport));
     ui_->saveButton->show();
-    ui_->saveButton->setEnabled(true);
+    dgaAllow(*ui_->saveButton);
     ui_->saveButton->setFocus();
+    if (!savingAllowed_)
+        dgaForbid(*ui_->saveButton);
 }
 
 void UploadView::showCancelButton() {

@@ -40,9 +40,13 @@ public:
 
     // The steps: true shows that one has succeeded, false that it has failed.
     void showReportPreparedStep(bool succeeded);
-    /// There is no archive, so that nothing can be saved: the save button becomes "Try again".
+    /// There is no archive, so that nothing can be saved: the save button becomes "Try Again".
     void showReportFailed();
     void showConnectServerStep(bool succeeded);
+    /// In place of what the above says of a failure.
+    void tellWhyNotConnected(const char* text);
+    /// Whether the administrator's policy lets reports be saved.
+    void setSavingAllowed(bool allowed) { savingAllowed_ = allowed; }
     void showUploadingToServerStep(bool succeeded);
     void showOverheadStep(bool succeeded);
     void showSizeExcessiveStep(bool succeeded);
@@ -71,6 +75,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    bool savingAllowed_ = true;
     /// A step's line: where the design has its image and its label, and what comes below.
     struct Row {
         DGAImageView* image;

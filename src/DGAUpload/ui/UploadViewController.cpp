@@ -10,6 +10,7 @@
 #include <thread>
 #include <utility>
 
+#include "DGAMonitor/Const/DGALocalizationStrings.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
 #include "DGAMonitor/Utilities/DGAUtilitiesFiles.h"
@@ -39,7 +40,10 @@ std::string fileNameOf(const std::string& path) {
 }  // namespace
 
 UploadViewController::UploadViewController(Parts parts, std::function<void()> closeWindow)
-    : parts_(std::move(parts)), closeWindow_(std::move(closeWindow)) {}
+    : parts_(std::move(parts)), closeWindow_(std::move(closeWindow)) {
+    if (!parts_.policy)
+        parts_.policy = &DGAPolicy::current;
+}
 
 UploadViewController::~UploadViewController() {
     ORVN_LOG_METHOD();
@@ -57,6 +61,7 @@ UploadView& UploadViewController::view() {
 void UploadViewController::awakeFromNib() {
     ORVN_LOG_METHOD();
     uploadView->setDelegate(weak_from_this());
+    uploadView->setSavingAllowed(parts_.policy().allows(DGAPolicyKey::save));
     needShowPrepareStep = true;
     generateReport();
 }
@@ -108,6 +113,11 @@ void UploadViewController::passParameters() {
     const std::string timeStamp = dga_transformToCurrentDateString("MM_dd_yyyy_HH:mm:ss");
     m_traceUpload = parts_.makeUploader ? parts_.makeUploader() : std::make_shared<CTraceUpload>();
     CTraceUpload& upload = *m_traceUpload;
+    const DGAPolicy policy = parts_.policy();
+    const bool maySend = policy.allows(DGAPolicyKey::send);
+    upload.setRules(
+        {[policy, maySend](const std::string& host) { return maySend && policy.allowsHost(host); },
+         policy.verifiesCertificates()});
     upload.setSiteURL(text(record().uploadURL));
     upload.setConfId(text(record().confID));
     upload.setUploadTimeStamp(timeStamp);
@@ -219,6 +229,14 @@ void UploadViewController::readStatus(int32_t status) {
         case Uploader::kStatusExceedFileNumber:
             fail(needShowOverheadStep, "too many files");
             break;
+        case Uploader::kStatusUntrusted:
+            fail(needShowConnectingFailedStep, "the server's certificate does not verify");
+            whyNotConnected_ = kTextCertificateInvalid;
+            break;
+        case Uploader::kStatusForbidden:
+            fail(needShowConnectingFailedStep, "the administrator's policy forbids it");
+            whyNotConnected_ = kTextAdministratorForbids;
+            break;
         default:
             break;
     }
@@ -252,6 +270,8 @@ void UploadViewController::showFailedSteps() {
         uploadView->showReportPreparedStep(false);
     if (needShowConnectingFailedStep)
         uploadView->showConnectServerStep(false);
+    if (needShowConnectingFailedStep && whyNotConnected_)
+        uploadView->tellWhyNotConnected(whyNotConnected_);
     if (needShowUploadingFailedStep)
         uploadView->showUploadingToServerStep(false);
     if (needShowOverheadStep)
@@ -315,7 +335,7 @@ void UploadViewController::saveBtnClicked() {
     // The button's other meaning where there is nothing to save.
     if (const auto again = tryAgain_; failed_ && again)
         again();
-    else if (uploadView && !savePanel_)
+    else if (uploadView && !savePanel_ && parts_.policy().allows(DGAPolicyKey::save))
         savePanel_ = DGASavePanel::dga_showSavePanelWithName(fileNameOf(fileFullPath_), {"zip"},
                                                              uploadView->window(), this, {});
 }

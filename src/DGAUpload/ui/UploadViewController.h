@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "DGAMonitor/Session/DGAPolicy.h"
 #include "DGAMonitor/Session/DGAReportMaker.h"
 #include "DGAMonitor/View/DGASavePanel.h"
 #include "DGAUpload/logic/CTraceUpload.h"
@@ -24,6 +25,7 @@ public:
     struct Parts {
         std::shared_ptr<DGAReportMaker> reportMaker;
         std::function<std::shared_ptr<CTraceUpload>()> makeUploader;
+        std::function<DGAPolicy()> policy = {};
     };
 
     /// `closeWindow` closes the window that the view lies in, and may release this controller soon.
@@ -112,6 +114,8 @@ private:
     bool needShowUploadingFailedStep = false;
     bool needShowOverheadStep = false;
     bool needShowWarningInfo = false;
+
+    const char* whyNotConnected_ = nullptr;  ///< a text's key; null if it is not known
 
     QPointer<UploadView> uploadView;
     std::string m_emailAddress;

@@ -1,23 +1,26 @@
 #include "DGAMonitor/View/SendReport/Controller/DGAProblemReportingWindowController.h"
 
 #include <QLabel>
+#include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 #include <utility>
-#include <vector>
 
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
-#include "DGAMonitor/View/DGAStyle.h"
+#include "DGAMonitor/View/DGAMessage.h"
 #include "DGAMonitor/View/DGAText.h"
-#include "DGAMonitor/View/DGAViewFrame.h"
 #include "DGAMonitor/View/SendReport/Controller/DGAProblemCatagories.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAReportForm.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAReportHandover.h"
 #include "DGAMonitor/View/SendReport/View/DGAMouseTrackingButton.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/Windows/DGAUtilitiesWindows.h"
-#include "platform/FileMove.h"
+#include "platform/FileManager.h"
+#include "platform/RunLoop.h"
 #include "reportproblem/MailExtension.h"
 #include "support/ORVNLogger.h"
 #include "support/TextTemplate.h"
@@ -27,8 +30,10 @@ namespace {
 
 constexpr int kNotRespondingIndex = 1;
 
-constexpr int kPlainButton = 0;
-constexpr int kPrimaryButton = 2;
+// Characters; the description travels with every piece of an upload.
+constexpr int kLongestDescription = 10000;
+constexpr int kCounterAppears = 500;  // when so many are left
+constexpr std::chrono::seconds kDraftPause{1};
 
 DGASessionRecord& record() {
     return DGASessionRecord::sharedRecord();
@@ -36,6 +41,10 @@ DGASessionRecord& record() {
 
 DGAApplicationWindows& windows() {
     return DGAApplicationWindows::sharedWindows();
+}
+
+DGAWindowServices& services() {
+    return windows().services();
 }
 
 }  // namespace
@@ -48,9 +57,13 @@ DGAProblemReportingWindowController::DGAProblemReportingWindowController(Parts p
       ui_(std::make_unique<Ui::DGAProblemReportingWindowController>()),
       problemCatagory_(kDGANoCatagory) {
     if (!parts_.makeReportMaker)
-        parts_.makeReportMaker = [] { return windows().services().makeReportMaker(); };
+        parts_.makeReportMaker = [] { return services().makeReportMaker(); };
     if (!parts_.reportProblem)
-        parts_.reportProblem = [](const ReportMail& mail) { MailExtension().reportProblem(mail, nullptr); };
+        parts_.reportProblem = [](const ReportMail& mail, auto composed) {
+            MailExtension().composeMail(mail, std::move(composed));
+        };
+    if (!parts_.policy)
+        parts_.policy = &DGAPolicy::current;
     ui_->setupUi(&window());
     doInitialization();
 }
@@ -64,89 +77,14 @@ DGAProblemReportingWindowController::~DGAProblemReportingWindowController() {
 
 void DGAProblemReportingWindowController::doInitialization() {
     problemCatagory_ = kDGANoCatagory;
-    windowTextLocalization();
-    prepareCheckboxes();
-    setupUIVStyle();
-    setupKeyboard();
-    connectActions();
-}
-
-void DGAProblemReportingWindowController::windowTextLocalization() {
-    const bool sends = record().enableSendReport;
-    ui_->_titleLab->setText(dgaText(lDGARPWindowTitleStr));
-    std::string message = DGAUtilities::dga_localize(lDGARPWindowMsg1Str);
-    if (sends)
-        message = DGAUtilities::dga_localize(support::fillPlaceholders(
-            "%@\n\n%@", {message, DGAUtilities::dga_localize(lDGARPWindowMsg2Str)}));
-    ui_->_msgLab->setText(QString::fromStdString(message));
-    ui_->_placeholderLab->setText(dgaText(lDGARPWindowTFPlaceholderStr));
-    ui_->_dropListAlertLab->setText(dgaText(lDGADropListAlertTitle));
-    ui_->_saveBtn->setText(dgaText(lDGAProblemReportWindowSaveBtnStr));
-    ui_->_sendBtn->setText(dgaText(sends ? lDGAProblemReportWindowSendBtnStr : lDGARPWindowSendMailStr));
-    ui_->_cancelBtn->setText(dgaText(lDGACancelStr));
-
-    window().setWindowTitle(ui_->_titleLab->text());
-    window().setAccessibleDescription(ui_->_msgLab->text());
-    ui_->_textField->setAccessibleName(ui_->_placeholderLab->text());
-    ui_->_textField->setAccessibleDescription(ui_->_placeholderLab->text());
-    ui_->_listV->setAccessibleName(ui_->_dropListAlertLab->text());
-    ui_->_closeBtn->setAccessibleName(dgaText(kTextCloseButtonSendReport));
-}
-
-void DGAProblemReportingWindowController::prepareCheckboxes() {
-    const auto prepare = [](DGACheckboxButton& button, const char* title) {
-        button.setTitle(dgaText(title));
-        button.setSelectedTitle(dgaText(title));
-        button.setIconName(QStringLiteral("checkBox_no"));
-        button.setSelectedIconName(QStringLiteral("checkBox_checked"));
-    };
-    prepare(*ui_->_fullBtn, lDGARPWindowFullScreenStr);
-    prepare(*ui_->_sysInfoBtn, lDGARPWindowSystemStr);
-    ui_->_fullBtn->infoBtn()->hide();
-    if (record().serviceType == kDGAServiceTypeKT)
-        ui_->_fullBtn->hide();
-    else
-        ui_->_fullBtn->prepared();
-    ui_->_sysInfoBtn->prepared();
-    ui_->_fullBtn->setSelected(true);
-    ui_->_sysInfoBtn->setSelected(true);
-}
-
-void DGAProblemReportingWindowController::setupUIVStyle() {
-    ui_->_titleLab->setFont(DGAStyle::systemFont(DGAStyle::kTitleFontSize, true));
-    ui_->_closeBtn->setIconName(QStringLiteral("close"));
-    QPalette secondary = ui_->_placeholderLab->palette();
-    secondary.setColor(QPalette::WindowText, DGAStyle::kSecondaryText);
-    ui_->_placeholderLab->setPalette(secondary);
-    // Clicks on it are meant for the field.
-    ui_->_placeholderLab->setAttribute(Qt::WA_TransparentForMouseEvents);
-
-    ui_->_textFieldBgV->setBorderColor(dga_hexStringToColor(QStringLiteral("#D6D6D6")));
-    ui_->_textFieldBgV->setBorderWidth(1.0);
-    ui_->_textFieldBgV->setCornerRadius(4.0);
-
-    ui_->_saveBtn->setButtonType(kPlainButton);
-    ui_->_saveBtn->setEnabled(false);
-    ui_->_saveBtn->setHidden(record().enableSendReport);
-    ui_->_sendBtn->setButtonType(kPrimaryButton);
-    ui_->_sendBtn->setEnabled(false);
-    ui_->_cancelBtn->setButtonType(kPlainButton);
-
+    dgaSetUpReportForm(*ui_);
     ui_->_listV->setDelegate(this);
-    dealProblemCatagory();
-    ui_->_listV->prepared();
-}
-
-void DGAProblemReportingWindowController::setupKeyboard() {
-    // The list's box has the keyboard, and its place in the order; the list around it is no stop of its own.
-    QWidget* const box = ui_->_listV->focusProxy();
-    ui_->_listV->setFocusProxy(nullptr);
-    ui_->_listV->setFocusPolicy(Qt::NoFocus);
-    const std::vector<QWidget*> order{
-        ui_->_textField, box,           ui_->_fullBtn, ui_->_sysInfoBtn, ui_->_sysInfoBtn->infoBtn(),
-        ui_->_cancelBtn, ui_->_saveBtn, ui_->_sendBtn, ui_->_closeBtn};
-    for (size_t i = 1; i < order.size(); ++i)
-        QWidget::setTabOrder(order[i - 1], order[i]);
+    window().setDrawnFrame(*ui_->_titleLab, *ui_->_closeBtn);
+    window().setScrolling(*ui_->contentLayout);
+    connectActions();
+    draftTimer_.setSingleShot(true);
+    draftTimer_.setInterval(kDraftPause);
+    QObject::connect(&draftTimer_, &QTimer::timeout, context(), [this] { keepDraft(); });
 }
 
 void DGAProblemReportingWindowController::connectActions() {
@@ -162,50 +100,122 @@ void DGAProblemReportingWindowController::connectActions() {
                      [this] { controlTextDidChange(); });
     QObject::connect(ui_->_textField, &DGATextField::composingChanged, context(),
                      [this] { refreshPlaceholder(); });
-    QObject::connect(&window(), &DGAProblemReportingWindow::returnPressed, context(),
+    QObject::connect(&window(), &DGAProblemReportingWindow::sendPressed, context(),
                      [this] { ui_->_sendBtn->click(); });
-    QObject::connect(&window(), &DGAProblemReportingWindow::escapePressed, context(),
-                     [this] { ui_->_closeBtn->click(); });
-    // The window manager's way also leads out of a report that never gets ready.
+    // Also leads out of a report that never gets ready.
     QObject::connect(&window(), &DGAWindowBase::closeRequested, context(), [this] { closeBtnClicked(); });
 }
 
 void DGAProblemReportingWindowController::showPRWindow() {
-    if (!window().isVisible())
+    const bool isFresh = !isVisible();
+    if (isFresh)
         beginNewReport();
     dealProblemCatagory();
+    if (isFresh) {
+        restoreDraft();
+        readPolicy();
+    }
     window().setLevel(DGAUtilities::dga_fetchWindowLevel());
     window().center();
     window().showInFront();
 }
 
+// An open window acts as it is labelled, whatever the client tells meanwhile.
 void DGAProblemReportingWindowController::beginNewReport() {
+    sends_ = record().enableSendReport;
+    rights_ = {};
+    serviceType_ = record().serviceType;
+    dgaLabelReportForm(*ui_, window(), sends_, serviceType_);
     status_ = true;
+    isHandedOn_ = false;
+    ui_->_noticeV->clear();
     ui_->_textField->setStringValue("");
     ui_->_fullBtn->setSelected(true);
     ui_->_sysInfoBtn->setSelected(true);
     ui_->_sysInfoBtn->infoBtn()->closePopover();
-    ui_->_saveBtn->setEnabled(false);
-    ui_->_sendBtn->setEnabled(false);
-    ui_->_cancelBtn->setEnabled(true);
-    ui_->_closeBtn->setEnabled(true);
-    refreshPlaceholder();
+    refreshForm();
     ui_->_textField->setFocus();
+}
+
+void DGAProblemReportingWindowController::restoreDraft() {
+    const DGAReportDraft draft = services().draft();
+    if (draft.description.empty())
+        return;
+    ui_->_textField->setStringValue(draft.description);
+    ui_->_textField->moveCursor(QTextCursor::End);
+    ui_->_fullBtn->setSelected(draft.screenShot);
+    ui_->_sysInfoBtn->setSelected(draft.systemInfo);
+    const QString title = titleListDic_.key(draft.category);
+    if (const auto index = titleListArr_.indexOf(title); index > 0 && problemCatagory_ == kDGANoCatagory) {
+        ui_->_listV->setDefautTitle(title);
+        ui_->_listV->refreshComboBoxWithIndex(static_cast<int>(index));
+    }
+    refreshForm();
+}
+
+// As the permission to send, it is that of the opening.
+void DGAProblemReportingWindowController::readPolicy() {
+    const DGAPolicy policy = parts_.policy();
+    rights_ = {.screenCapture = policy.allows(DGAPolicyKey::screenCapture),
+               .systemProfile = policy.allows(DGAPolicyKey::systemProfile),
+               .send = sends_ ? policy.allowsSendingTo(record().uploadURL.get().value_or(""))
+                              : policy.allows(DGAPolicyKey::mail),
+               .save = policy.allows(DGAPolicyKey::save)};
+    dgaForbidInReportForm(*ui_, rights_);
+}
+
+void DGAProblemReportingWindowController::keepDraft() {
+    draftTimer_.stop();
+    services().setDraft({.description = ui_->_textField->stringValue(),
+                         .category = problemCatagory_,
+                         .screenShot = ui_->_fullBtn->selected(),
+                         .systemInfo = ui_->_sysInfoBtn->selected()});
+}
+
+// What was entered has reached its place.
+void DGAProblemReportingWindowController::endDraft() {
+    draftTimer_.stop();
+    isHandedOn_ = true;
+    services().setDraft({});
 }
 
 void DGAProblemReportingWindowController::close() {
     if (DGASavePanel* const open = panel_)
         open->reject();
+    if (QMessageBox* const open = question_)
+        open->reject();
     if (!status_)
         abandonReport();
+    if (isVisible() && !isHandedOn_)
+        keepDraft();
     DGAWindowController::close();
+}
+
+// What a person typed, and a report that is being made, is not ended by one key.
+void DGAProblemReportingWindowController::leave(std::function<void()> left) {
+    const bool loses = (ui_->_textField->hasText() && !isHandedOn_) || !status_;
+    if (question_)
+        return;
+    if (!loses) {
+        close();
+        left();
+        return;
+    }
+    question_ = dgaAsk(&window(), dgaText(kTextCloseWithoutSending), dgaText(kTextCloseButtonSendReport),
+                       dgaText(kTextKeepWriting), context(), [this, left = std::move(left)](bool yes) {
+                           question_.clear();
+                           if (!yes)
+                               return;
+                           close();
+                           left();
+                       });
 }
 
 void DGAProblemReportingWindowController::dealProblemCatagory() {
     const bool frozen = record().isFreeze;
     titleListArr_.clear();
     titleListDic_.clear();
-    for (const auto& catagory : dgaProblemCatagories(record().serviceType)) {
+    for (const auto& catagory : dgaProblemCatagories(serviceType_)) {
         titleListArr_ << catagory.title;
         titleListDic_.insert(catagory.title, catagory.number);
     }
@@ -222,6 +232,7 @@ void DGAProblemReportingWindowController::dealProblemCatagory() {
         }
     }
     ui_->_listV->setListTitleArr(titleListArr_);
+    ui_->_listV->updateGeometry();
     if (frozen)
         ui_->_listV->refreshComboBoxWithIndex(kNotRespondingIndex);
 }
@@ -231,27 +242,50 @@ int64_t DGAProblemReportingWindowController::fetchProblemCatagoryByTitle(const Q
 }
 
 void DGAProblemReportingWindowController::controlTextDidChange() {
-    refreshPlaceholder();
-    refreshButtons();
+    isHandedOn_ = false;
+    draftTimer_.start();
+    refreshForm();
 }
 
 void DGAProblemReportingWindowController::dropDownListDidSelect(DGADropDownListView& /*listView*/,
                                                                 const QString& categoryTitle) {
     problemCatagoryTitle_ = categoryTitle;
     problemCatagory_ = fetchProblemCatagoryByTitle(categoryTitle);
-    refreshPlaceholder();
-    refreshButtons();
+    refreshForm();
 }
 
 void DGAProblemReportingWindowController::refreshPlaceholder() {
     ui_->_placeholderLab->setHidden(ui_->_textField->hasText() || ui_->_textField->isComposing());
 }
 
-// Not while a report is being made: a second one would follow it.
-void DGAProblemReportingWindowController::refreshButtons() {
-    const bool complete = ui_->_textField->hasText() && problemCatagory_ != kDGANoCatagory;
-    ui_->_saveBtn->setEnabled(status_ && complete);
-    ui_->_sendBtn->setEnabled(status_ && complete);
+int DGAProblemReportingWindowController::charactersLeft() const {
+    return kLongestDescription - ui_->_textField->characterCount();
+}
+
+void DGAProblemReportingWindowController::refreshCounter() {
+    const int left = charactersLeft();
+    const std::string text = support::fillPlaceholders(
+        DGAUtilities::dga_localize(left < 0 ? kTextDescriptionTooLong : kTextCharactersLeft),
+        {std::to_string(std::abs(left))});
+    ui_->_counterLab->setText(QString::fromStdString(text));
+    ui_->_counterLab->setHidden(left > kCounterAppears);
+}
+
+void DGAProblemReportingWindowController::refreshForm() {
+    refreshPlaceholder();
+    refreshCounter();
+    refreshControls(ui_->_textField->hasText() && problemCatagory_ != kDGANoCatagory);
+}
+
+// The one place that decides what may be used. While a report is being made nothing: a second one would
+// follow it.
+void DGAProblemReportingWindowController::refreshControls(bool complete) {
+    const bool maySend = status_ && complete && charactersLeft() >= 0;
+    ui_->_sendBtn->setEnabled(maySend && rights_.send);
+    ui_->_saveBtn->setEnabled(maySend && rights_.save);
+    ui_->_cancelBtn->setEnabled(status_);
+    ui_->_closeBtn->setEnabled(status_);
+    ui_->_noticeV->setActionsEnabled(status_);
 }
 
 void DGAProblemReportingWindowController::changeWindowStatus(bool status) {
@@ -260,44 +294,55 @@ void DGAProblemReportingWindowController::changeWindowStatus(bool status) {
     // A control that loses the keyboard would hand it to the next one, which the user did not choose.
     if (!status)
         window().setFocus();
-    ui_->_sendBtn->setEnabled(status);
-    ui_->_cancelBtn->setEnabled(status);
-    ui_->_closeBtn->setEnabled(status);
-    ui_->_saveBtn->setEnabled(status);
+    refreshControls(true);
+    showBusy(!status);
+}
+
+void DGAProblemReportingWindowController::showBusy(bool busy) {
+    ui_->_spinV->setVisible(busy);
+    ui_->_busyLab->setText(busy ? dgaText(kTextPareparingReport) : QString());
+    if (busy)
+        ui_->_spinV->startSpin();
+    else
+        ui_->_spinV->stopSpin();
 }
 
 void DGAProblemReportingWindowController::sendReportBtnClicked() {
     ORVN_LOG_METHOD();
     isSaveBtnClicked_ = false;
-    if (record().enableSendReport) {
-        windows().services().sendTelemetryAction(DGATelemetryAction::sendReport);
-        // Without an upload window the user would lose what was written.
-        if (showUploadWindow())
+    if (sends_) {
+        services().sendTelemetryAction(DGATelemetryAction::sendReport);
+        // The draft ends when there is an archive that holds it.
+        keepDraft();
+        if (showUploadWindow()) {
+            isHandedOn_ = true;
             close();
+        }
         return;
     }
+    ui_->_noticeV->clear();
     changeWindowStatus(false);
-    windows().services().sendTelemetryAction(DGATelemetryAction::sendMail);
+    services().sendTelemetryAction(DGATelemetryAction::sendMail);
     generateReport();
 }
 
 void DGAProblemReportingWindowController::saveBtnClicked() {
     ORVN_LOG_METHOD();
     isSaveBtnClicked_ = true;
+    ui_->_noticeV->clear();
     changeWindowStatus(false);
     generateReport();
-    windows().services().sendTelemetryAction(DGATelemetryAction::saveReport);
+    services().sendTelemetryAction(DGATelemetryAction::saveReport);
 }
 
 void DGAProblemReportingWindowController::cancelBtnClicked() {
     ORVN_LOG_METHOD();
-    close();
-    windows().services().sendTelemetryAction(DGATelemetryAction::cancelReport);
+    leave([] { services().sendTelemetryAction(DGATelemetryAction::cancelReport); });
 }
 
 void DGAProblemReportingWindowController::closeBtnClicked() {
     ORVN_LOG_METHOD();
-    close();
+    leave([] {});
 }
 
 bool DGAProblemReportingWindowController::showUploadWindow() {
@@ -314,7 +359,7 @@ bool DGAProblemReportingWindowController::showUploadWindow() {
 DGAReportOptions DGAProblemReportingWindowController::options() const {
     return {.screenShot = ui_->_fullBtn->selected(),
             .systemInfo = ui_->_sysInfoBtn->selected(),
-            .serviceType = record().serviceType,
+            .serviceType = serviceType_,
             .description = ui_->_textField->stringValue(),
             .category = DGAReportCategory{problemCatagory_, dgaProblemCatagoryName(problemCatagory_)}};
 }
@@ -325,7 +370,6 @@ void DGAProblemReportingWindowController::generateReport() {
         maker_ = parts_.makeReportMaker();
         maker_->setDelegate(awaiting_);
     }
-    windowTextLocalization();
     maker_->startGenerateReportIfScreenShot(options(), nullptr);
 }
 
@@ -343,32 +387,64 @@ void DGAProblemReportingWindowController::reportFileGeneratedAt(const std::strin
         generateReportMailWithFilePath(path);
 }
 
-// Send and Save try again.
 void DGAProblemReportingWindowController::reportFailed(const std::string& /*reason*/) {
     changeWindowStatus(true);
-    ui_->_msgLab->setText(dgaText(kTextReportPareparedFailed));
-    window().setAccessibleDescription(ui_->_msgLab->text());
+    offerAgain(kTextReportPareparedFailed);
+}
+
+void DGAProblemReportingWindowController::offerAgain(const char* text) {
+    const auto again = [this] {
+        if (isSaveBtnClicked_)
+            saveBtnClicked();
+        else
+            sendReportBtnClicked();
+    };
+    ui_->_noticeV->say(dgaText(text), {{dgaText(kTextTryAgain), again}});
 }
 
 void DGAProblemReportingWindowController::generateReportMailWithFilePath(const std::string& path) {
     ORVN_LOG_METHOD();
-    const auto version = record().clientVersion.get();
     const std::string catagory =
         problemCatagoryTitle_ ? problemCatagoryTitle_->toStdString() : std::string(support::orNull({}));
-    ReportMail mail;
-    mail._mailTitle = support::fillPlaceholders(DGAUtilities::dga_localize(lDGAReportMailTitleStr),
-                                                {support::orNull(version)});
-    mail._mailBody =
-        DGAUtilities::dga_localize(lDGAReportMailBodyStr) +
-        support::fillPlaceholders("\n\n%@\n%@\n%@", {DGAUtilities::dga_localize(lDGADropListAlertTitle),
-                                                     catagory, ui_->_textField->stringValue()});
-    mail._attachments = {path + ".zip"};
-    parts_.reportProblem(mail);
+    const ReportMail mail = dgaReportMail(path + ".zip", catagory, ui_->_textField->stringValue());
+    parts_.reportProblem(mail, [this, alive = std::weak_ptr(awaiting_)](bool composed) {
+        platform::performOnMain([this, alive, composed] {
+            if (!alive.expired())
+                mailEnded(composed);
+        });
+    });
+}
+
+// Without a mail program the report is put where the user finds it.
+void DGAProblemReportingWindowController::mailEnded(bool composed) {
     changeWindowStatus(true);
-    close();
+    if (composed) {
+        endDraft();
+        close();
+        return;
+    }
+    if (!rights_.save) {
+        ui_->_noticeV->say(dgaText(kTextAdministratorForbids), {});
+        return;
+    }
+    const std::string target = DGASavePanel::freePathFor(filePath_.substr(filePath_.rfind('/') + 1));
+    const std::string error = dgaMoveArchive(filePath_, target);
+    if (error.empty())
+        tellSaved(kTextNoMailProgram, target);
+    else
+        ui_->_noticeV->say(QString::fromStdString(error), {});
+}
+
+void DGAProblemReportingWindowController::tellSaved(const char* text, const std::string& path) {
+    endDraft();
+    ui_->_noticeV->say(
+        QString::fromStdString(support::fillPlaceholders(DGAUtilities::dga_localize(text), {path})),
+        {{dgaText(kTextShowInFolder), [path] { platform::showInFileManager(path); }}});
+    ui_->_cancelBtn->setText(dgaText(kTextCloseButtonSendReport));
 }
 
 void DGAProblemReportingWindowController::saveWithFilePath(const std::string& path) {
+    showBusy(false);
     const auto done = [this, alive = std::weak_ptr(awaiting_)](int result) {
         if (!alive.expired())
             judgePanelStatusWithIndex(result);
@@ -377,17 +453,23 @@ void DGAProblemReportingWindowController::saveWithFilePath(const std::string& pa
                                                      this, done);
 }
 
+// The panel stays where the report could not be saved, so that another place can be chosen.
 bool DGAProblemReportingWindowController::panel(DGASavePanel& /*panel*/,
                                                 const std::optional<std::string>& validateURL,
-                                                std::string* /*error*/) {
+                                                std::string* error) {
+    std::error_code failure;
+    const bool isThere = validateURL && std::filesystem::exists(filePath_, failure);
+    if (isThere)
+        *error = dgaMoveArchive(filePath_, *validateURL);
+    if (!error->empty())
+        return false;
     // It closes itself after this answer.
     panel_ = nullptr;
     changeWindowStatus(true);
-    std::error_code failure;
-    if (validateURL && std::filesystem::exists(filePath_, failure)) {
-        platform::moveFile(filePath_, *validateURL);
-        close();
-    }
+    if (isThere)
+        tellSaved(kTextReportSaved, *validateURL);
+    else
+        offerAgain(kTextReportGone);
     return true;
 }
 

@@ -3,14 +3,18 @@
 #include <QHash>
 #include <QPointer>
 #include <QStringList>
+#include <QTimer>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "DGAMonitor/Session/DGAPolicy.h"
+#include "DGAMonitor/View/DGAMessage.h"
 #include "DGAMonitor/View/DGASavePanel.h"
 #include "DGAMonitor/View/DGAWindowController.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAReportForm.h"
 #include "DGAMonitor/View/SendReport/View/DGADropDownListView.h"
 #include "DGAMonitor/View/SendReport/View/DGAProblemReportingWindow.h"
 #include "DGAMonitor/Windows/DGAWindowInterfaces.h"
@@ -24,6 +28,10 @@ class DGAProblemReportingWindowController;
 /// report. Where the client allows sending, Send opens the upload window; where it does not, a report is made
 /// first and handed to the mail program, and Save offers to keep it as a file.
 ///
+/// Language, service and permission to send are those of the moment at which it was opened. Who closes it
+/// with something typed, or while a report is being made, is asked first; what was typed comes back at the
+/// next opening until it was handed on.
+///
 /// Main thread. It may be closed or released at any time, also while a report is being made: nobody waits
 /// for that report then, and its archive stays where it was made.
 class DGAProblemReportingWindowController final
@@ -35,7 +43,8 @@ public:
     /// What it reaches beyond the window; what is left empty is the real thing.
     struct Parts {
         std::function<std::shared_ptr<DGAReportMaker>()> makeReportMaker;
-        std::function<void(const ReportMail&)> reportProblem;
+        std::function<void(const ReportMail&, std::function<void(bool composed)>)> reportProblem;
+        std::function<DGAPolicy()> policy = {};
     };
 
     DGAProblemReportingWindowController();
@@ -52,13 +61,14 @@ public:
 
 private:
     void doInitialization();
-    void windowTextLocalization();
-    void prepareCheckboxes();
-    void setupUIVStyle();
-    void setupKeyboard();
     void connectActions();
     void dealProblemCatagory();
     void beginNewReport();
+    void restoreDraft();
+    void readPolicy();
+    void keepDraft();
+    void endDraft();
+    void leave(std::function<void()> left);
 
     // What the controls tell.
     void controlTextDidChange();
@@ -69,8 +79,12 @@ private:
     void closeBtnClicked();
 
     void changeWindowStatus(bool status);
+    void showBusy(bool busy);
+    void refreshForm();
     void refreshPlaceholder();
-    void refreshButtons();
+    void refreshCounter();
+    void refreshControls(bool complete);
+    int charactersLeft() const;
 
     DGAReportOptions options() const;
     bool showUploadWindow();
@@ -79,12 +93,16 @@ private:
     void reportFileGeneratedAt(const std::string& path) override;
     void reportFailed(const std::string& reason) override;
     void generateReportMailWithFilePath(const std::string& path);
+    void mailEnded(bool composed);
+    void offerAgain(const char* text);
+    void tellSaved(const char* text, const std::string& path);
     void saveWithFilePath(const std::string& path);
     bool panel(DGASavePanel& panel, const std::optional<std::string>& validateURL,
                std::string* error) override;
     void judgePanelStatusWithIndex(int index);
 
     Parts parts_;
+    DGAReportFormRights rights_;
     std::unique_ptr<Ui::DGAProblemReportingWindowController> ui_;
     std::shared_ptr<DGAReportMaker> maker_;
     QStringList titleListArr_;
@@ -94,6 +112,11 @@ private:
     bool isSaveBtnClicked_ = false;
     std::string filePath_;
 
+    bool sends_ = false;
+    int64_t serviceType_ = 0;
+    QTimer draftTimer_;
+    bool isHandedOn_ = false;  ///< what is entered has been saved or mailed as it is
+    QPointer<QMessageBox> question_;
     bool status_ = true;  ///< false from the click that makes a report until its archive has been dealt with
     QPointer<DGASavePanel> panel_;
     std::shared_ptr<DGAReportGeneratorDelegate> awaiting_;  ///< this, as long as a report is waited for

@@ -6,10 +6,8 @@ void DGAProblemReportingWindow::keyPressEvent(QKeyEvent* event) {
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     if (event->isAutoRepeat())
         return;
-    if (isReturn)
-        emit returnPressed();
-    else if (event->matches(QKeySequence::Cancel))
-        emit escapePressed();
+    if (isReturn && (event->modifiers() & Qt::ControlModifier) != 0)
+        emit sendPressed();
     else
         DGAWindowBase::keyPressEvent(event);
 }

@@ -13,9 +13,8 @@ public:
     static bool canBecomeKeyWindow() { return true; }
 
 signals:
-    // Keys that no control has taken: Return is for the default button, Escape for the close button.
-    void returnPressed();
-    void escapePressed();
+    /// Return with Control, which no control takes.
+    void sendPressed();
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;

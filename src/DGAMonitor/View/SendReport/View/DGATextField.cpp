@@ -8,6 +8,9 @@
 
 namespace {
 
+// Below this number of UTF-16 units they are counted for characters: nobody needs the exact number of few.
+constexpr int kCountedExactly = 9000;
+
 bool isReturn(const QKeyEvent& event) {
     return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
 }
@@ -61,6 +64,13 @@ std::string DGATextField::stringValue() const {
     return document()->toRawText().replace(QChar::ParagraphSeparator, QLatin1Char('\n')).toStdString();
 }
 
+int DGATextField::characterCount() const {
+    // The document counts one for its end; halves of a character beyond U+FFFF count apart only where there
+    // are few.
+    const int units = document()->characterCount() - 1;
+    return units < kCountedExactly ? units : static_cast<int>(document()->toRawText().toUcs4().size());
+}
+
 void DGATextField::setStringValue(const std::string& text) {
     setPlainText(QString::fromStdString(text));
 }
@@ -76,10 +86,11 @@ bool DGATextField::event(QEvent* event) {
 }
 
 void DGATextField::keyPressEvent(QKeyEvent* event) {
-    if (isReturn(*event) && (event->modifiers() & Qt::ShiftModifier) != 0)
-        textCursor().insertBlock();
-    else if (isReturn(*event) || event->matches(QKeySequence::Cancel))
+    const bool isSend = isReturn(*event) && (event->modifiers() & Qt::ControlModifier) != 0;
+    if (isSend || event->matches(QKeySequence::Cancel))
         event->ignore();
+    else if (isReturn(*event))
+        textCursor().insertBlock();
     else
         QPlainTextEdit::keyPressEvent(event);
     ensureCursorVisible();

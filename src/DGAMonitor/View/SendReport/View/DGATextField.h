@@ -25,8 +25,8 @@ private:
     qreal cornerRadius_ = 0;
 };
 
-/// A text field of several lines, for text of any length. Return is not text: it goes to the window, as Tab
-/// goes to the next control. Shift+Return, and pasting, make line breaks.
+/// A text field of several lines, for text of any length. Tab goes to the next control, and Return with
+/// Control to the window.
 class DGATextField final : public QPlainTextEdit {
     Q_OBJECT
 
@@ -36,6 +36,9 @@ public:
     /// The text in UTF-8, every character as it was typed or pasted; line breaks are "\n".
     std::string stringValue() const;
     void setStringValue(const std::string& text);
+
+    /// The number of characters that stringValue() has.
+    int characterCount() const;
 
     /// Whether there is any character, without what an input method is still composing.
     bool hasText() const { return !document()->isEmpty(); }

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+
+class QWidget;
+namespace Ui {
+class DGAProblemReportingWindowController;
+}
+
+// How the controls of the problem reporting window look, what they say, and in which order the keyboard
+// reaches them. Main thread.
+
+/// Once, when the controls were made.
+void dgaSetUpReportForm(Ui::DGAProblemReportingWindowController& form);
+
+/// Which of the controls the administrator's policy leaves.
+struct DGAReportFormRights {
+    bool screenCapture = true;
+    bool systemProfile = true;
+    bool send = true;  ///< or mail, where that is what the button does
+    bool save = true;
+};
+
+/// The texts in the language that the client tells now, and the controls that a session of this kind has. At
+/// each opening.
+void dgaLabelReportForm(Ui::DGAProblemReportingWindowController& form, QWidget& window, bool sends,
+                        int64_t serviceType);
+
+/// What is forbidden is not chosen, cannot be, and says why. After the above, and whenever the controls were
+/// set anew.
+void dgaForbidInReportForm(Ui::DGAProblemReportingWindowController& form, const DGAReportFormRights& rights);

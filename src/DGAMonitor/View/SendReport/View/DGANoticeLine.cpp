@@ -1,0 +1,68 @@
+#include "DGAMonitor/View/SendReport/View/DGANoticeLine.h"
+
+#include <QAccessible>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+
+#include "DGAMonitor/View/DGAStyle.h"
+#include "DGAMonitor/View/SendReport/View/DGAButton.h"
+
+DGANoticeLine::DGANoticeLine(QWidget* parent) : QWidget(parent), label_(new QLabel(this)), buttons_{} {
+    auto* const row = new QHBoxLayout(this);
+    row->setContentsMargins(DGAStyle::kGrid + 4, DGAStyle::kGrid - 2, DGAStyle::kGrid - 2,
+                            DGAStyle::kGrid - 2);
+    row->setSpacing(4);
+    label_->setWordWrap(true);
+    label_->setTextFormat(Qt::PlainText);
+    label_->setFont(DGAStyle::systemFont(DGAStyle::kFontSize));
+    label_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    row->addWidget(label_, 1);
+    for (size_t i = 0; i < buttons_.size(); ++i) {
+        buttons_[i] = new DGAButton(this);
+        row->addWidget(buttons_[i]);
+        connect(buttons_[i], &QAbstractButton::clicked, this, [this, i] {
+            // A copy, as it may say something else.
+            if (const auto act = i < actions_.size() ? actions_[i].act : nullptr)
+                act();
+        });
+    }
+    hide();
+}
+
+void DGANoticeLine::say(const QString& text, const std::vector<Action>& actions) {
+    actions_ = actions;
+    label_->setText(text);
+    setAccessibleName(text);
+    for (size_t i = 0; i < buttons_.size(); ++i) {
+        buttons_[i]->setHidden(i >= actions_.size());
+        if (i < actions_.size())
+            buttons_[i]->setText(actions_[i].title);
+    }
+    show();
+    QAccessibleEvent said(this, QAccessible::Alert);
+    QAccessible::updateAccessibility(&said);
+}
+
+void DGANoticeLine::clear() {
+    actions_.clear();
+    hide();
+}
+
+void DGANoticeLine::setActionsEnabled(bool enabled) {
+    for (auto* const button : buttons_)
+        button->setEnabled(enabled);
+}
+
+QString DGANoticeLine::text() const {
+    return isHidden() ? QString() : label_->text();
+}
+
+void DGANoticeLine::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(DGAStyle::kControlEdge);
+    painter.setBrush(DGAStyle::kHover);
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), DGAStyle::kCornerRadius,
+                            DGAStyle::kCornerRadius);
+}

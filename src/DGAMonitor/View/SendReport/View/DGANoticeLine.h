@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QWidget>
+#include <array>
+#include <functional>
+#include <vector>
+
+class DGAButton;
+class QLabel;
+
+/// A line on a light ground that says what has happened and offers what can be done about it. Hidden until
+/// there is something to say; screen readers tell it at once.
+class DGANoticeLine final : public QWidget {
+    Q_OBJECT
+
+public:
+    struct Action {
+        QString title;
+        std::function<void()> act;
+    };
+
+    explicit DGANoticeLine(QWidget* parent = nullptr);
+
+    /// At most two actions. It stays until clear() or other words.
+    void say(const QString& text, const std::vector<Action>& actions);
+    void clear();
+
+    /// Whether its buttons may be used.
+    void setActionsEnabled(bool enabled);
+
+    QString text() const;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QLabel* label_;
+    std::array<DGAButton*, 2> buttons_;
+    std::vector<Action> actions_;
+};
