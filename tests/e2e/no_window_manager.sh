@@ -12,6 +12,7 @@ click 'push button' OK
 gone dialog "$title"
 ask_for_report
 xdotool type again
-click 'push button' Cancel
+see label "$title" # what stands for the frame
+click 'push button' Close
 gone dialog "$title"
 leave

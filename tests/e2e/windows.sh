@@ -43,6 +43,7 @@ click() {
     # shellcheck disable=SC2086
     xdotool mousemove $place click 1
 }
+type_text() { xdotool type --delay 2 -- "$1"; }
 key() { xdotool key --clearmodifiers "$@"; }
 # window_program: its process id.
 window_program() { pgrep -P "$dga" -x orvanedga-windo; }
@@ -96,7 +97,7 @@ ask_for_report() {
 }
 # fill_in TEXT STEPS CATEGORY: by keys only, from the description to the category that is so many steps down.
 fill_in() {
-    xdotool type --delay 2 -- "$1"
+    type_text "$1"
     key Tab
     see 'combo box' '*' focused
     for _ in $(seq "$2"); do key Down; done

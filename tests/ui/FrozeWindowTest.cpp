@@ -67,7 +67,6 @@ TEST_F(FrozeWindowTest, EveryWayToAnswerAnswersOnceAndClosesThePrompt) {
     } cases[] = {
         {"click quit and send", 0, [&](QWidget& window) { ui::click(*find(window, "quitSendBtn")); }},
         {"click wait", 1, [&](QWidget& window) { ui::click(*find(window, "waitBtn")); }},
-        {"click close", 1, [&](QWidget& window) { ui::click(*find(window, "closeBtn")); }},
         {"space, at once", 1, [](QWidget&) { ui::press("space"); }},
         {"return, at once", 1, [](QWidget&) { ui::press("Return"); }},
         {"tab and return", 0, [](QWidget&) { ui::press("Tab Return"); }},

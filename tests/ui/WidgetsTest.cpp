@@ -1,11 +1,13 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QLabel>
+#include <QScreen>
 #include <QVBoxLayout>
 #include <ctime>
 
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAViewFrame.h"
+#include "DGAMonitor/View/SendReport/View/DGAButton.h"
 #include "DGAMonitor/View/SendReport/View/DGACheckboxButton.h"
 #include "DGAMonitor/View/SendReport/View/DGADropDownListView.h"
 #include "DGAMonitor/View/SendReport/View/DGAImageView.h"
@@ -104,10 +106,16 @@ TEST_F(WidgetsTest, ALongTitleWrapsBeforeTheInfoButton) {
 }
 
 TEST_F(WidgetsTest, ThePopoverComesWithTheMouseAndWithTheKeyboard) {
+    const auto* const above = addCheckbox("Include a full-screen capture");
     auto* const box = addCheckbox("Include system information");
+    auto* const below = new DGAButton(&window);
+    column->addWidget(below);
     show();
     ui::moveTo(*box->infoBtn());
     ASSERT_TRUE(ui::waitUntil([] { return popover() != nullptr; }));
+    for (const QWidget* const other :
+         {static_cast<const QWidget*>(above), static_cast<const QWidget*>(below)})
+        EXPECT_FALSE(popover()->geometry().intersects({other->mapToGlobal(QPoint()), other->size()}));
     const auto* const text = popover()->findChild<QLabel*>();
     EXPECT_EQ(text->geometry().width(), 276);
     EXPECT_GE(text->height(), text->heightForWidth(276));
@@ -129,6 +137,33 @@ TEST_F(WidgetsTest, ThePopoverComesWithTheMouseAndWithTheKeyboard) {
     EXPECT_TRUE(popover());
     window.hide();
     EXPECT_FALSE(popover());
+}
+
+TEST_F(WidgetsTest, AWindowStaysInTheWorkAreaAndItsButtonsInTheWindow) {
+    auto* const contents = new QVBoxLayout;
+    auto* const text = new QLabel("short");
+    contents->addWidget(text);
+    column->addLayout(contents);
+    auto* const button = new DGAButton(&window);
+    column->addWidget(button);
+    window.setScrolling(*contents);
+    show();
+    const QRect room = window.screen()->availableGeometry();
+    const int low = window.height();
+    EXPECT_EQ(text->visibleRegion().boundingRect().height(), text->height());
+    text->setText(QString("line\n").repeated(100));
+    EXPECT_TRUE(ui::waitUntil([&] { return window.height() > room.height() * 3 / 4; }));
+    window.center();
+    EXPECT_TRUE(ui::waitUntil([&] { return room.contains(window.frameGeometry()); }));
+    EXPECT_TRUE(window.rect().contains(button->geometry()));
+    // Who has given it a size keeps it.
+    window.resize(window.width(), 300);
+    ui::runFor(100ms);
+    text->setText("short");
+    ui::runFor(100ms);
+    EXPECT_EQ(window.height(), 300);
+    window.center();
+    EXPECT_EQ(window.height(), low);
 }
 
 TEST_F(WidgetsTest, ADropDownIsUsedByMouseAndByKeyboard) {

@@ -14,6 +14,7 @@
 #include <QPainter>
 #include <QScreen>
 #include <cstdio>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -84,7 +85,7 @@ QImage picture() {
     const QList<QWidget*> windows = shownWindows();
     QRect frame;
     for (const QWidget* const window : windows)
-        frame |= window->geometry();
+        frame |= window->frameGeometry();
     frame.adjust(-kMargin, -kMargin, kMargin, kMargin);
     const qreal ratio = qApp->devicePixelRatio();
     QImage image(frame.size() * ratio, QImage::Format_RGB32);
@@ -94,7 +95,7 @@ QImage picture() {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.translate(-frame.topLeft());
     for (const QWidget* const window : windows) {
-        const QRect place = window->geometry();
+        const QRect place = window->frameGeometry();
         paintShadow(painter, place);
         painter.drawPixmap(
             place, window->screen()->grabWindow(0, place.x(), place.y(), place.width(), place.height()));
@@ -105,9 +106,13 @@ QImage picture() {
 // A report generator that has begun and is not ready until `ready` is free.
 std::shared_ptr<DGAReportGenerator> generatorThatWaits(std::mutex& ready) {
     DGAReportGenerator::Tools tools;
-    tools.run = [&ready](const platform::Task&) {
+    tools.run = [&ready](const platform::Task& task) {
         { const std::lock_guard<std::mutex> wait(ready); }
-        return platform::TaskResult();
+        std::ofstream(task.arguments.at(1) + ".zip") << "archive";
+        platform::TaskResult result;
+        result.started = true;
+        result.reason = platform::TaskResult::kExited;
+        return result;
     };
     tools.systemProfile = [](const auto&, const auto&) {};
     tools.screenshot = [](const auto&) { return ""; };

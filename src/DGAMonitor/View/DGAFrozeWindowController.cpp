@@ -28,6 +28,7 @@ void DGAFrozeWindowController::setUI() {
     ui_->closeBtn->setIconName(QStringLiteral("close"));
     // Who is typing when the prompt comes up must not end the client with the next blank.
     ui_->waitBtn->setFocus();
+    window().setDrawnFrame(*ui_->titleLab, *ui_->closeBtn);
 }
 
 void DGAFrozeWindowController::windowTextLocalization() {

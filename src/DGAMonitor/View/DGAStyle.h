@@ -19,14 +19,13 @@ inline constexpr int kSmallFontSize = 12;
 inline constexpr int kFontSize = 14;
 inline constexpr int kTitleFontSize = 15;
 
-// Colours on white; texts have a contrast of 4.5 and more.
+// Colours on white; texts have a contrast of 4.5 and more, edges of 3 and more.
 inline constexpr QColor kWindow{0xff, 0xff, 0xff};
 inline constexpr QColor kText{0x1a, 0x1a, 0x1a};
 inline constexpr QColor kSecondaryText{0x5f, 0x5f, 0x5f};
 inline constexpr QColor kDisabledText{0x8a, 0x8a, 0x8a};
 inline constexpr QColor kDisabledFill{0xee, 0xee, 0xee};
 inline constexpr QColor kControlEdge{0x8c, 0x8c, 0x8c};
-inline constexpr QColor kWindowEdge{0xb3, 0xb3, 0xb3};
 inline constexpr QColor kAccent{0x0f, 0x62, 0xc8};
 inline constexpr QColor kAccentHover{0x0c, 0x53, 0xab};
 inline constexpr QColor kAccentPressed{0x09, 0x43, 0x8c};

@@ -75,3 +75,8 @@ void dgaActivateWindow(QWidget& window) {
     if (const auto* const x11 = qApp->nativeInterface<QNativeInterface::QX11Application>())
         activateOnX11(x11->connection(), static_cast<xcb_window_t>(window.winId()));
 }
+
+bool dgaMayActivateWindows() {
+    return QGuiApplication::platformName() != QLatin1String("wayland") ||
+           qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN");
+}

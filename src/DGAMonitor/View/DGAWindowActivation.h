@@ -5,3 +5,8 @@ class QWidget;
 /// Raises a shown window and gives it the keyboard, also while another application has it. Where the desktop
 /// refuses that (Wayland may), it marks the window as wanting attention.
 void dgaActivateWindow(QWidget& window);
+
+/// Whether the desktop lets a program raise a window that is shown already, on its user's behalf: X11 does,
+/// and Wayland with a token of the program that the user has just used (xdg-activation,
+/// XDG_ACTIVATION_TOKEN).
+bool dgaMayActivateWindows();

@@ -2,6 +2,7 @@
 
 #include <QAccessibleWidget>
 #include <QApplication>
+#include <QBoxLayout>
 #include <QCloseEvent>
 #include <QCursor>
 #include <QKeyEvent>
@@ -12,6 +13,8 @@
 #include <QWindow>
 #include <utility>
 
+#include "DGAMonitor/View/DGADesktopFrame.h"
+#include "DGAMonitor/View/DGAScrollArea.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAToolkitTexts.h"
 #include "DGAMonitor/View/DGAWindowActivation.h"
@@ -30,7 +33,7 @@ QAccessibleInterface* makeAccessible(const QString& /*className*/, QObject* obje
 
 }  // namespace
 
-DGAWindowBase::DGAWindowBase(QWidget* parent) : QWidget(parent, Qt::Window | Qt::FramelessWindowHint) {
+DGAWindowBase::DGAWindowBase(QWidget* parent) : QWidget(parent, Qt::Window) {
     setAttribute(Qt::WA_OpaquePaintEvent);
     dgaUseToolkitTexts();
     QAccessible::installFactory(makeAccessible);  // once, however often
@@ -60,6 +63,12 @@ void DGAWindowBase::bringToFront() {
         return;
     if (isMinimized())
         showNormal();
+    // Compositors bring a new window to the front; one that they know they only mark as wanting attention.
+    if (!isActiveWindow() && shownBefore_ && !dgaMayActivateWindows()) {
+        setHiddenForPicture(true);
+        setVisible(true);
+    }
+    shownBefore_ = true;
     dgaActivateWindow(*this);
     // A window that comes back within the toolkit's patience with a lost keyboard (400 ms) still has the
     // keyboard for it, but is active no more, and would stay so: it hears of no change.
@@ -71,19 +80,80 @@ void DGAWindowBase::bringToFront() {
     }
 }
 
+QRect DGAWindowBase::workArea() const {
+    const QScreen* const shownOn = isVisible() ? screen() : QGuiApplication::screenAt(QCursor::pos());
+    const QScreen* const found = shownOn ? shownOn : QGuiApplication::primaryScreen();
+    return found ? dgaWorkArea(*found) : QRect();
+}
+
 void DGAWindowBase::center() {
     ensurePolished();
-    adjustSize();
-    const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
-    if (!screen)
-        screen = QGuiApplication::primaryScreen();
-    if (!screen)
+    adoptFrame();
+    fit();
+    const QRect room = workArea();
+    if (room.isEmpty())
         return;
-    const QRect room = screen->availableGeometry();
-    QRect frame(QPoint(), size());
+    QRect frame = QRect(QPoint(), size()).marginsAdded(dgaFrameOf(*this));
     frame.moveCenter(room.center());
     frame.moveTop(qMax(frame.top(), room.top()));
     move(frame.topLeft());
+}
+
+void DGAWindowBase::setDrawnFrame(QWidget& title, QWidget& closeButton) {
+    title_ = &title;
+    closeButton_ = &closeButton;
+    adoptFrame();
+}
+
+void DGAWindowBase::setScrolling(QBoxLayout& contents) {
+    auto* const all = qobject_cast<QBoxLayout*>(layout());
+    const int place = all->indexOf(&contents);
+    all->takeAt(place);
+    contents.setParent(nullptr);
+    scroll_ = new DGAScrollArea(&contents, this);
+    all->insertWidget(place, scroll_, 1);
+}
+
+// The window manager may have come or gone since the window was last seen.
+void DGAWindowBase::adoptFrame() {
+    if (isVisible())
+        return;
+    const bool drawn = !dgaDesktopDrawsFrames();
+    if (windowFlags().testFlag(Qt::FramelessWindowHint) != drawn)
+        setWindowFlag(Qt::FramelessWindowHint, drawn);
+    if (!title_ || !closeButton_)
+        return;
+    title_->setVisible(drawn);
+    closeButton_->setVisible(drawn);
+    QMargins margins = layout()->contentsMargins();
+    margins.setTop(drawn ? 2 * DGAStyle::kGrid : DGAStyle::kGrid);
+    layout()->setContentsMargins(margins);
+}
+
+void DGAWindowBase::fit() {
+    const QSize room = workArea().marginsRemoved(dgaFrameOf(*this)).size();
+    if (scroll_ && !room.isEmpty()) {
+        scroll_->setHeightLimit(QWIDGETSIZE_MAX);
+        const QSize wanted = layout()->totalSizeHint();
+        const QMargins margins = layout()->contentsMargins();
+        const int contents = scroll_->heightForWidth(wanted.width() - margins.left() - margins.right());
+        if (wanted.height() > room.height())
+            scroll_->setHeightLimit(contents - (wanted.height() - room.height()));
+    }
+    // Not adjustSize(), which leaves a third of the screen.
+    if (layout())
+        resize(layout()->totalSizeHint());
+    else
+        adjustSize();
+    fitted_ = size();
+}
+
+bool DGAWindowBase::event(QEvent* event) {
+    const bool handled = QWidget::event(event);
+    // Its layout may have made it as large as it has to be at least.
+    if (event->type() == QEvent::LayoutRequest && isVisible() && size() == fitted_.expandedTo(minimumSize()))
+        fit();
+    return handled;
 }
 
 void DGAWindowBase::closeEvent(QCloseEvent* event) {
@@ -108,13 +178,17 @@ void DGAWindowBase::setHiddenForPicture(bool hidden) {
     } else {
         setVisible(true);
         move(place);
+        shownBefore_ = false;
         if (wasActive_)
             bringToFront();
     }
 }
 
 void DGAWindowBase::setVisible(bool visible) {
+    if (visible)
+        adoptFrame();
     const bool wasClosedMeanwhile = std::exchange(hiddenForPicture_, false) && !visible;
+    shownBefore_ = shownBefore_ && visible;
     QWidget::setVisible(visible);
     if (wasClosedMeanwhile)
         DGAApplicationWindows::sharedWindows().setVisible(this, false);
@@ -162,7 +236,9 @@ void DGAWindowBase::mouseReleaseEvent(QMouseEvent* /*event*/) {
 void DGAWindowBase::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     painter.fillRect(rect(), DGAStyle::kWindow);
-    painter.setPen(DGAStyle::kWindowEdge);
+    if (!windowFlags().testFlag(Qt::FramelessWindowHint))
+        return;
+    painter.setPen(DGAStyle::kControlEdge);
     painter.drawRect(rect().adjusted(0, 0, -1, -1));
 }
 

@@ -1,13 +1,17 @@
 #pragma once
 
 #include <QPoint>
+#include <QPointer>
 #include <QWidget>
 #include <memory>
 
-/// The base of all windows: white, without a frame of the window manager, moved by dragging its background,
-/// as large as its layout needs. Made hidden. Tells the core whenever it becomes visible or ceases to be.
-/// What the user did to it before it was hidden, but is read later, such as the second half of a double
-/// click, has no effect.
+class DGAScrollArea;
+class QBoxLayout;
+
+/// The base of all windows: white, in the desktop's own frame, moved by dragging its background, too, as
+/// large as its layout needs until the user gives it another size, and never larger than the work area. Made
+/// hidden. Tells the core whenever it becomes visible or ceases to be. What the user did to it before it was
+/// hidden, but is read later, such as the second half of a double click, has no effect.
 class DGAWindowBase : public QWidget {
     Q_OBJECT
 
@@ -24,8 +28,16 @@ public:
     /// Makes it key and brings it before all others, if it is visible.
     void bringToFront();
 
-    /// Moves it to the middle of the screen on which the pointer is.
+    /// Moves it to the middle of the screen on which the pointer is, as far as the desktop lets it.
     void center();
+
+    /// What stands for the desktop's frame, its title and its close button, and shows only where there is
+    /// none.
+    void setDrawnFrame(QWidget& title, QWidget& closeButton);
+
+    /// The part of the window's layout that scrolls where the work area is too small for all of it; what lies
+    /// around it, such as the buttons, stays.
+    void setScrolling(QBoxLayout& contents);
 
     /// Takes it off the screen for a moment, or puts it back: for everybody else it stays visible.
     void setHiddenForPicture(bool hidden);
@@ -41,6 +53,7 @@ signals:
     void closeRequested();
 
 protected:
+    bool event(QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
@@ -52,8 +65,17 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void adoptFrame();
+    void fit();
+    QRect workArea() const;
+
+    QPointer<QWidget> title_;
+    QPointer<QWidget> closeButton_;
+    DGAScrollArea* scroll_ = nullptr;
+    QSize fitted_;  // the size that its contents have given it
     bool hiddenForPicture_ = false;
-    bool wasActive_ = false;  // before that
+    bool shownBefore_ = false;  // it is no new window to the desktop
+    bool wasActive_ = false;    // before that
     bool dragging_ = false;
     QPoint dragStart_;
     QPoint dragOrigin_;

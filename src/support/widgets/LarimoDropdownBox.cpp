@@ -2,7 +2,7 @@
 
 #include <QAbstractItemView>
 #include <QPainter>
-#include <QScreen>
+#include <QProxyStyle>
 #include <QStyledItemDelegate>
 #include <QWheelEvent>
 
@@ -39,6 +39,29 @@ public:
 private:
     int margin() const { return qMax(kGap, -box_->popUpPoint().x()); }
 
+    LarimoDropdownBox* box_;
+};
+
+/// Tells the toolkit where the menu belongs, so that it is there before it shows: Wayland moves no popup.
+class MenuStyle final : public QProxyStyle {
+public:
+    explicit MenuStyle(LarimoDropdownBox* box) : box_(box) { setParent(box); }
+
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* data) const override {
+        // A list below the box, or above where there is no room; not one over it.
+        return hint == SH_ComboBox_Popup ? 0 : QProxyStyle::styleHint(hint, option, widget, data);
+    }
+
+    QRect subControlRect(ComplexControl control, const QStyleOptionComplex* option, SubControl part,
+                         const QWidget* widget) const override {
+        if (control != CC_ComboBox || part != SC_ComboBoxListBoxPopup)
+            return QProxyStyle::subControlRect(control, option, part, widget);
+        const int needed = box_->view()->sizeHintForColumn(0) + 2;
+        return {box_->popUpPoint(), QSize(qMax(box_->menuWidth(), needed), box_->height())};
+    }
+
+private:
     LarimoDropdownBox* box_;
 };
 
@@ -81,23 +104,11 @@ void LarimoDropdownBox::choose(int index) {
 
 void LarimoDropdownBox::showPopup() {
     if (!menuDelegate_) {
+        setStyle(new MenuStyle(this));
         menuDelegate_ = new MenuEntryDelegate(this);
         setItemDelegate(menuDelegate_);
     }
     QComboBox::showPopup();
-    QWidget* const menu = view()->window();
-    const int needed = view()->sizeHintForColumn(0) + 2;
-    int high = menu->height() - view()->height();
-    for (int i = 0; i < count(); ++i)
-        high += view()->sizeHintForRow(i);
-    QRect frame(mapToGlobal(popUpPoint_ + QPoint(0, height())), QSize(qMax(menuWidth_, needed), high));
-    // Above the box where there is no room below it.
-    const QRect room = screen()->availableGeometry();
-    if (frame.bottom() > room.bottom())
-        frame.moveBottom(mapToGlobal(popUpPoint_).y() - 1);
-    if (frame.right() > room.right())
-        frame.moveRight(room.right());
-    menu->setGeometry(frame);
 }
 
 void LarimoDropdownBox::paintEvent(QPaintEvent* /*event*/) {

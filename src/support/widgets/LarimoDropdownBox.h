@@ -29,6 +29,7 @@ public:
     void setHasBorder(bool hasBorder);
 
     /// The menu's least width, and where its top left corner lies from the box's bottom left.
+    int menuWidth() const { return menuWidth_; }
     void setMenuWidth(int width) { menuWidth_ = width; }
     const QPoint& popUpPoint() const { return popUpPoint_; }
     void setPopUpPoint(const QPoint& point) { popUpPoint_ = point; }

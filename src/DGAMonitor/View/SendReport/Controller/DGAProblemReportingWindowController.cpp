@@ -73,6 +73,8 @@ void DGAProblemReportingWindowController::doInitialization() {
     problemCatagory_ = kDGANoCatagory;
     dgaSetUpReportForm(*ui_);
     ui_->_listV->setDelegate(this);
+    window().setDrawnFrame(*ui_->_titleLab, *ui_->_closeBtn);
+    window().setScrolling(*ui_->contentLayout);
     connectActions();
     draftTimer_.setSingleShot(true);
     draftTimer_.setInterval(kDraftPause);

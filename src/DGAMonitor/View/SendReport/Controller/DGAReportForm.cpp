@@ -9,7 +9,6 @@
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAText.h"
-#include "DGAMonitor/View/DGAViewFrame.h"
 #include "DGAMonitor/View/SendReport/View/DGAMouseTrackingButton.h"
 #include "support/TextTemplate.h"
 #include "ui_DGAProblemReportingWindowController.h"
@@ -59,7 +58,7 @@ void dgaSetUpReportForm(Ui::DGAProblemReportingWindowController& form) {
     setColor(*form._counterLab, DGAStyle::kSecondaryText);
     form._counterLab->hide();
 
-    form._textFieldBgV->setBorderColor(dga_hexStringToColor(QStringLiteral("#D6D6D6")));
+    form._textFieldBgV->setBorderColor(DGAStyle::kControlEdge);
     form._textFieldBgV->setBorderWidth(1.0);
     form._textFieldBgV->setCornerRadius(4.0);
 

@@ -4,7 +4,6 @@
 #include <QPainter>
 
 #include "DGAMonitor/View/DGAStyle.h"
-#include "DGAMonitor/View/DGAViewFrame.h"
 
 namespace {
 
@@ -117,7 +116,7 @@ QSize DGADropDownListView::sizeHint() const {
 void DGADropDownListView::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(dga_hexStringToColor(QStringLiteral("#D6D6D6")), 1.0));
+    painter.setPen(QPen(DGAStyle::kControlEdge, 1.0));
     painter.setBrush(Qt::white);
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), DGAStyle::kCornerRadius,
                             DGAStyle::kCornerRadius);

@@ -1,0 +1,78 @@
+# Windows on Wayland alone, without X: seen in the compositor's own picture, used by its keyboard.
+if [[ -z ${WAYLAND_DISPLAY:-} ]]; then
+    exec "$(dirname "$0")/../../scripts/with-wayland" bash "$0"
+fi
+. "$(dirname "$0")/windows.sh"
+start_accessibility
+key() {
+    local one held
+    for one in "$@"; do
+        held=()
+        [[ $one != *+* ]] || held=(-M "${one%+*}")
+        wtype -s 100 "${held[@]}" -k "${one#*+}"
+    done
+}
+type_text() { wtype -s 500 -d 2 -- "$1"; }
+# windows: "focused X Y WIDTH HEIGHT name" of each of ours, by the application id of its desktop file; focused is 1 or 0.
+windows() {
+    swaymsg -t get_tree | /usr/bin/python3 -c '
+import json, sys
+def below(part):
+    if part.get("app_id") == "orvanedga":
+        r, w = part["rect"], part["window_rect"]
+        print(int(part["focused"]), r["x"] + w["x"], r["y"] + w["y"], w["width"], w["height"], part["name"])
+    for child in part["nodes"] + part["floating_nodes"]:
+        below(child)
+below(json.load(sys.stdin))'
+}
+focused() { windows | grep -q "^1 "; }
+in_front() { eventually focused || fail "another window has the keyboard: $(windows)"; }
+# on_screen COUNT: so many windows, each mostly white in the picture.
+on_screen() {
+    local area white
+    [[ $(windows | wc -l) == "$1" ]] || return 1
+    while read -r _ x y width height _; do
+        area="${width}x$height+$x+$y"
+        white=$(grim - | convert - -crop "$area" +repage -fill black +opaque white -format '%[fx:mean]' info:)
+        [[ $white == 0.[6-9]* ]] || return 1
+    done < <(windows)
+}
+seen() { eventually on_screen "$1" || fail "not to be seen: $(windows)"; }
+
+upload_server
+start_meeting
+post ORVANE_DGA_GENERATE_REPORT > /dev/null
+in_front
+see text 'Describe the problem*' focused
+seen 1
+type_text 'Typed on Wayland'
+key Tab Down Down
+see 'combo box' Audio
+for_everybody
+
+# Another program's window lies over it; the next request brings it back to the front.
+/usr/bin/python3 - << 'END' &
+import json, os, socket, struct, subprocess
+ours, theirs = socket.socketpair()
+program = subprocess.Popen([os.environ["ORVANEDGA_BIN"] + "/../lib/orvanedga/orvanedga-windows"], stdout=theirs)
+theirs.close()
+show = json.dumps({"number": 1, "window": 1, "level": 0}).encode()
+ours.sendall(struct.pack("<iI", 2, len(show)) + show)
+program.wait()
+END
+other=$!
+seen 2
+eventually test "$(windows | grep -c '^1 .* [0-9]* [12][0-9][0-9] ')" = 1 || fail "the prompt does not come up: $(windows)"
+post ORVANE_DGA_GENERATE_REPORT > /dev/null
+report_is_focused() { windows | grep -q "^1 .* [3-9][0-9][0-9] [A-Z]"; }
+eventually report_is_focused || fail "the report window stays behind: $(windows)"
+kill "$(pgrep -P "$other")"
+seen 1
+
+key ctrl+Return
+says 'Report uploaded'
+seen 1
+key Return
+gone dialog "$title"
+[[ -s $(echo arrived/*.zip) ]] || fail "nothing arrived"
+leave
