@@ -579,7 +579,7 @@ TEST_F(ProblemReportingWindowTest, IsUsedWithTheKeyboardAlone) {
     fillIn();
     field().setFocus();
     std::vector<std::string> visited;
-    for (int i = 0; i < 10; ++i) {
+    for (int i = 0; i < 9; ++i) {
         const QWidget* const focus = QApplication::focusWidget();
         ASSERT_TRUE(focus);
         const QString name = focus->objectName();
@@ -588,11 +588,11 @@ TEST_F(ProblemReportingWindowTest, IsUsedWithTheKeyboardAlone) {
             << visited.back();
         ui::press("Tab");
     }
-    EXPECT_THAT(visited, ElementsAre("_textField", "LarimoDropdownBox", "_fullBtn", "_sysInfoBtn",
-                                     "DGAMouseTrackingButton", "_contentsBtn", "_cancelBtn", "_saveBtn",
-                                     "_sendBtn", "_closeBtn"));
+    EXPECT_THAT(visited,
+                ElementsAre("_textField", "LarimoDropdownBox", "_fullBtn", "_sysInfoBtn",
+                            "DGAMouseTrackingButton", "_contentsBtn", "_cancelBtn", "_saveBtn", "_sendBtn"));
     EXPECT_EQ(QApplication::focusWidget(), &field()) << "and around";
-    for (int i = 0; i < 10; ++i)
+    for (int i = 0; i < 9; ++i)
         ui::press("shift+Tab");
     EXPECT_EQ(QApplication::focusWidget(), &field()) << "and back";
 

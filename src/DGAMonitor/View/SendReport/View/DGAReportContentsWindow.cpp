@@ -25,7 +25,7 @@
 namespace {
 
 constexpr int kMargin = 3 * DGAStyle::kGrid;
-constexpr QSize kFilesSize(620, 260);
+constexpr QSize kFilesSize(600, 160);
 constexpr QSize kThumbnailSize(240, 135);
 constexpr QSize kTextSize(760, 520);
 constexpr size_t kLongestText = size_t{1024} * 1024;  // bytes that are shown of a file
