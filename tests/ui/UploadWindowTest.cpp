@@ -496,6 +496,9 @@ TEST_F(UploadWindowTest, NothingIsCutOffInAnyLanguage) {
             show();
             auto& view = vc().view();
             state(view);
+            // From the texts up to the window.
+            for (int i = 0; i < 4; ++i)
+                QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
             EXPECT_TRUE(ui::waitUntil([&] {
                 const QWidget& window = controller->window();
                 return window.size() == window.layout()->totalSizeHint().expandedTo(window.minimumSize());
