@@ -15,16 +15,19 @@ failure() {
     send_report "Failure $number"
     says "$2"
     see alert "$3"
-    see 'push button' 'Save Report' focused
+    see label 'Report number: *'
     for_everybody
     [[ $(cat /tmp/orvdga/orvanedga_meeting_*/*.csv | grep -c '^39,1,1,client upload failed,') == "$number" ]] ||
         fail "no record of failure $number"
     in_front
-    key Return
+    click 'push button' 'Save Report'
     see text 'File name:' focused
     key ctrl+a
     xdotool type --delay 2 -- "$PWD/saved$number"
     key Return
+    see alert "The report was saved as $PWD/saved$number.zip."
+    see 'push button' 'Show in Folder'
+    click 'push button' OK
     gone dialog "$title"
     unzip -tq "saved$number.zip" > /dev/null || fail "failure $number: not saved"
 }

@@ -22,6 +22,7 @@ gone text 'Describe the problem*'
 says 'Connected to the server' 'Uploading report… (*%)'
 uploading=$(threads)
 click 'push button' Cancel
+click 'push button' 'Stop Uploading'
 gone dialog "$title"
 eventually fewer_threads || fail "the thread of the upload is still there"
 only_archive > /dev/null || fail "the archive is gone"
