@@ -19,6 +19,7 @@ see 'push button' 'Send Report' sensitive
 click 'push button' 'See What Is Sent'
 see tree 'These files will be sent to 127.0.0.1:'
 see 'push button' Retake sensitive
+see tree 'These files will be sent to 127.0.0.1:' focused
 echo late > /tmp/orvgpc.ovt
 key Escape
 gone tree 'These files*'

@@ -305,7 +305,7 @@ TEST_F(ProblemReportingWindowTest, SaveMovesTheArchiveToWhereTheUserSays) {
     openSavePanel();
     EXPECT_EQ(savePanel()->findChild<QLineEdit*>()->text(), "123_7_20240315_143025.zip");
     controller->showPRWindow();
-    EXPECT_TRUE(ui::waitUntil([this] { return savePanel()->isActiveWindow(); }));
+    EXPECT_TRUE(ui::waitUntilActive(*savePanel()));
     EXPECT_EQ(status(), "0000");
     field().setStringValue("");
     ui::press("Escape");
