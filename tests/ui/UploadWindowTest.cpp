@@ -5,7 +5,9 @@
 
 #include <QAccessible>
 #include <QApplication>
+#include <QClipboard>
 #include <QLabel>
+#include <QLayout>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPointer>
@@ -54,7 +56,9 @@ std::string seen(const QWidget& view) {
         text += label->text().toStdString() + "|";
     }
     for (const auto* const banner : view.findChildren<LarimoNotificationView*>())
-        text += "(" + banner->message().toStdString() + ")@" + std::to_string(banner->y());
+        text += "(" + banner->message().toStdString() + ")";
+    if (const auto* const number = view.findChild<QLabel*>("numberLabel"); !number->isHidden())
+        text += number->text().toStdString();
     for (const auto* const button : view.findChildren<QAbstractButton*>()) {
         if (!button->isHidden())
             text += "[" + button->text().toStdString() + "]";
@@ -85,8 +89,9 @@ std::string shown(const char* key) {
 
 const std::string kConnecting = "+Report prepared|*Connecting to the server…|";
 const std::string kConnected = "+Report prepared|+Connected to the server|";
-const std::string kWarning = "(We couldn't send your problem report. You can save it and try again later.)@";
-const std::string kSaveAndCancel = "[Save Report][Cancel]";
+const std::string kWarning = "(We couldn't send your problem report. You can save it and try again later.)";
+const std::string kNumber = "Report number: 1_2_20260102_030405";
+const std::string kAllButtons = "[Try Again][Save Report][Cancel][Copy]";
 
 struct Generator final : DGAReportMaker {
     void setDelegate(std::weak_ptr<DGAReportGeneratorDelegate> /*delegate*/) override {}
@@ -165,7 +170,10 @@ protected:
         vc().reportFileGeneratedAt(kArchive);
     }
     UploadViewController& vc() { return *controller->uploadVC(); }
-    std::string seenNow() { return seen(vc().view()); }
+    std::string seenNow() {
+        ui::runFor(10ms);  // its layout is of now
+        return seen(vc().view());
+    }
     bool sees(const std::string& text) {
         return ui::waitUntil([&] { return seenNow().find(text) != std::string::npos; });
     }
@@ -197,19 +205,21 @@ TEST_F(UploadWindowTest, EachStatusOfTheUploaderIsShown) {
     } cases[] = {
         {{10, 14, 15, 21, -1}, kConnecting + "[Cancel]"},
         {{11}, kConnecting + "[Cancel]"},
-        {{12}, "!The report could not be prepared|" + kWarning + "109" + kSaveAndCancel},
-        {{13}, kConnected + "*Uploading report… (%d%%)|[Cancel]"},
-        {{16}, "+Report prepared|!Can't connect to the server.|" + kWarning + "146" + kSaveAndCancel},
+        {{12}, "!The report could not be prepared|" + kWarning + kNumber + kAllButtons},
+        {{13}, kConnected + "*Uploading report… (0%)|[Cancel]"},
+        {{16}, "+Report prepared|!Can't connect to the server.|" + kWarning + kNumber + kAllButtons},
         {{15, 17}, kConnected + "*Uploading report… (0%)|[Cancel]"},
         {{16, 18},
          "+Report prepared|!Can't connect to the server.|!" + shown(kTextSentToServerTimeOut) + "|" +
-             kWarning + "203" + kSaveAndCancel},
-        {{18}, failedAt0 + shown(kTextSentToServerTimeOut) + "|" + kWarning + "203" + kSaveAndCancel},
-        {{17, 18}, failedAt0 + shown(kTextSentToServerTimeOut) + "|" + kWarning + "203" + kSaveAndCancel},
-        {{20}, failedAt0 + shown(kTextCannotSend3Times) + "|" + kWarning + "203" + kSaveAndCancel},
+             kWarning + kNumber + kAllButtons},
+        {{18}, failedAt0 + shown(kTextSentToServerTimeOut) + "|" + kWarning + kNumber + kAllButtons},
+        {{17, 18}, failedAt0 + shown(kTextSentToServerTimeOut) + "|" + kWarning + kNumber + kAllButtons},
+        {{20}, failedAt0 + shown(kTextCannotSend3Times) + "|" + kWarning + kNumber + kAllButtons},
         {{17, 19},
-         kConnected + "+Report uploaded|+A confirmation email will be sent to jane@example.com.|"
-                      "+Your problem report has been sent.|[OK]"},
+         kConnected +
+             "+Report uploaded|+A confirmation email will be sent to jane@example.com.|"
+             "+Your problem report has been sent.|" +
+             kNumber + "[OK][Copy]"},
     };
     for (const auto& c : cases) {
         show();
@@ -256,7 +266,8 @@ TEST_F(UploadWindowTest, SendsArchivesOfUpTo25MillionBytes) {
     EXPECT_FALSE(vc().isPolling());
     EXPECT_FALSE(vc().traceUpload());
     EXPECT_EQ(seenNow(), "+Report prepared|!" + shown(kTextFileSizeExcessiveAlert) + "|(" +
-                             shown(kTextFileSizeExcessiveInfo) + ")@166" + kSaveAndCancel);
+                             shown(kTextFileSizeExcessiveInfo) + ")" + kNumber +
+                             "[Save Report][Cancel][Copy]");
     EXPECT_EQ(countOf(trace(), "client upload failed"), failures + 1);
     ui::takePicture("upload_too_large");
     // An archive that was never made is told at once, whatever the server would say.
@@ -268,7 +279,7 @@ TEST_F(UploadWindowTest, SendsArchivesOfUpTo25MillionBytes) {
     const auto asked = generator->asked;
     vc().reportFailed("zip ended with 14");
     EXPECT_EQ(seenNow(), "!The report could not be prepared|[Try Again][Cancel]");
-    ui::click(*vc().view().findChild<QWidget*>("saveButton"));
+    ui::click(*vc().view().findChild<QWidget*>("againButton"));
     EXPECT_EQ(generator->asked.size(), asked.size() + 1);
     EXPECT_EQ(generator->asked.back(), asked.back());
     EXPECT_TRUE(sees("*Preparing report…")) << seenNow();
@@ -281,8 +292,8 @@ TEST_F(UploadWindowTest, SendsToAServer) {
         std::string sees;
         int successes;
     } cases[] = {
-        {"", "jane@example.com", "+Your problem report has been sent.|[OK]", 1},
-        {"", "", "+Report uploaded|+Your problem report has been sent.|[OK]", 0},
+        {"", "jane@example.com", "+Your problem report has been sent.|" + kNumber + "[OK][Copy]", 1},
+        {"", "", "+Report uploaded|+Your problem report has been sent.|" + kNumber + "[OK][Copy]", 0},
         {"--fail exceed --fail-at 2", "", shown(kTextCannotSend3Times), 0},
         {"--fail fail", "", shown(kTextSentToServerTimeOut), 0},
         {"--fail cut --fail-at 2", "", shown(kTextSentToServerTimeOut), 0},
@@ -320,6 +331,7 @@ TEST_F(UploadWindowTest, ClosingLeavesNothingBehind) {
         [this] { controller->close(); },
         [this] { controller.reset(); },
     };
+    const auto asked = [] { return qobject_cast<QMessageBox*>(QApplication::activeWindow()) != nullptr; };
     show();
     generated();
     ui::runFor(700ms);  // threads and sockets that stay are there now
@@ -343,7 +355,16 @@ TEST_F(UploadWindowTest, ClosingLeavesNothingBehind) {
             ASSERT_TRUE(controller->isVisible());
             const auto upload = uploader();
             way();
-            ASSERT_FALSE(DGAApplicationWindows::sharedWindows().anyVisible());
+            if (at != 0 && &way - ways < 4) {
+                ASSERT_TRUE(ui::waitUntil(asked)) << "a transfer is not ended by one key";
+                ui::press("Return");
+                ASSERT_TRUE(controller->isVisible());
+                way();
+                ASSERT_TRUE(ui::waitUntil(asked));
+                ui::press("Tab Return");
+                ASSERT_TRUE(ui::waitUntil([this] { return !controller->isVisible(); }));
+            }
+            ASSERT_TRUE(ui::waitUntil([] { return !DGAApplicationWindows::sharedWindows().anyVisible(); }));
             expectGone(upload, threads);
             EXPECT_TRUE(ui::waitUntil([&] { return shown.expired(); }));
             EXPECT_TRUE(ui::waitUntil([&] { return entriesOf("/proc/self/fd") <= files; }));
@@ -385,12 +406,14 @@ TEST_F(UploadWindowTest, TheResultHasTheKeyboard) {
         if (at == 19)
             letGo();
     }
-    EXPECT_TRUE(ui::waitUntil([] { return qobject_cast<DGASavePanel*>(QApplication::activeWindow()); }));
+    // Tried again with the same archive, which need not be made again.
+    EXPECT_EQ(seenNow(), kConnecting + "[Cancel]");
+    EXPECT_EQ(generator->asked.size(), 2U);
+    EXPECT_TRUE(vc().isPolling());
     controller->close();
-    EXPECT_TRUE(ui::waitUntil([] { return QApplication::topLevelWidgets().size() == 1; }));
 }
 
-TEST_F(UploadWindowTest, SavingMovesTheArchiveAndClosesTheWindow) {
+TEST_F(UploadWindowTest, SavingMovesTheArchiveAndSaysWhereItIs) {
     const Server server;
     const std::string folder = std::string(getenv("HOME")) + "/Downloads";
     const std::string saved = folder + "/1_2_20260102_030405.zip";
@@ -409,24 +432,38 @@ TEST_F(UploadWindowTest, SavingMovesTheArchiveAndClosesTheWindow) {
         if (how == "vanished")
             fs::remove(kArchive + std::string(".zip"));
         ui::press("Return");
-        if (how == "existing") {
+        if (how != "new") {
             ASSERT_TRUE(
                 ui::waitUntil([] { return qobject_cast<QMessageBox*>(QApplication::activeWindow()); }));
-            ui::press("alt+y");
+            ui::press(how == "existing" ? "alt+y" : "Return");
+        }
+        if (how == "vanished") {
+            ASSERT_TRUE(
+                ui::waitUntil([] { return qobject_cast<DGASavePanel*>(QApplication::activeWindow()); }));
+            ui::press("Escape");
         }
         EXPECT_TRUE(
             ui::waitUntil([&] { return controller->window().findChildren<DGASavePanel*>().isEmpty(); }));
-        EXPECT_EQ(controller->isVisible(), how == "vanished");
         EXPECT_EQ(fs::exists(saved) && fs::file_size(saved) == 1000, how != "vanished");
         EXPECT_FALSE(fs::exists(kArchive + std::string(".zip")));
+        if (how == "vanished")
+            continue;
+        EXPECT_TRUE(sees("(The report was saved as " + saved + ".)" + kNumber + "[Show in Folder][OK][Copy]"))
+            << seenNow();
+        ui::click(*vc().view().findChild<QWidget*>("copyButton"));
+        EXPECT_EQ(QApplication::clipboard()->text(), "1_2_20260102_030405");
+        ui::click(*vc().view().findChild<QWidget*>("ok_Button"));
+        EXPECT_TRUE(ui::waitUntil([this] { return !controller->isVisible(); }));
+        letGo();
     }
-    // A move that fails is not told, and costs nothing.
+    // A move that fails is told, and costs nothing.
     generated(1000);
-    const auto shown = controller->uploadVC();
+    std::string error;
     auto* const any =
         DGASavePanel::dga_showSavePanelWithName("a", {"zip"}, &controller->window(), nullptr, {});
-    EXPECT_TRUE(shown->panel(*any, "/nowhere/a.zip", nullptr));
-    EXPECT_FALSE(controller->isVisible());
+    EXPECT_FALSE(vc().panel(*any, "/nowhere/a.zip", &error));
+    EXPECT_FALSE(error.empty());
+    EXPECT_TRUE(controller->isVisible());
     EXPECT_TRUE(fs::exists(kArchive + std::string(".zip")));
 }
 
@@ -459,34 +496,39 @@ TEST_F(UploadWindowTest, NothingIsCutOffInAnyLanguage) {
             show();
             auto& view = vc().view();
             state(view);
-            EXPECT_TRUE(ui::waitUntil([&] { return view.size() == view.sizeHint(); }));
+            // From the texts up to the window.
+            for (int i = 0; i < 4; ++i)
+                QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+            EXPECT_TRUE(ui::waitUntil([&] {
+                const QWidget& window = controller->window();
+                return window.size() == window.layout()->totalSizeHint().expandedTo(window.minimumSize());
+            })) << language
+                << number;
             if (language == "German" || language == "ru" || language == "Japanese" || language == "English")
                 ui::takePicture("upload_" + language + "_" + std::to_string(number));
             QList<QWidget*> shown;
-            for (auto* const child : view.findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
-                if (!child->isHidden() && !qobject_cast<QuivetSpinImageView*>(child))
+            for (auto* const child : view.findChildren<QWidget*>()) {
+                const bool tells = qobject_cast<QLabel*>(child) || qobject_cast<DGAButton*>(child) ||
+                                   qobject_cast<LarimoNotificationView*>(child);
+                if (tells && child->isVisible())
                     shown << child;
             }
+            const auto place = [&view](const QWidget* part) {
+                return QRect(part->mapTo(&view, QPoint()), part->size());
+            };
             for (auto* const child : shown) {
                 const std::string what =
                     language + " " + std::to_string(number) + " " + child->objectName().toStdString();
-                EXPECT_TRUE(view.rect().contains(child->geometry())) << what;
-                if (const auto* const label = qobject_cast<QLabel*>(child)) {
-                    const QRect room = label->contentsRect();
-                    const QRect needed =
-                        label->fontMetrics().boundingRect(room, Qt::TextWordWrap, label->text());
-                    EXPECT_TRUE(needed.width() <= room.width() && needed.height() <= room.height()) << what;
-                } else if (const auto* const banner = qobject_cast<LarimoNotificationView*>(child)) {
+                EXPECT_TRUE(view.rect().contains(place(child))) << what;
+                if (const auto* const label = qobject_cast<QLabel*>(child))
+                    EXPECT_LE(label->heightForWidth(label->width()), label->height()) << what;
+                else if (const auto* const banner = qobject_cast<LarimoNotificationView*>(child))
                     EXPECT_LE(banner->heightForWidth(banner->width()), banner->height()) << what;
-                } else if (const auto* const button = qobject_cast<DGAButton*>(child)) {
-                    EXPECT_LE(button->sizeHint().width(), button->width()) << what;
-                }
-                for (const auto* const other : shown) {
-                    EXPECT_TRUE(other == child || other->objectName() == "titleLabel" ||
-                                child->objectName() == "titleLabel" ||
-                                !other->geometry().intersects(child->geometry()))
+                else
+                    EXPECT_LE(child->sizeHint().width(), child->width()) << what;
+                for (const auto* const other : shown)
+                    EXPECT_TRUE(other == child || !place(other).intersects(place(child)))
                         << what << " " << other->objectName().toStdString();
-                }
             }
         }
     }

@@ -221,7 +221,10 @@ private:
         } states[] = {
             {"upload-preparing", [](UploadView&) {}},
             {"upload-connecting", [](UploadView& v) { v.showReportPreparedStep(true); }},
-            {"upload-uploading", [](UploadView& v) { connected(v), v.showUploading_presentage(42); }},
+            {"upload-uploading",
+             [](UploadView& v) {
+                 connected(v), v.showUploading_presentage(26), v.showTransferred(3'100'000, 12'000'000, 19);
+             }},
             {"upload-sent-mail", [](UploadView& v) { connected(v), v.showEmailSend_FinishStep(kAddress); }},
             {"upload-sent", [](UploadView& v) { connected(v), v.showEmailSend_FinishStep(""); }},
             {"upload-prepare-failed", [](UploadView& v) { v.showReportPreparedStep(false); }},
@@ -230,6 +233,11 @@ private:
             {"upload-connect-failed",
              [](UploadView& v) { v.showReportPreparedStep(true), v.showConnectServerStep(false); }},
             {"upload-failed", [](UploadView& v) { connected(v), v.showUploadingToServerStep(false); }},
+            {"upload-saved",
+             [](UploadView& v) {
+                 connected(v), v.showUploadingToServerStep(false);
+                 v.showSaved("/home/asa/Downloads/8834201177_536871042_20260102_030405.zip");
+             }},
             {"upload-limit", [](UploadView& v) { connected(v), v.showOverheadStep(false); }},
         };
         for (const auto& state : states) {
@@ -238,6 +246,8 @@ private:
             controller.showUploadWindowIfScreenShot(
                 {.screenShot = true, .systemInfo = true, .serviceType = 1}, "", 2);
             UploadView& view = controller.uploadVC()->view();
+            if (std::string(state.state) != "upload-prepare-failed")
+                view.setReportNumber("8834201177_536871042_20260102_030405");
             state.show(view);
             // The wheel stands still, in the same place every time.
             if (auto* const wheel = view.findChild<QuivetSpinImageView*>())

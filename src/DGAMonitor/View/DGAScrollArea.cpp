@@ -20,6 +20,9 @@ DGAScrollArea::DGAScrollArea(QLayout* contents, QWidget* parent) : QScrollArea(p
     holder->setLayout(contents);
     setWidget(holder);
     setWidgetResizable(true);
+    // What lies below paints the ground.
+    holder->setAutoFillBackground(false);
+    viewport()->setAutoFillBackground(false);
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     // The keyboard goes to what is in it, and it follows.

@@ -106,23 +106,22 @@ void DGAWindowBase::setDrawnFrame(QWidget& title, QWidget& closeButton) {
 }
 
 void DGAWindowBase::setScrolling(QBoxLayout& contents) {
-    auto* const all = qobject_cast<QBoxLayout*>(layout());
-    const int place = all->indexOf(&contents);
-    all->takeAt(place);
+    auto* const around = qobject_cast<QBoxLayout*>(contents.parent());
+    const int place = around->indexOf(&contents);
+    around->takeAt(place);
     contents.setParent(nullptr);
-    scroll_ = new DGAScrollArea(&contents, this);
-    all->insertWidget(place, scroll_, 1);
+    scroll_ = new DGAScrollArea(&contents, around->parentWidget());
+    around->insertWidget(place, scroll_, 1);
 }
 
 // The window manager may have come or gone since the window was last seen.
 void DGAWindowBase::adoptFrame() {
-    if (isVisible())
-        return;
-    const bool drawn = !dgaDesktopDrawsFrames();
-    if (windowFlags().testFlag(Qt::FramelessWindowHint) != drawn)
+    if (const bool drawn = !dgaDesktopDrawsFrames();
+        !isVisible() && windowFlags().testFlag(Qt::FramelessWindowHint) != drawn)
         setWindowFlag(Qt::FramelessWindowHint, drawn);
     if (!title_ || !closeButton_)
         return;
+    const bool drawn = windowFlags().testFlag(Qt::FramelessWindowHint);
     title_->setVisible(drawn);
     closeButton_->setVisible(drawn);
     QMargins margins = layout()->contentsMargins();
@@ -135,8 +134,13 @@ void DGAWindowBase::fit() {
     if (scroll_ && !room.isEmpty()) {
         scroll_->setHeightLimit(QWIDGETSIZE_MAX);
         const QSize wanted = layout()->totalSizeHint();
-        const QMargins margins = layout()->contentsMargins();
-        const int contents = scroll_->heightForWidth(wanted.width() - margins.left() - margins.right());
+        int width = wanted.width();
+        for (const QWidget* around = scroll_; around != this;) {
+            around = around->parentWidget();
+            const QMargins margins = around->layout()->contentsMargins();
+            width -= margins.left() + margins.right();
+        }
+        const int contents = scroll_->heightForWidth(width);
         if (wanted.height() > room.height())
             scroll_->setHeightLimit(contents - (wanted.height() - room.height()));
     }

@@ -5,7 +5,8 @@
 #include <QWidget>
 #include <memory>
 
-class DGAScrollArea;
+#include "DGAMonitor/View/DGAScrollArea.h"
+
 class QBoxLayout;
 
 /// The base of all windows: white, in the desktop's own frame, moved by dragging its background, too, as
@@ -35,7 +36,7 @@ public:
     /// none.
     void setDrawnFrame(QWidget& title, QWidget& closeButton);
 
-    /// The part of the window's layout that scrolls where the work area is too small for all of it; what lies
+    /// The part of a layout in it that scrolls where the work area is too small for all of it; what lies
     /// around it, such as the buttons, stays.
     void setScrolling(QBoxLayout& contents);
 
@@ -71,7 +72,7 @@ private:
 
     QPointer<QWidget> title_;
     QPointer<QWidget> closeButton_;
-    DGAScrollArea* scroll_ = nullptr;
+    QPointer<DGAScrollArea> scroll_;
     QSize fitted_;  // the size that its contents have given it
     bool hiddenForPicture_ = false;
     bool shownBefore_ = false;  // it is no new window to the desktop

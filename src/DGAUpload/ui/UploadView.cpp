@@ -1,9 +1,16 @@
 #include "DGAUpload/ui/UploadView.h"
 
 #include <QAccessible>
+#include <QClipboard>
 #include <QFontMetrics>
+#include <QGuiApplication>
+#include <QLocale>
 #include <QPainter>
+#include <QTimer>
+#include <chrono>
+#include <initializer_list>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
@@ -11,7 +18,6 @@
 #include "DGAMonitor/View/DGAForbidden.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAText.h"
-#include "DGAMonitor/View/DGAViewFrame.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "support/ORVNLogger.h"
 #include "support/TextTemplate.h"
@@ -24,60 +30,32 @@ constexpr int kStepFontSize = DGAStyle::kSmallFontSize;
 constexpr int kSpinImageType = 7;
 constexpr int kPlainButton = 0;
 constexpr int kPrimaryButton = 2;
-
-// The design, in points from the top left.
-constexpr int kMargin = 20;
-constexpr int kTitleY = 16;
-constexpr int kTitleWidth = 400;
-constexpr int kTitleHeight = 52;
-constexpr int kImageX = 24;
-constexpr int kImageWidth = 16;
-constexpr int kLabelX = 52;
-constexpr int kLabelWidth = 364;
 constexpr int kLineHeight = 24;
-constexpr int kSpinnerOffset = 4;  // below the top of its line
-constexpr int kExcessiveLabelHeight = 50;
-constexpr int kGap = 7;
-constexpr int kBannerWidth = 392;
-constexpr int kBannerHeight = 51;
-constexpr int kButtonY = 346;
-constexpr int kButtonHeight = 32;
-constexpr int kButtonRight = 420;
-constexpr int kButtonGap = 8;
-constexpr int kPlainButtonWidth = 73;
-constexpr int kSaveButtonWidth = 109;
-constexpr int kCloseSize = 14;
+constexpr int kSpinnerSize = 16;
+constexpr int kLeastHeight = 288;
+constexpr std::chrono::seconds kCopiedFor{2};
 
 // Banners
+constexpr int kNoticeStyle = 0;
 constexpr int kWarningStyle = 1;
+constexpr int kBannerWidth = 392;
+constexpr int kBannerHeight = 51;
 constexpr int32_t kWarningPrepare = 1;
 constexpr int32_t kWarningConnect = 2;
 constexpr int32_t kWarningUpload = 3;
 constexpr int32_t kWarningOverhead = 4;
 constexpr int32_t kWarningExcessive = 5;
 
-int warningY(int32_t type) {
-    switch (type) {
-        case kWarningExcessive:
-            return 166;
-        case kWarningUpload:
-        case kWarningOverhead:
-            return 203;
-        default:
-            return 37 * type + 72;
-    }
-}
-
-// The line below which the banner lies.
+// The line below which the banner lies, counted from 0.
 size_t warningRow(int32_t type) {
     switch (type) {
         case kWarningPrepare:
-            return 1;
+            return 0;
         case kWarningUpload:
         case kWarningOverhead:
-            return 3;
-        default:
             return 2;
+        default:
+            return 1;
     }
 }
 
@@ -87,13 +65,22 @@ QFont lucida(int size, bool bold) {
     return font;
 }
 
-QString filled(const char* key, const std::string& value) {
-    return QString::fromStdString(support::fillPlaceholders(DGAUtilities::dga_localize(key), {value}));
+QString filled(const char* key, std::initializer_list<std::string_view> values) {
+    return QString::fromStdString(support::fillPlaceholders(DGAUtilities::dga_localize(key), values));
+}
+
+std::string timeText(int64_t seconds) {
+    if (seconds >= 90)
+        return filled(kTextMinutes, {std::to_string((seconds + 30) / 60)}).toStdString();
+    // Nobody can tell to the second.
+    return filled(kTextSeconds, {std::to_string(seconds > 10 ? (seconds + 4) / 5 * 5 : seconds)})
+        .toStdString();
 }
 
 // Labels break lines between words only: lets one that is longer than a line, such as an address, break
 // anywhere.
 QString breakable(const QString& text, const QFontMetrics& metrics) {
+    constexpr int kLabelWidth = 364;
     QStringList words = text.split(QLatin1Char(' '));
     for (QString& word : words) {
         if (metrics.horizontalAdvance(word) > kLabelWidth)
@@ -118,102 +105,77 @@ void UploadView::awakeFromNib() {
 }
 
 void UploadView::initialContentView() {
-    QPalette layer = palette();
-    layer.setColor(backgroundRole(), QColor(0xff, 0x00, 0x00));
-    setPalette(layer);
-    setAutoFillBackground(true);
-
+    setMinimumHeight(kLeastHeight);  // the window does not grow with each step
     ui_->spinImageView->setSpinImageType(kSpinImageType);
+    ui_->spinImageView->setFixedSize(kSpinnerSize, kLineHeight);
     ui_->closeImage->setIconName(QStringLiteral("close"));
     const auto connectButton = [this](QAbstractButton* button, void (UploadView::*action)()) {
         connect(button, &QAbstractButton::clicked, this, action);
     };
     connectButton(ui_->closeImage, &UploadView::closeBtnClicked);
+    connectButton(ui_->againButton, &UploadView::tryAgainBtnClicked);
     connectButton(ui_->saveButton, &UploadView::saveBtnClicked);
+    connectButton(ui_->folderButton, &UploadView::folderBtnClicked);
+    connectButton(ui_->copyButton, &UploadView::copyNumber);
     connectButton(ui_->ok_Button, &UploadView::OKBtnClicked);
     connectButton(ui_->cancelButton, &UploadView::cancelBtnClicked);
 
+    rows_ = {{
+        {ui_->row1, ui_->imageStep1, ui_->prepareLabel},
+        {ui_->row2, ui_->imageStep2, ui_->connectionLabel},
+        {ui_->row3, ui_->imageStep3, ui_->uploadingLabel},
+        {ui_->row4, ui_->imageStep4, ui_->emailSendLabel},
+        {ui_->row5, ui_->imageStep5, ui_->reportSendedLabel},
+    }};
     initialTexts();
-    initialRows();
-    startTimer(0);
-    showCancelButton();
-    UIlayout();
+    beginAgain();
 }
 
 void UploadView::initialTexts() {
     ui_->titleLabel->setFont(lucida(DGAStyle::kTitleFontSize, true));
     ui_->titleLabel->setText(dgaText(lDGARPWindowTitleStr));
-    setText(*ui_->prepareLabel, dgaText(kTextPareparingReport));
     ui_->closeImage->setAccessibleName(dgaText(kTextCloseButtonSendReport));
+    ui_->againButton->setText(dgaText(kTextTryAgain));
+    ui_->folderButton->setText(dgaText(kTextShowInFolder));
+    ui_->copyButton->setText(dgaText(kTextCopy));
+    for (QLabel* const label : {ui_->progressLabel, ui_->numberLabel})
+        label->setFont(m_stepLabelfont);
 }
 
-void UploadView::initialRows() {
-    rows_ = {{
-        {ui_->imageStep1, ui_->prepareLabel, 64, 72, kLineHeight, 109},
-        {ui_->imageStep2, ui_->connectionLabel, 111, 109, kLineHeight, 146},
-        {ui_->imageStep3, ui_->uploadingLabel, 146, 146, kLineHeight, 183},
-        {ui_->imageStep4, ui_->emailSendLabel, 181, 183, 38, 239},
-        {ui_->imageStep5, ui_->reportSendedLabel, 235, 239, kLineHeight, kButtonY},
-    }};
-}
-
-// Layout
-
-void UploadView::UIlayout() {
-    const int titleHeight = qMax(kTitleHeight, ui_->titleLabel->heightForWidth(kTitleWidth));
-    ui_->titleLabel->setGeometry(kMargin, kTitleY, kTitleWidth, titleHeight);
-    int push = titleHeight - kTitleHeight;
-    int bottom = 0;
-    for (size_t number = 1; number <= rows_.size(); ++number) {
-        push = layoutRow(number, push);
-        const Row& row = rows_.at(number - 1);
-        if (!row.label->isHidden())
-            bottom = dga_y(*row.label) + dga_height(*row.label);
+void UploadView::beginAgain() {
+    delete std::exchange(warnView_, nullptr);
+    for (const Row& row : rows_) {
+        row.image->hide();
+        row.image->setImageName(QStringLiteral("done"));
+        row.label->setVisible(row.label == ui_->prepareLabel);
     }
-    if (warnView_)
-        bottom = qMax(bottom, dga_y(*warnView_) + dga_height(*warnView_));
-    size_ = layoutButtons(bottom);
-    updateGeometry();
+    for (QWidget* const part : std::initializer_list<QWidget*>{
+             ui_->progressBar, ui_->progressLabel, ui_->numberLabel, ui_->copyButton, ui_->againButton,
+             ui_->saveButton, ui_->folderButton})
+        part->hide();
+    ui_->progressBar->setValue(0);
+    setText(*ui_->prepareLabel, dgaText(kTextPareparingReport));
+    moveSpinner(0);
+    startTimer(0);
+    showCancelButton();
+    setFocus();
 }
 
-// Returns by how much what lies below is pushed down.
-int UploadView::layoutRow(size_t number, int push) {
-    const Row& row = rows_.at(number - 1);
-    const bool excessive = number == 2 && warningType_ == kWarningExcessive;
-    const int height =
-        qMax(excessive ? kExcessiveLabelHeight : row.labelHeight, row.label->heightForWidth(kLabelWidth));
-    row.label->setGeometry(kLabelX, row.labelY + push, kLabelWidth, height);
-    // The image has its place, and is in the middle of the text's first line.
-    const int middle = row.labelY + kLineHeight / 2;
-    row.image->setGeometry(kImageX, row.imageY + push, kImageWidth, 2 * (middle - row.imageY));
-    if (number == spinnerRow_ && ui_->spinImageView)
-        ui_->spinImageView->setGeometry(kImageX, row.labelY + kSpinnerOffset + push, kImageWidth,
-                                        kImageWidth);
-    if (warnView_ && number == warningRow(warningType_)) {
-        const int bannerPush = push + qMax(0, row.labelY + height + kGap - warningY(warningType_));
-        setDga_y(*warnView_, warningY(warningType_) + bannerPush);
-    }
-    return row.label->isHidden() ? push : push + qMax(0, row.labelY + height + kGap - row.below);
+QWidget& UploadView::title() {
+    return *ui_->titleLabel;
 }
 
-// They end at the same place in every language and lie below all else. Returns the size of the view.
-QSize UploadView::layoutButtons(int contentBottom) {
-    const int cancel = qMax(kPlainButtonWidth, ui_->cancelButton->sizeHint().width());
-    const int okay = qMax(kPlainButtonWidth, ui_->ok_Button->sizeHint().width());
-    const int save = qMax(kSaveButtonWidth, ui_->saveButton->sizeHint().width());
-    const int right = qMax(kButtonRight, kMargin + save + kButtonGap + cancel);
-    const int y = qMax(kButtonY, contentBottom + kMargin);
-    ui_->cancelButton->setGeometry(right - cancel, y, cancel, kButtonHeight);
-    ui_->ok_Button->setGeometry(right - okay, y, okay, kButtonHeight);
-    ui_->saveButton->setGeometry(right - cancel - kButtonGap - save, y, save, kButtonHeight);
-    const int width = right + kMargin;
-    ui_->closeImage->setGeometry(width - kMargin - kCloseSize, kMargin, kCloseSize, kCloseSize);
-    return {width, y + kButtonHeight + kMargin};
+QWidget& UploadView::closeButton() {
+    return *ui_->closeImage;
 }
 
-void UploadView::redraw() {
-    UIlayout();
-    update();
+QBoxLayout& UploadView::steps() {
+    return *ui_->stepLayout;
+}
+
+void UploadView::moveSpinner(size_t row) {
+    rows_.at(row).layout->insertWidget(0, ui_->spinImageView, 0, Qt::AlignTop);
+    ui_->spinImageView->show();
 }
 
 // No button has the keyboard until there is a result or the user asks for it: a Return too many, after the
@@ -235,29 +197,25 @@ void UploadView::showReportPreparedStep(bool succeeded) {
     if (succeeded) {
         setText(*ui_->prepareLabel, dgaText(kTextReportPareparedSendReport));
         ui_->imageStep1->show();
-        setText(*ui_->connectionLabel, dgaText(kTextConnectingToServer));
         ui_->connectionLabel->show();
-        spinnerRow_ = 2;
+        setText(*ui_->connectionLabel, dgaText(kTextConnectingToServer));
+        moveSpinner(1);
     } else {
         setText(*ui_->prepareLabel, dgaText(kTextReportPareparedFailed));
-        showError(*ui_->imageStep1);
+        showError(0);
         ui_->connectionLabel->hide();  // the banner takes its place
         showWarningInfo(kWarningPrepare);
         stopSpinner();
     }
-    redraw();
 }
 
 void UploadView::showReportFailed() {
     ORVN_LOG_METHOD();
     setText(*ui_->prepareLabel, dgaText(kTextReportPareparedFailed));
-    showError(*ui_->imageStep1);
+    showError(0);
     saveTrace("client upload failed");
-    showSaveReportButton();
-    dgaAllow(*ui_->saveButton);
-    ui_->saveButton->setText(dgaText(kTextTryAgain));
     stopSpinner();
-    redraw();
+    showTryAgainButton();
 }
 
 void UploadView::showConnectServerStep(bool succeeded) {
@@ -265,17 +223,16 @@ void UploadView::showConnectServerStep(bool succeeded) {
     if (succeeded) {
         setText(*ui_->connectionLabel, dgaText(kTextConnectedToServer));
         ui_->imageStep2->show();
-        // As it stands, with its placeholder, until the first progress.
-        setText(*ui_->uploadingLabel, dgaText(kTextUploadingReport));
         ui_->uploadingLabel->show();
-        spinnerRow_ = 3;
+        ui_->progressBar->show();
+        showUploading_presentage(0);
+        moveSpinner(2);
     } else {
         setText(*ui_->connectionLabel, dgaText(kTextCannotConnectToServer));
-        showError(*ui_->imageStep2);
+        showError(1);
         showWarningInfo(kWarningConnect);
         stopSpinner();
     }
-    redraw();
 }
 
 void UploadView::tellWhyNotConnected(const char* text) {
@@ -297,11 +254,10 @@ void UploadView::showUploadingStep(bool succeeded, const char* failure, int32_t 
         showUploading_presentage(0);
     } else {
         setText(*ui_->uploadingLabel, dgaText(failure));
-        showError(*ui_->imageStep3);
+        showError(2);
         showWarningInfo(warning);
         stopSpinner();
     }
-    redraw();
 }
 
 void UploadView::showSizeExcessiveStep(bool succeeded) {
@@ -310,16 +266,32 @@ void UploadView::showSizeExcessiveStep(bool succeeded) {
         showUploading_presentage(0);
     } else {
         setText(*ui_->connectionLabel, dgaText(kTextFileSizeExcessiveAlert));
-        showError(*ui_->imageStep2);
+        showError(1);
         showWarningInfo(kWarningExcessive);
         stopSpinner();
     }
-    redraw();
 }
 
 void UploadView::showUploading_presentage(uint32_t percent) {
     ORVN_LOG_METHOD();
-    setText(*ui_->uploadingLabel, filled(kTextUploadingReport, std::to_string(percent)));
+    setText(*ui_->uploadingLabel, filled(kTextUploadingReport, {std::to_string(percent)}));
+    ui_->progressBar->setValue(static_cast<int>(percent));
+    ui_->progressBar->setAccessibleName(ui_->uploadingLabel->text());
+}
+
+void UploadView::showTransferred(int64_t sent, int64_t total, int64_t secondsLeft) {
+    constexpr int64_t kMegabyte = 1'000'000;
+    const int64_t unit = total < kMegabyte ? 1000 : kMegabyte;
+    const auto number = [unit](int64_t bytes) {
+        const double amount = static_cast<double>(bytes) / static_cast<double>(unit);
+        return QLocale().toString(amount, 'f', amount < 10 && unit == kMegabyte ? 1 : 0).toStdString();
+    };
+    const std::string all =
+        filled(unit == kMegabyte ? kTextMegabytes : kTextKilobytes, {number(total)}).toStdString();
+    ui_->progressLabel->setText(
+        secondsLeft > 0 ? filled(kTextUploadedOfTimeLeft, {number(sent), all, timeText(secondsLeft)})
+                        : filled(kTextUploadedOf, {number(sent), all}));
+    ui_->progressLabel->show();
 }
 
 void UploadView::showEmailSend_FinishStep(const std::string& emailAddress) {
@@ -332,34 +304,78 @@ void UploadView::showEmailSend_FinishStep(const std::string& emailAddress) {
     const bool hasAddress = !emailAddress.empty();
     if (hasAddress) {
         saveTrace("client upload success");
-        setText(*ui_->emailSendLabel, filled(kTextEmailConfirmationSendReport, emailAddress));
+        setText(*ui_->emailSendLabel, filled(kTextEmailConfirmationSendReport, {emailAddress}));
         setText(*ui_->reportSendedLabel, dgaText(kTextReportSendSentReport));
     } else {
         setText(*ui_->emailSendLabel, dgaText(kTextReportSendSentReport));
     }
     ui_->imageStep5->setVisible(hasAddress);
     ui_->reportSendedLabel->setVisible(hasAddress);
+    ui_->announcement->say(dgaText(kTextReportSendSentReport));
+    showResult();
     showOkayButton();
-    redraw();
 }
 
 void UploadView::showWarningInfo(int32_t type) {
     ORVN_LOG_METHOD();
     saveTrace("client upload failed");
-    warningType_ = type;
+    const bool isExcessive = type == kWarningExcessive;
+    showBanner(kWarningStyle,
+               dgaText(isExcessive ? kTextFileSizeExcessiveInfo : kTextWarningMessageSendReport),
+               warningRow(type));
+    showResult();
+    showSaveReportButton();
+    // It would be too large again.
+    if (!isExcessive)
+        showTryAgainButton();
+}
+
+void UploadView::showBanner(int style, const QString& text, size_t row) {
     delete warnView_;
-    warnView_ = new LarimoNotificationView(
-        QRect(kMargin, warningY(type), kBannerWidth, kBannerHeight), kWarningStyle,
-        dgaText(type == kWarningExcessive ? kTextFileSizeExcessiveInfo : kTextWarningMessageSendReport),
-        this);
+    warnView_ = new LarimoNotificationView(QRect(0, 0, kBannerWidth, kBannerHeight), style, text,
+                                           rows_.at(row).label->parentWidget());
+    steps().insertWidget(steps().indexOf(rows_.at(row).layout) + 1, warnView_);
     warnView_->show();
     QAccessibleEvent alert(warnView_, QAccessible::Alert);
     QAccessible::updateAccessibility(&alert);
-    showSaveReportButton();
-    redraw();
+}
+
+// The report has a number as soon as there is an archive.
+void UploadView::showResult() {
+    ui_->progressBar->hide();
+    ui_->progressLabel->hide();
+    ui_->numberLabel->setText(
+        breakable(filled(kTextReportNumber, {number_}), ui_->numberLabel->fontMetrics()));
+    ui_->numberLabel->setAccessibleName(ui_->numberLabel->text());
+    ui_->numberLabel->setVisible(!number_.empty());
+    ui_->copyButton->setVisible(!number_.empty());
+}
+
+void UploadView::copyNumber() {
+    QGuiApplication::clipboard()->setText(QString::fromStdString(number_));
+    ui_->copyButton->setText(dgaText(kTextCopied));
+    ui_->announcement->say(dgaText(kTextCopied));
+    QTimer::singleShot(kCopiedFor, this, [this] { ui_->copyButton->setText(dgaText(kTextCopy)); });
+}
+
+void UploadView::showSaved(const std::string& path) {
+    const size_t row = ui_->uploadingLabel->isHidden() ? ui_->connectionLabel->isHidden() ? 0 : 1 : 2;
+    showBanner(kNoticeStyle, filled(kTextReportSaved, {path}), row);
+    ui_->againButton->hide();
+    ui_->saveButton->hide();
+    ui_->folderButton->setButtonType(kPlainButton);
+    ui_->folderButton->show();
+    showOkayButton();
 }
 
 // Buttons
+
+void UploadView::showTryAgainButton() {
+    ui_->saveButton->setButtonType(kPlainButton);
+    ui_->againButton->setButtonType(kPrimaryButton);
+    ui_->againButton->show();
+    ui_->againButton->setFocus();
+}
 
 void UploadView::showSaveReportButton() {
     ui_->saveButton->setButtonType(kPrimaryButton);
@@ -375,6 +391,7 @@ void UploadView::showCancelButton() {
     ui_->cancelButton->setButtonType(kPlainButton);
     ui_->cancelButton->setText(dgaText(lDGACancelStr));
     ui_->cancelButton->setEnabled(true);
+    ui_->cancelButton->show();
     ui_->ok_Button->hide();
 }
 
@@ -395,17 +412,15 @@ void UploadView::tell(void (UploadViewDelegate::*what)()) {
 // Parts
 
 void UploadView::startTimer(double /*interval*/) {
-    if (ui_->spinImageView)
-        ui_->spinImageView->startSpin();
+    ui_->spinImageView->startSpin();
 }
 
 void UploadView::stopTimer() {
-    if (ui_->spinImageView)
-        ui_->spinImageView->stopSpin();
+    ui_->spinImageView->stopSpin();
 }
 
 void UploadView::releaseImg() {
-    delete std::exchange(ui_->spinImageView, nullptr);
+    ui_->spinImageView->hide();
 }
 
 void UploadView::stopSpinner() {
@@ -421,11 +436,14 @@ void UploadView::setText(QLabel& label, const QString& text) {
     label.setContentsMargins(0, inset, 0, inset);
     label.setText(breakable(text, QFontMetrics(m_stepLabelfont)));
     label.setAccessibleName(text);
+    // Not each percent.
+    if (&label != ui_->uploadingLabel || ui_->progressBar->value() == 0)
+        ui_->announcement->say(text);
 }
 
-void UploadView::showError(DGAImageView& image) {
-    image.setImageName(QStringLiteral("icn_error"));
-    image.show();
+void UploadView::showError(size_t row) {
+    rows_.at(row).image->setImageName(QStringLiteral("icn_error"));
+    rows_.at(row).image->show();
 }
 
 void UploadView::saveTrace(const char* basicInfo) {

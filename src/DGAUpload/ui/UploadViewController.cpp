@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <initializer_list>
@@ -12,14 +13,20 @@
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
+#include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
 #include "DGAMonitor/Utilities/DGAUtilitiesFiles.h"
+#include "DGAMonitor/View/DGAMessage.h"
+#include "DGAMonitor/View/DGAText.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAReportHandover.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
-#include "platform/FileMove.h"
+#include "platform/FileManager.h"
 #include "platform/RunLoop.h"
 #include "support/ORVNLogger.h"
 
 namespace {
+
+using namespace std::chrono_literals;
 
 constexpr std::chrono::milliseconds kPollInterval{500};
 constexpr int64_t kSizeLimit = 25'000'001;  // bytes; below it an archive is sent
@@ -62,7 +69,7 @@ void UploadViewController::awakeFromNib() {
     ORVN_LOG_METHOD();
     uploadView->setDelegate(weak_from_this());
     uploadView->setSavingAllowed(parts_.policy().allows(DGAPolicyKey::save));
-    needShowPrepareStep = true;
+    steps_.needShowPrepareStep = true;
     generateReport();
 }
 
@@ -77,20 +84,22 @@ void UploadViewController::generateReport() {
 void UploadViewController::reportFileGeneratedAt(const std::string& path) {
     if (!uploadView)
         return;
-    if (!prepareStep_alreadyshow && needShowPrepareStep) {
+    if (!steps_.prepareStep_alreadyshow && steps_.needShowPrepareStep) {
         uploadView->showReportPreparedStep(true);
-        prepareStep_alreadyshow = true;
+        steps_.prepareStep_alreadyshow = true;
     }
     ORVN_LOG_METHOD();
     fileFullPath_ = path + ".zip";
-    if (DGAUtilities::dga_fetchFileSizeAt(fileFullPath_) < kSizeLimit)
+    const std::string fileName = fileNameOf(fileFullPath_);
+    uploadView->setReportNumber(fileName.substr(0, fileName.find('.')));
+    fileSize_ = DGAUtilities::dga_fetchFileSizeAt(fileFullPath_);
+    if (fileSize_ < kSizeLimit)
         setupParameters();
     else
         uploadView->showSizeExcessiveStep(false);
 }
 
 void UploadViewController::reportFailed(const std::string& /*reason*/) {
-    failed_ = true;
     if (uploadView)
         uploadView->showReportFailed();
 }
@@ -142,6 +151,7 @@ void UploadViewController::passParameters() {
 }
 
 void UploadViewController::startPolling() {
+    begun_ = std::chrono::steady_clock::now();
     polling_->myHttpThread = true;
     try {
         std::thread(&threadEntry, ThreadArguments{polling_, m_traceUpload, weak_from_this()}).detach();
@@ -180,10 +190,10 @@ void UploadViewController::ThreadArguments::perform(const char* what) const {
 }
 
 void UploadViewController::notifyMainThread(const std::string& what) {
-    if (!uploadView || !m_traceUpload)
+    if (!uploadView || !m_traceUpload || !savedPath_.empty())
         return;
     if (what == "progressUpdate") {
-        uploadView->showUploading_presentage(static_cast<uint32_t>(m_traceUpload->m_upload_progress.load()));
+        showProgress();
     } else if (what == "statusUpdate") {
         readStatus(m_traceUpload->m_status);
         showSuccessSteps();
@@ -191,11 +201,22 @@ void UploadViewController::notifyMainThread(const std::string& what) {
     }
 }
 
+void UploadViewController::showProgress() {
+    const int64_t percent = m_traceUpload->m_upload_progress;
+    uploadView->showUploading_presentage(static_cast<uint32_t>(percent));
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begun_;
+    // The first moments tell nothing.
+    const bool isKnown = percent >= 5 && elapsed > 1s;
+    const double left =
+        isKnown ? elapsed.count() * static_cast<double>(100 - percent) / static_cast<double>(percent) : 0;
+    uploadView->showTransferred(fileSize_ * percent / 100, fileSize_, static_cast<int64_t>(std::ceil(left)));
+}
+
 void UploadViewController::readStatus(int32_t status) {
     const auto fail = [this](bool& need, const char* reason) {
         tellUpload("failed", reason);
         need = true;
-        needShowWarningInfo = true;
+        steps_.needShowWarningInfo = true;
         polling_->myShouldExitThread = true;
     };
     using Uploader = CTraceUpload;
@@ -203,38 +224,38 @@ void UploadViewController::readStatus(int32_t status) {
         return std::find(some.begin(), some.end(), status) != some.end();
     };
     // An empty file and an answered query change nothing, nor does any number that is not here.
-    needShowPrepareStep |=
+    steps_.needShowPrepareStep |=
         isOneOf({Uploader::kStatusPrepared, Uploader::kStatusConnected, Uploader::kStatusQueryFailed,
                  Uploader::kStatusSending, Uploader::kStatusSendFailed, Uploader::kStatusSent,
                  Uploader::kStatusExceedFileNumber});
-    needShowConnectingStep |=
+    steps_.needShowConnectingStep |=
         isOneOf({Uploader::kStatusConnected, Uploader::kStatusSending, Uploader::kStatusSendFailed,
                  Uploader::kStatusSent, Uploader::kStatusExceedFileNumber});
-    needShowUploadingStep |= isOneOf({Uploader::kStatusSending, Uploader::kStatusSent});
+    steps_.needShowUploadingStep |= isOneOf({Uploader::kStatusSending, Uploader::kStatusSent});
     switch (status) {
         case Uploader::kStatusNoFile:
-            fail(needShowPrepareFailedStep, "no archive");
+            fail(steps_.needShowPrepareFailedStep, "no archive");
             break;
         case Uploader::kStatusQueryFailed:
-            fail(needShowConnectingFailedStep, "no connection");
+            fail(steps_.needShowConnectingFailedStep, "no connection");
             break;
         case Uploader::kStatusSendFailed:
-            fail(needShowUploadingFailedStep, "not taken");
+            fail(steps_.needShowUploadingFailedStep, "not taken");
             break;
         case Uploader::kStatusSent:
             tellUpload("sent");
-            needShowEmailConfirm_FinshStep = true;
+            steps_.needShowEmailConfirm_FinshStep = true;
             polling_->myShouldExitThread = true;
             break;
         case Uploader::kStatusExceedFileNumber:
-            fail(needShowOverheadStep, "too many files");
+            fail(steps_.needShowOverheadStep, "too many files");
             break;
         case Uploader::kStatusUntrusted:
-            fail(needShowConnectingFailedStep, "the server's certificate does not verify");
+            fail(steps_.needShowConnectingFailedStep, "the server's certificate does not verify");
             whyNotConnected_ = kTextCertificateInvalid;
             break;
         case Uploader::kStatusForbidden:
-            fail(needShowConnectingFailedStep, "the administrator's policy forbids it");
+            fail(steps_.needShowConnectingFailedStep, "the administrator's policy forbids it");
             whyNotConnected_ = kTextAdministratorForbids;
             break;
         default:
@@ -243,38 +264,42 @@ void UploadViewController::readStatus(int32_t status) {
 }
 
 void UploadViewController::showSuccessSteps() {
-    if (needShowPrepareStep && !prepareStep_alreadyshow) {
+    if (steps_.needShowPrepareStep && !steps_.prepareStep_alreadyshow) {
         uploadView->showReportPreparedStep(true);
-        prepareStep_alreadyshow = true;
+        steps_.prepareStep_alreadyshow = true;
     }
-    if (needShowConnectingStep && !connectingStep_alreadyshow) {
+    if (steps_.needShowConnectingStep && !steps_.connectingStep_alreadyshow) {
         uploadView->showConnectServerStep(true);
-        connectingStep_alreadyshow = true;
+        steps_.connectingStep_alreadyshow = true;
     }
-    if (needShowUploadingStep && !uploadingStep_alreadyshow) {
+    if (steps_.needShowUploadingStep && !steps_.uploadingStep_alreadyshow) {
         uploadView->showUploadingToServerStep(true);
-        // Not uploadingStep_alreadyshow: each later status draws the step again, and the next progress
+        // Not steps_.uploadingStep_alreadyshow: each later status draws the step again, and the next progress
         // corrects it.
-        connectingStep_alreadyshow = true;
+        steps_.connectingStep_alreadyshow = true;
     }
-    if (needShowEmailConfirm_FinshStep && !emailConfirm_SuccessStep_alreadyshow) {
+    if (steps_.needShowEmailConfirm_FinshStep && !steps_.emailConfirm_SuccessStep_alreadyshow) {
+        if (question_)
+            question_->reject();
         uploadView->showEmailSend_FinishStep(m_emailAddress);
-        emailConfirm_SuccessStep_alreadyshow = true;
+        steps_.emailConfirm_SuccessStep_alreadyshow = true;
     }
 }
 
 void UploadViewController::showFailedSteps() {
-    if (!needShowWarningInfo)
+    if (!steps_.needShowWarningInfo)
         return;
-    if (needShowPrepareFailedStep)
+    if (question_)
+        question_->reject();
+    if (steps_.needShowPrepareFailedStep)
         uploadView->showReportPreparedStep(false);
-    if (needShowConnectingFailedStep)
+    if (steps_.needShowConnectingFailedStep)
         uploadView->showConnectServerStep(false);
-    if (needShowConnectingFailedStep && whyNotConnected_)
+    if (steps_.needShowConnectingFailedStep && whyNotConnected_)
         uploadView->tellWhyNotConnected(whyNotConnected_);
-    if (needShowUploadingFailedStep)
+    if (steps_.needShowUploadingFailedStep)
         uploadView->showUploadingToServerStep(false);
-    if (needShowOverheadStep)
+    if (steps_.needShowOverheadStep)
         uploadView->showOverheadStep(false);
 }
 
@@ -298,6 +323,8 @@ void UploadViewController::doRelease() {
 void UploadViewController::detach() {
     doRelease();
     closeWindow_ = nullptr;
+    if (question_)
+        question_->reject();
     if (savePanel_) {
         savePanel_->setDelegate(nullptr);
         savePanel_->reject();
@@ -321,34 +348,79 @@ void UploadViewController::closeBtnClicked() {
 }
 
 void UploadViewController::cancelBtnClicked() {
+    if (!sending_ || !uploadView) {
+        leave();
+    } else if (!question_) {
+        question_ = dgaAsk(uploadView->window(), dgaText(kTextUploadRunning), dgaText(kTextStopUploading),
+                           dgaText(kTextKeepUploading), uploadView, [this](bool stop) {
+                               question_.clear();
+                               if (stop)
+                                   leave();
+                           });
+    }
+}
+
+void UploadViewController::leave() {
     services().sendTelemetryAction(DGATelemetryAction::uploadCancel);
     polling_->myShouldExitThread = true;
     closeWindow();
 }
 
 void UploadViewController::OKBtnClicked() {
-    services().sendTelemetryAction(DGATelemetryAction::uploadDone);
+    if (savedPath_.empty())
+        services().sendTelemetryAction(DGATelemetryAction::uploadDone);
     closeWindow();
 }
 
+bool UploadViewController::hasArchive() const {
+    std::error_code ignored;
+    return !fileFullPath_.empty() && std::filesystem::exists(fileFullPath_, ignored);
+}
+
+void UploadViewController::tryAgainBtnClicked() {
+    if (!hasArchive()) {
+        // A copy, as it takes this controller's place.
+        if (const auto again = tryAgain_)
+            again();
+        return;
+    }
+    if (savePanel_)
+        savePanel_->reject();
+    doRelease();
+    polling_ = std::make_shared<Polling>();
+    steps_ = {};
+    whyNotConnected_ = nullptr;
+    steps_.needShowPrepareStep = steps_.prepareStep_alreadyshow = true;
+    uploadView->beginAgain();
+    uploadView->showReportPreparedStep(true);
+    setupParameters();
+}
+
 void UploadViewController::saveBtnClicked() {
-    // The button's other meaning where there is nothing to save.
-    if (const auto again = tryAgain_; failed_ && again)
-        again();
-    else if (uploadView && !savePanel_ && parts_.policy().allows(DGAPolicyKey::save))
+    if (uploadView && !savePanel_ && parts_.policy().allows(DGAPolicyKey::save))
         savePanel_ = DGASavePanel::dga_showSavePanelWithName(fileNameOf(fileFullPath_), {"zip"},
                                                              uploadView->window(), this, {});
 }
 
+void UploadViewController::folderBtnClicked() {
+    platform::showInFileManager(savedPath_);
+}
+
 bool UploadViewController::panel(DGASavePanel& /*panel*/, const std::optional<std::string>& validateURL,
-                                 std::string* /*error*/) {
-    std::error_code ignored;
-    if (!std::filesystem::exists(fileFullPath_, ignored))
+                                 std::string* error) {
+    if (!validateURL)
         return true;
-    if (validateURL && platform::moveFile(fileFullPath_, *validateURL))
-        tellUpload("saved");
+    const std::string fault = hasArchive() ? dgaMoveArchive(fileFullPath_, *validateURL)
+                                           : DGAUtilities::dga_localize(kTextReportGone);
+    if (!fault.empty()) {
+        if (error)
+            *error = fault;
+        return false;
+    }
+    tellUpload("saved");
     polling_->myShouldExitThread = true;
+    savedPath_ = *validateURL;
     savePanel_.clear();  // it closes by itself
-    closeWindow();
+    uploadView->showSaved(savedPath_);
     return true;
 }

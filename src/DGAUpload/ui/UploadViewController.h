@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QMessageBox>
 #include <QPointer>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -54,12 +56,16 @@ public:
     /// Shows the uploader's "progressUpdate" or "statusUpdate".
     void notifyMainThread(const std::string& what);
 
+    /// Asks first where the report is being sent.
     void closeBtnClicked() override;
+    /// With the same archive, if it is still there.
+    void tryAgainBtnClicked() override;
     void saveBtnClicked() override;
+    void folderBtnClicked() override;
     void OKBtnClicked() override;
     void cancelBtnClicked() override;
 
-    /// Moves the archive to the chosen place and closes the window. True, also where there is no archive.
+    /// Moves the archive to the chosen place, which the view shows then. False, and why, if that fails.
     bool panel(DGASavePanel& panel, const std::optional<std::string>& validateURL,
                std::string* error) override;
 
@@ -93,30 +99,36 @@ private:
     void doRelease();
     void readStatus(int32_t status);
     void tellUpload(const char* state, const char* reason = "");
+    void showProgress();
+    bool hasArchive() const;
+    void leave();
     void showSuccessSteps();
     void showFailedSteps();
     void closeWindow();
 
     std::shared_ptr<Polling> polling_ = std::make_shared<Polling>();
 
-    // Which steps the status calls for, and which have been drawn.
-    bool needShowPrepareStep = false;
-    bool needShowConnectingStep = false;
-    bool needShowUploadingStep = false;
-    bool needShowEmailConfirm_FinshStep = false;
-    bool prepareStep_alreadyshow = false;
-    bool connectingStep_alreadyshow = false;
-    bool uploadingStep_alreadyshow = false;
-    bool emailConfirm_SuccessStep_alreadyshow = false;
+    /// Which steps the status calls for, and which have been drawn.
+    struct Steps {
+        bool needShowPrepareStep = false;
+        bool needShowConnectingStep = false;
+        bool needShowUploadingStep = false;
+        bool needShowEmailConfirm_FinshStep = false;
+        bool prepareStep_alreadyshow = false;
+        bool connectingStep_alreadyshow = false;
+        bool uploadingStep_alreadyshow = false;
+        bool emailConfirm_SuccessStep_alreadyshow = false;
 
-    bool needShowPrepareFailedStep = false;
-    bool needShowConnectingFailedStep = false;
-    bool needShowUploadingFailedStep = false;
-    bool needShowOverheadStep = false;
-    bool needShowWarningInfo = false;
+        bool needShowPrepareFailedStep = false;
+        bool needShowConnectingFailedStep = false;
+        bool needShowUploadingFailedStep = false;
+        bool needShowOverheadStep = false;
+        bool needShowWarningInfo = false;
+    };
 
     const char* whyNotConnected_ = nullptr;  ///< a text's key; null if it is not known
 
+    Steps steps_;
     QPointer<UploadView> uploadView;
     std::string m_emailAddress;
     std::shared_ptr<CTraceUpload> m_traceUpload;
@@ -126,11 +138,14 @@ private:
     std::string catagory_;
     std::shared_ptr<DGAReportMaker> maker_;
     std::string fileFullPath_;
-    bool failed_ = false;  ///< there is no archive
+    std::string savedPath_;  ///< where the user has put it
+    int64_t fileSize_ = 0;   ///< bytes
+    std::chrono::steady_clock::time_point begun_;
     std::function<void()> tryAgain_;
     bool sending_ = false;  ///< the assistant was told so, and not yet how it ended
 
     Parts parts_;
     std::function<void()> closeWindow_;
     QPointer<DGASavePanel> savePanel_;
+    QPointer<QMessageBox> question_;
 };

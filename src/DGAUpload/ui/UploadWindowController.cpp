@@ -44,6 +44,8 @@ void UploadWindowController::setupWindow() {
     window().setWindowTitle(dgaText(lDGARPWindowTitleStr));
     UploadView& view = uploadVC_->view();
     ui_->windowLayout->addWidget(&view);
+    window().setDrawnFrame(view.title(), view.closeButton());
+    window().setScrolling(view.steps());
     view.show();  // in a window that is shown already the layout would not count it yet
     window().setLevel(DGAUtilities::dga_fetchWindowLevel());
     window().center();
