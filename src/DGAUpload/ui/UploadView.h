@@ -92,12 +92,13 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    bool savingAllowed_ = true;
     struct Row {
         QBoxLayout* layout;
         DGAImageView* image;
         QLabel* label;
     };
+
+    bool savingAllowed_ = true;
 
     void awakeFromNib();
     void initialContentView();
