@@ -4,6 +4,7 @@
 #include <gio/gio.h>
 #include <pthread.h>
 #include <stdint.h>
+#include <string.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -16,6 +17,7 @@
 #define JSON_KEY "DgaJsonData"
 #define OWNED_NAME_PREFIX "com.tellan.orvane.client.p"
 #define READY_PREFIX "ORVANE_DGA_APP_READY_"
+#define RESULT_PREFIX "ORVANE_DGA_REPORT_RESULT_"
 #define MATCH_RULE \
     "type='signal',path='" OBJECT_PATH "',interface='" INTERFACE_NAME "',member='" MEMBER_NAME "'"
 
@@ -23,8 +25,10 @@
  * bus is being closed, so both hold it. One lock for all of them, as it is taken rarely and briefly. */
 typedef struct {
     int holders;
-    GHashTable* ready_names; /* names of ready notifications, as a set */
+    GHashTable* ready; /* user info of ready notifications, by their names */
     int wake_fd;
+    DgaEvents* events;
+    GPid pid; /* whose events they are; 0 while it is not known */
 } Collected;
 
 static pthread_mutex_t collected_lock = PTHREAD_MUTEX_INITIALIZER;
@@ -34,15 +38,18 @@ struct DgaBus {
     GError* open_error;          /* why */
     Collected* collected;
     guint filter;
-    gint collecting;  /* atomic */
-    gboolean unnamed; /* the bus refused the name, so a filter may hold back what is posted */
+    gint collecting;   /* atomic */
+    gint with_results; /* atomic */
+    gboolean unnamed;  /* the bus refused the name, so a filter may hold back what is posted */
 };
 
-static Collected* collected_new(void) {
+static Collected* collected_new(DgaEvents* events) {
     Collected* collected = g_new0(Collected, 1);
     pthread_mutex_lock(&collected_lock);
     collected->holders = 1;
-    collected->ready_names = g_hash_table_new_full(g_str_hash, g_str_equal, g_free, NULL);
+    collected->ready =
+        g_hash_table_new_full(g_str_hash, g_str_equal, g_free, (GDestroyNotify)g_variant_unref);
+    collected->events = dga_events_ref(events);
     collected->wake_fd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     pthread_mutex_unlock(&collected_lock);
     return collected;
@@ -60,7 +67,8 @@ static void collected_release(gpointer data) {
     pthread_mutex_lock(&collected_lock);
     const gboolean last = --collected->holders == 0;
     if (last) {
-        g_hash_table_unref(collected->ready_names);
+        g_hash_table_unref(collected->ready);
+        dga_events_unref(collected->events);
         if (collected->wake_fd >= 0) {
             close(collected->wake_fd);
         }
@@ -71,19 +79,59 @@ static void collected_release(gpointer data) {
     }
 }
 
-static void collected_add(Collected* collected, const char* name) {
+static const char* text_in(GVariant* info, const char* key) {
+    const char* text = NULL;
+    g_variant_lookup(info, key, "&s", &text);
+    return text;
+}
+
+/* Under the lock: whether the name is the base name of the assistant that is listened to. */
+static gboolean is_of_assistant(const Collected* collected, const char* name, const char* prefix) {
+    return collected->pid != 0 && g_str_has_prefix(name, prefix) &&
+           g_ascii_strtoll(name + strlen(prefix), NULL, 10) == collected->pid;
+}
+
+/* Under the lock. */
+static void tell_ready(const Collected* collected, GVariant* info) {
+    gint32 protocol = 1;
+    g_variant_lookup(info, "protocol", "i", &protocol);
+    dga_events_add_ready(collected->events, protocol, text_in(info, "version"));
+}
+
+static void collected_add(Collected* collected, const char* name, GVariant* info) {
     const uint64_t one = 1;
     pthread_mutex_lock(&collected_lock);
-    g_hash_table_add(collected->ready_names, g_strdup(name));
-    if (collected->wake_fd >= 0 && write(collected->wake_fd, &one, sizeof one) < 0) {
-        /* The counter is full: it is readable already. */
+    if (g_str_has_prefix(name, READY_PREFIX)) {
+        g_hash_table_replace(collected->ready, g_strdup(name), g_variant_ref(info));
+        if (collected->wake_fd >= 0 && write(collected->wake_fd, &one, sizeof one) < 0) {
+            /* The counter is full: it is readable already. */
+        }
+    }
+    if (is_of_assistant(collected, name, READY_PREFIX)) {
+        tell_ready(collected, info);
+    } else if (is_of_assistant(collected, name, RESULT_PREFIX)) {
+        dga_events_add_result(collected->events, text_in(info, "number"), text_in(info, "state"),
+                              text_in(info, "reason"));
     }
     pthread_mutex_unlock(&collected_lock);
 }
 
+/* From now on what this assistant has told and tells is handed on. */
+static void collected_listen_to(Collected* collected, GPid pid) {
+    char* name = g_strdup_printf("%s%d", READY_PREFIX, (int)pid);
+    pthread_mutex_lock(&collected_lock);
+    collected->pid = pid;
+    GVariant* info = g_hash_table_lookup(collected->ready, name);
+    if (info != NULL) {
+        tell_ready(collected, info);
+    }
+    pthread_mutex_unlock(&collected_lock);
+    g_free(name);
+}
+
 static gboolean collected_contains(Collected* collected, const char* name) {
     pthread_mutex_lock(&collected_lock);
-    const gboolean found = g_hash_table_contains(collected->ready_names, name);
+    const gboolean found = g_hash_table_contains(collected->ready, name);
     pthread_mutex_unlock(&collected_lock);
     return found;
 }
@@ -107,8 +155,10 @@ static GDBusMessage* collect(GDBusConnection* connection, GDBusMessage* message,
     }
     const char* name = NULL;
     g_variant_get_child(body, 0, "&s", &name);
-    if (g_str_has_prefix(name, READY_PREFIX)) {
-        collected_add(collected, name);
+    if (g_str_has_prefix(name, READY_PREFIX) || g_str_has_prefix(name, RESULT_PREFIX)) {
+        GVariant* info = g_variant_get_child_value(body, 2);
+        collected_add(collected, name, info);
+        g_variant_unref(info);
     }
     return message;
 }
@@ -121,8 +171,9 @@ static GVariant* call_daemon(GDBusConnection* connection, const char* method, GV
                                        G_DBUS_CALL_FLAGS_NO_AUTO_START, 5000, NULL, error);
 }
 
-static gboolean change_match(GDBusConnection* connection, const char* method, GError** error) {
-    GVariant* answer = call_daemon(connection, method, g_variant_new("(s)", MATCH_RULE), error);
+static gboolean change_match(GDBusConnection* connection, const char* method, const char* rule,
+                             GError** error) {
+    GVariant* answer = call_daemon(connection, method, g_variant_new("(s)", rule), error);
     if (answer == NULL) {
         return FALSE;
     }
@@ -143,9 +194,9 @@ static GDBusConnection* connect_to_bus(GError** error) {
     return connection;
 }
 
-DgaBus* dga_bus_open(void) {
+DgaBus* dga_bus_open(DgaEvents* events) {
     DgaBus* bus = g_new0(DgaBus, 1);
-    bus->collected = collected_new();
+    bus->collected = collected_new(events);
     /* A context that nobody serves takes what GDBus would otherwise dispatch in the caller's own one. */
     GMainContext* context = g_main_context_new();
     g_main_context_push_thread_default(context);
@@ -153,7 +204,7 @@ DgaBus* dga_bus_open(void) {
     if (bus->connection != NULL) {
         bus->filter = g_dbus_connection_add_filter(bus->connection, collect, collected_hold(bus->collected),
                                                    collected_release);
-        if (change_match(bus->connection, "AddMatch", &bus->open_error)) {
+        if (change_match(bus->connection, "AddMatch", MATCH_RULE, &bus->open_error)) {
             bus->collecting = TRUE;
         } else {
             g_dbus_connection_remove_filter(bus->connection, bus->filter);
@@ -177,6 +228,7 @@ void dga_bus_close(DgaBus* bus) {
 }
 
 void dga_bus_own_name(DgaBus* bus, GPid pid) {
+    collected_listen_to(bus->collected, pid);
     if (bus->connection == NULL) {
         return;
     }
@@ -191,7 +243,20 @@ void dga_bus_own_name(DgaBus* bus, GPid pid) {
         g_variant_unref(answer);
     }
     bus->unnamed = reply != now_owner;
+    if (bus->unnamed) {
+        collected_listen_to(bus->collected, 0); /* it is the port that tells */
+    }
     g_free(name);
+}
+
+void dga_bus_collect_results(DgaBus* bus) {
+    if (bus->connection == NULL || bus->unnamed ||
+        !g_atomic_int_compare_and_exchange(&bus->with_results, FALSE, TRUE)) {
+        return;
+    }
+    char* rule = g_strdup_printf("%s,arg0='%s%d'", MATCH_RULE, RESULT_PREFIX, (int)bus->collected->pid);
+    change_match(bus->connection, "AddMatch", rule, NULL);
+    g_free(rule);
 }
 
 static gboolean check_connected(const DgaBus* bus, GError** error) {
@@ -277,6 +342,6 @@ void dga_bus_clear_wake(DgaBus* bus) {
 
 void dga_bus_stop_collecting(DgaBus* bus) {
     if (bus->connection != NULL && g_atomic_int_compare_and_exchange(&bus->collecting, TRUE, FALSE)) {
-        change_match(bus->connection, "RemoveMatch", NULL);
+        change_match(bus->connection, "RemoveMatch", MATCH_RULE, NULL);
     }
 }

@@ -4,17 +4,23 @@
 
 #include <glib.h>
 
+#include "dga_events.h"
+
 typedef struct DgaBus DgaBus;
 
 /* Connects and starts to collect ready notifications: one that is posted after the return is not missed.
- * Never NULL; a failure to connect is kept and answers every later call. */
-DgaBus* dga_bus_open(void);
+ * What the assistant whose name is owned later tells goes to the events. Never NULL; a failure to connect is
+ * kept and answers every later call. */
+DgaBus* dga_bus_open(DgaEvents* events);
 void dga_bus_close(DgaBus* bus);
 
 /* Takes the name under which a filtered bus lets the client's notifications through to the assistant of that
  * process id. Where the bus refuses it, later calls fail as without a bus. Once, before anything is posted.
  */
 void dga_bus_own_name(DgaBus* bus, GPid pid);
+
+/* Has what comes of reports told as well; nothing without a bus. After the above. */
+void dga_bus_collect_results(DgaBus* bus);
 
 /* Posts "<base>_<pid>" with the JSON text, unless that is NULL, and returns once the bus has it. Any thread.
  */

@@ -6,6 +6,7 @@
 #include <poll.h>
 #include <stdint.h>
 #include <string.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
@@ -25,7 +26,74 @@ struct DgaPort {
     int fd;           /* -1 while not connected */
     GError* failure;  /* why the port is not usable any more */
     guint timeout_ms; /* atomic, outside the lock */
+    DgaEvents* events;
+    GThread* reader; /* of what the assistant says; NULL before it is connected, and without events */
+    int stop_fd;     /* readable when the reader shall end */
 };
+
+/* What the reader holds. */
+typedef struct {
+    int fd;
+    int stop_fd;
+    DgaEvents* events;
+} Reading;
+
+#define LONGEST_TOLD 65536
+
+/* FALSE at the end of the stream, or when the reader shall end. */
+static gboolean read_all(const Reading* reading, char* bytes, size_t length) {
+    while (length > 0) {
+        struct pollfd waiting[2] = {{.fd = reading->fd, .events = POLLIN},
+                                    {.fd = reading->stop_fd, .events = POLLIN}};
+        if (poll(waiting, G_N_ELEMENTS(waiting), -1) < 0 && errno != EINTR) {
+            return FALSE;
+        }
+        if (waiting[1].revents != 0) {
+            return FALSE;
+        }
+        const ssize_t count = read(reading->fd, bytes, length);
+        if (count > 0) {
+            bytes += count;
+            length -= (size_t)count;
+        } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
+            return FALSE;
+        }
+    }
+    return TRUE;
+}
+
+static void* read_frames(void* data) {
+    Reading* reading = data;
+    guint32 header[2];
+    while (read_all(reading, (char*)header, sizeof header)) {
+        const guint32 length = GUINT32_FROM_LE(header[1]);
+        char* text = length <= LONGEST_TOLD ? g_malloc0(length + 1) : NULL;
+        const gboolean whole = text != NULL && read_all(reading, text, length);
+        if (whole && g_utf8_validate(text, -1, NULL)) {
+            dga_events_add_frame(reading->events, (gint32)GUINT32_FROM_LE(header[0]), text);
+        }
+        g_free(text);
+        if (!whole) {
+            break;
+        }
+    }
+    close(reading->fd);
+    dga_events_unref(reading->events);
+    g_free(reading);
+    return NULL;
+}
+
+/* Once, with the first connection. */
+static void start_reading(DgaPort* port) {
+    if (port->events == NULL || port->reader != NULL || port->stop_fd < 0) {
+        return;
+    }
+    Reading* reading = g_new0(Reading, 1);
+    reading->fd = fcntl(port->fd, F_DUPFD_CLOEXEC, 0);
+    reading->stop_fd = port->stop_fd;
+    reading->events = dga_events_ref(port->events);
+    port->reader = g_thread_new("orvane-dga-port", read_frames, reading);
+}
 
 static char** runtime_folders(void) {
     GPtrArray* folders = g_ptr_array_new();
@@ -39,16 +107,25 @@ static char** runtime_folders(void) {
     return (char**)g_ptr_array_free(folders, FALSE);
 }
 
-DgaPort* dga_port_new(void) {
+DgaPort* dga_port_new(DgaEvents* events) {
     DgaPort* port = g_new0(DgaPort, 1);
     g_mutex_init(&port->lock);
     port->folders = runtime_folders();
     port->fd = -1;
+    port->events = events;
+    port->stop_fd = events != NULL ? eventfd(0, EFD_CLOEXEC) : -1;
     port->timeout_ms = DEFAULT_TIMEOUT_MS;
     return port;
 }
 
 void dga_port_free(DgaPort* port) {
+    if (port->reader != NULL) {
+        eventfd_write(port->stop_fd, 1);
+        g_thread_join(port->reader);
+    }
+    if (port->stop_fd >= 0) {
+        close(port->stop_fd);
+    }
     if (port->fd >= 0) {
         close(port->fd);
     }
@@ -129,6 +206,7 @@ static gboolean connect_port(DgaPort* port, GPid pid, gboolean (*alive)(void*), 
         const gboolean lives = alive(data); /* asked first: the port of one that ended is not awaited */
         port->fd = connect_anywhere(port, pid);
         if (port->fd >= 0) {
+            start_reading(port);
             return TRUE;
         }
         const int reason = errno;
@@ -216,6 +294,9 @@ gboolean dga_port_try_connect(DgaPort* port, GPid pid) {
     g_mutex_lock(&port->lock);
     if (port->fd < 0 && port->failure == NULL) {
         port->fd = connect_anywhere(port, pid);
+        if (port->fd >= 0) {
+            start_reading(port);
+        }
     }
     const gboolean connected = port->fd >= 0;
     g_mutex_unlock(&port->lock);

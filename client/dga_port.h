@@ -4,10 +4,13 @@
 
 #include <glib.h>
 
+#include "dga_events.h"
+
 typedef struct DgaPort DgaPort;
 
-/* Notes where the port can be; connects with the first message. */
-DgaPort* dga_port_new(void);
+/* Notes where the port can be; connects with the first message. What the assistant says on the connection
+ * goes to the events, unless they are NULL. */
+DgaPort* dga_port_new(DgaEvents* events);
 void dga_port_free(DgaPort* port);
 
 /* Any thread. */

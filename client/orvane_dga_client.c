@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "dga_bus.h"
+#include "dga_events.h"
 #include "dga_meeting.h"
 #include "dga_port.h"
 
@@ -31,11 +32,13 @@ static const char* const notification_names[] = {
 struct OrvaneDga {
     GPid pid;
     int pid_fd; /* becomes readable when the assistant ends; -1 if the kernel cannot */
+    DgaEvents* events;
     DgaBus* bus;
     DgaPort* port;
     DgaPort* notification_port; /* for a client without a bus */
     DgaMeeting* meeting;
-    GMutex lock; /* guards what follows: the child is collected once */
+    gint ready_by_port; /* atomic */
+    GMutex lock;        /* guards what follows: the child is collected once */
     OrvaneDgaState state;
     int code;
 };
@@ -45,7 +48,8 @@ G_DEFINE_QUARK(orvane - dga - error - quark, orvane_dga_error)
 OrvaneDga* orvane_dga_start(const char* path, GError** error) {
     g_return_val_if_fail(path != NULL, NULL);
     /* Before the child exists, so that its ready notification cannot come too early. */
-    DgaBus* bus = dga_bus_open();
+    DgaEvents* events = dga_events_new();
+    DgaBus* bus = dga_bus_open(events);
     /* A bare name is a file of the working folder, too. */
     char* program = strchr(path, '/') != NULL ? g_strdup(path) : g_strconcat("./", path, NULL);
     char* arguments[] = {program, NULL};
@@ -59,15 +63,17 @@ OrvaneDga* orvane_dga_start(const char* path, GError** error) {
                     reason->message);
         g_error_free(reason);
         dga_bus_close(bus);
+        dga_events_unref(events);
         return NULL;
     }
     dga_bus_own_name(bus, pid);
     OrvaneDga* dga = g_new0(OrvaneDga, 1);
     dga->pid = pid;
     dga->pid_fd = (int)syscall(SYS_pidfd_open, pid, 0);
+    dga->events = events;
     dga->bus = bus;
-    dga->port = dga_port_new();
-    dga->notification_port = dga_port_new();
+    dga->port = dga_port_new(NULL);
+    dga->notification_port = dga_port_new(events);
     dga->meeting = dga_meeting_new();
     g_mutex_init(&dga->lock);
     dga->state = ORVANE_DGA_STATE_RUNNING;
@@ -78,11 +84,13 @@ void orvane_dga_free(OrvaneDga* dga) {
     if (dga == NULL) {
         return;
     }
+    dga_events_set_callback(dga->events, NULL, NULL);
     orvane_dga_state(dga, NULL); /* collects a child that has ended */
     dga_meeting_free(dga->meeting);
     dga_port_free(dga->notification_port);
     dga_port_free(dga->port);
     dga_bus_close(dga->bus);
+    dga_events_unref(dga->events);
     if (dga->pid_fd >= 0) {
         close(dga->pid_fd);
     }
@@ -156,6 +164,8 @@ gboolean orvane_dga_wait_ready(OrvaneDga* dga, guint timeout_ms, GError** error)
         const gboolean with_bus = bus_error == NULL;
         g_clear_error(&bus_error);
         if (!with_bus && dga_port_try_connect(dga->notification_port, dga->pid)) {
+            g_atomic_int_set(&dga->ready_by_port, TRUE);
+            orvane_dga_heartbeat(dga, NULL); /* a newer assistant answers the first notification */
             return TRUE;
         }
         if (!alive) {
@@ -172,6 +182,20 @@ gboolean orvane_dga_wait_ready(OrvaneDga* dga, guint timeout_ms, GError** error)
         }
         dga_bus_clear_wake(dga->bus);
     }
+}
+
+int orvane_dga_protocol(OrvaneDga* dga) {
+    g_return_val_if_fail(dga != NULL, 0);
+    const int told = dga_events_protocol(dga->events);
+    return told == 0 && g_atomic_int_get(&dga->ready_by_port) ? 1 : told;
+}
+
+void orvane_dga_set_callback(OrvaneDga* dga, OrvaneDgaCallback callback, void* data) {
+    g_return_if_fail(dga != NULL);
+    if (callback != NULL) {
+        dga_bus_collect_results(dga->bus);
+    }
+    dga_events_set_callback(dga->events, callback, data);
 }
 
 gboolean orvane_dga_wait_exit(OrvaneDga* dga, guint timeout_ms, GError** error) {

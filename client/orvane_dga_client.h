@@ -18,7 +18,8 @@
  * Two ways lead to the assistant. Notifications (parameters, heartbeat, report, quit) are signals on the
  * session bus, sent by the owner of the bus name com.tellan.orvane.client.p<the assistant's process id>, so
  * that a bus that filters by names can let them through; meeting data goes over the assistant's own local
- * socket, the message port. Neither is answered. Where there is no session bus, or it refuses the name,
+ * socket, the message port. Neither is answered; what comes of a report, the assistant tells by itself
+ * (orvane_dga_set_callback()). Where there is no session bus, or it refuses the name,
  * notifications take the message port as well, and the assistant counts as ready once its port is open.
  *
  * Main loops: the library needs none and touches none of the caller's; it may be used beside a running
@@ -92,6 +93,25 @@ ORVANE_DGA_API GPid orvane_dga_pid(const OrvaneDga* dga);
  *     the assistant has ended instead.
  */
 ORVANE_DGA_API gboolean orvane_dga_wait_ready(OrvaneDga* dga, guint timeout_ms, GError** error);
+
+/**
+ * The version of the protocol that the assistant speaks: 2 since it tells what comes of reports. An older one
+ * counts as 1. 0 while the assistant has not said that it is ready. Without a session bus it is 1 with
+ * orvane_dga_wait_ready(), and what the assistant says soon after, with its first answer.
+ */
+ORVANE_DGA_API int orvane_dga_protocol(OrvaneDga* dga);
+
+/**
+ * Has a function called for what the assistant tells: once that it is ready (also if it was before this
+ * call), and what comes of each report, in order. An assistant of protocol 1 tells of no reports.
+ *
+ * It is called on a thread of the library, one call at a time. It may make all calls on the object but this
+ * one and orvane_dga_free(). While it does not return, further events wait, 256 at most.
+ *
+ * @param callback replaces the one before; with NULL there is none, and none runs any more after the return.
+ * @param data is handed to it.
+ */
+ORVANE_DGA_API void orvane_dga_set_callback(OrvaneDga* dga, OrvaneDgaCallback callback, void* data);
 
 /**
  * Sends the session parameters. May be repeated; each message replaces the values before.

@@ -25,6 +25,25 @@ typedef enum {
     ORVANE_DGA_ERROR_TEXT      /**< The text is not UTF-8, or not of the form that the call names. */
 } OrvaneDgaError;
 
+typedef enum {
+    ORVANE_DGA_EVENT_READY,        /**< The assistant listens. */
+    ORVANE_DGA_EVENT_REPORT_RESULT /**< Something came of a report. */
+} OrvaneDgaEventKind;
+
+/** What the assistant tells. The texts are UTF-8 and live as long as the call that hands them over. */
+typedef struct {
+    OrvaneDgaEventKind kind;
+    int protocol;        /**< READY: of the protocol that the assistant speaks. 1 if it does not say. */
+    const char* version; /**< READY: the assistant's, "" if it does not say. Else NULL. */
+    const char* number;  /**< REPORT_RESULT: the report's number; "" if it did not get one. Else NULL. */
+    const char* state;   /**< REPORT_RESULT: made, sent, failed, saved, mailed, kept, discarded or cancelled;
+                              others may come. Else NULL. */
+    const char* reason;  /**< REPORT_RESULT: of a failure, in English, for a log. Else NULL. */
+} OrvaneDgaEvent;
+
+/** Told about events; see orvane_dga_set_callback(). */
+typedef void (*OrvaneDgaCallback)(const OrvaneDgaEvent* event, void* data);
+
 /** The most bytes that one meeting-data message may have. */
 #define ORVANE_DGA_MESSAGE_MAX (1024 * 1024)
 

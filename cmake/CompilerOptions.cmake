@@ -32,11 +32,26 @@ else()
   target_link_options(orvanedga_options INTERFACE -Wl,-z,relro,-z,now -Wl,--as-needed -Wl,--build-id=sha1)
 endif()
 
-# orvanedga_add_layer(<name> SOURCES ... [LINK ...]): one source folder as one library. The objects
-# of the core's folders end up in libdgacore, once, so that its singletons exist once per process.
+# The note by which a crash tells of which package a program or library is: systemd.io/ELF_PACKAGE_METADATA.
+set(ORVANEDGA_PACKAGE_TYPE bundle CACHE STRING "Type of the packages in their notes: bundle, deb, rpm")
+set(note
+  "{\"type\":\"${ORVANEDGA_PACKAGE_TYPE}\",\"name\":\"${PROJECT_NAME}\",\"version\":\"${PROJECT_VERSION}\",\"architecture\":\"${CMAKE_SYSTEM_PROCESSOR}\"}")
+set(package_note "SHELL:-Xlinker '--package-metadata=${note}'")
+include(CheckLinkerFlag)
+check_linker_flag(CXX "SHELL:-Xlinker --package-metadata={}" ORVANEDGA_HAS_PACKAGE_NOTES)
+if(ORVANEDGA_HAS_PACKAGE_NOTES)
+  target_link_options(orvanedga_options INTERFACE "${package_note}")
+endif()
+
+# orvanedga_add_layer(<name> [SMALL] SOURCES ... [LINK ...]): one source folder as one library. The objects
+# of the core's folders end up in libdgacore, once, so that its singletons exist once per process. SMALL is for
+# what runs seldom: it stays in memory for as long as the client runs.
 function(orvanedga_add_layer name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  cmake_parse_arguments(ARG "SMALL" "" "SOURCES;LINK" ${ARGN})
   add_library(${name} OBJECT ${ARG_SOURCES})
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src ${PROJECT_BINARY_DIR}/generated)
   target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE orvanedga_options)
+  if(ARG_SMALL)
+    target_compile_options(${name} PRIVATE "$<$<CONFIG:Release,RelWithDebInfo>:-Os>")
+  endif()
 endfunction()

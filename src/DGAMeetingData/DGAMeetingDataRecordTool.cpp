@@ -8,13 +8,19 @@ DGAMeetingDataRecordTool& DGAMeetingDataRecordTool::shareDataRecordTool() {
     return *tool;
 }
 
-void DGAMeetingDataRecordTool::startRecord() {
+void DGAMeetingDataRecordTool::startRecord(const std::string& ready) {
     listener_ = std::make_unique<DgaIpcMessageListener>();
+    listener_->setGreeting(kDGAPortReadyID, ready);
     listener_->initWithJsonMessageSink(this);
 }
 
 void DGAMeetingDataRecordTool::stopRecord() {
     listener_.reset();
+}
+
+void DGAMeetingDataRecordTool::tellReportResult(const std::string& result) {
+    if (listener_)
+        listener_->tell(kDGAPortReportResultID, result);
 }
 
 void DGAMeetingDataRecordTool::onMessageWithJsonData(const std::optional<std::string>& jsonData) {

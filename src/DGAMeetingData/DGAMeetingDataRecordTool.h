@@ -22,8 +22,12 @@ public:
     /// Where notifications go that a client without a bus sends over the port. Before startRecord().
     void setNotificationHandler(NotificationHandler handler) { notificationHandler_ = std::move(handler); }
 
-    /// Opens the message port. Once.
-    void startRecord();
+    /// Opens the message port. Once. `ready` is told to clients that send notifications over it, as
+    /// kDGAPortReadyID.
+    void startRecord(const std::string& ready = {});
+
+    /// Tells those clients what came of a report, as kDGAPortReportResultID.
+    void tellReportResult(const std::string& result);
 
     /// Closes the message port, so that its socket is gone before the process is.
     void stopRecord();

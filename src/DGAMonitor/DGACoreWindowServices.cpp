@@ -1,23 +1,86 @@
 #include "DGAMonitor/DGACoreWindowServices.h"
 
+#include <map>
+#include <mutex>
+#include <utility>
+
 #include "DGAMeetingData/DGACSVFileTool.h"
 #include "DGAMonitor/Report/DGAKeptReports.h"
 #include "DGAMonitor/Report/DGAReportGenerator.h"
+#include "DGAMonitor/Session/DGAReportResults.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Session/DGASessionTelemetry.h"
 #include "DGAMonitor/Windows/DGAWindowProcess.h"
+#include "platform/RunLoop.h"
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
 
-std::shared_ptr<DGAReportMaker> DGACoreWindowServices::makeReportMaker() {
-    const auto hide = [process = process_](bool hidden) {
+namespace {
+
+void tellClient(const DGAUploadState& state) {
+    for (const char* const told : {DGAReportState::kSent, DGAReportState::kFailed, DGAReportState::kSaved,
+                                   DGAReportState::kMailed, DGAReportState::kCancelled}) {
+        if (state.state == told)
+            DGAReportResults::sharedResults().tell(
+                {DGAKeptReports::numberOf(state.path), told, state.reason});
+    }
+}
+
+}  // namespace
+
+// Listings by their numbers; makers look there on threads of their own.
+struct DGACoreWindowServices::Listings {
+    struct Listing {
+        DGAReportOptions options;
+        std::function<void(const DGAReportContents&)> told;
+        std::shared_ptr<DGAReportCollection> files;
+    };
+    std::mutex mutex;
+    std::map<int64_t, Listing> listings;
+
+    std::shared_ptr<DGAReportCollection> filesOf(int64_t number) {
+        const std::lock_guard<std::mutex> hold(mutex);
+        const auto found = listings.find(number);
+        return found == listings.end() ? nullptr : found->second.files;
+    }
+    // Nothing if it was dropped meanwhile.
+    void keep(int64_t number, const std::shared_ptr<DGAReportCollection>& files) {
+        const std::lock_guard<std::mutex> hold(mutex);
+        if (const auto found = listings.find(number); found != listings.end())
+            found->second.files = files;
+    }
+    void tell(int64_t number, const std::shared_ptr<DGAReportCollection>& files) {
+        Listing listing;
+        {
+            const std::lock_guard<std::mutex> hold(mutex);
+            if (const auto found = listings.find(number); found != listings.end())
+                listing = found->second;
+        }
+        if (!listing.told)
+            return;
+        auto contents = files ? files->contents(listing.options) : DGAReportContents();
+        contents.isComplete = contents.isComplete || !files;
+        platform::performOnMain([told = std::move(listing.told), contents] { told(contents); });
+    }
+};
+
+DGACoreWindowServices::DGACoreWindowServices(const DGAReportCollection::Tools& tools)
+    : tools_(DGAReportCollection::realTools(tools)), listings_(std::make_shared<Listings>()) {
+    tools_.listed = [listings = listings_](int64_t listing) { return listings->filesOf(listing); };
+}
+
+DGACoreWindowServices::DGACoreWindowServices(std::weak_ptr<DGAWindowProcess> process)
+    : DGACoreWindowServices(DGAReportCollection::Tools()) {
+    const auto hide = [process = std::move(process)](bool hidden) {
         if (const auto held = process.lock())
             held->setHidden(hidden);
     };
-    DGAReportGenerator::Tools tools;
-    tools.hideWindows = [hide] { hide(true); };
-    tools.showWindows = [hide] { hide(false); };
-    return std::make_shared<DGAReportGenerator>(std::move(tools));
+    tools_.hideWindows = [hide] { hide(true); };
+    tools_.showWindows = [hide] { hide(false); };
+}
+
+std::shared_ptr<DGAReportMaker> DGACoreWindowServices::makeReportMaker() {
+    return std::make_shared<DGAReportGenerator>(tools_);
 }
 
 void DGACoreWindowServices::saveTraceRecord(const DGATraceRecord& record) {
@@ -37,6 +100,7 @@ void DGACoreWindowServices::uploadChanged(const DGAUploadState& state) {
         draft_ = {};
     if (state.state == "sending")
         return;
+    tellClient(state);
     const bool isOver = state.state == "sent" || state.state == "saved";
     DGAKeptReports::queue().async([state, isOver,
                                    serviceType = DGASessionRecord::sharedRecord().serviceType.load()] {
@@ -51,4 +115,53 @@ void DGACoreWindowServices::uploadChanged(const DGAUploadState& state) {
                                    .time = {},
                                    .state = state.state + (state.reason.empty() ? "" : ": " + state.reason)});
     });
+}
+
+void DGACoreWindowServices::listContents(int64_t listing, const DGAReportOptions& options,
+                                         std::function<void(const DGAReportContents&)> told) {
+    {
+        const std::lock_guard<std::mutex> hold(listings_->mutex);
+        auto& entry = listings_->listings[listing];
+        entry.options = options;
+        entry.told = std::move(told);
+    }
+    platform::BackgroundQueue::global().async([listings = listings_, listing, options, tools = tools_] {
+        auto files = listings->filesOf(listing);
+        if (!files || files->isUsedUp()) {
+            files = DGAReportCollection::open(options, tools);
+            listings->keep(listing, files);
+        }
+        listings->tell(listing, files);
+        if (!files)
+            return;
+        files->complete(options);
+        listings->tell(listing, files);
+    });
+}
+
+void DGACoreWindowServices::retakePicture(int64_t listing) {
+    platform::BackgroundQueue::global().async([listings = listings_, listing] {
+        if (const auto files = listings->filesOf(listing)) {
+            files->retakePicture();
+            listings->tell(listing, files);
+        }
+    });
+}
+
+void DGACoreWindowServices::dropContents(int64_t listing) {
+    const std::lock_guard<std::mutex> hold(listings_->mutex);
+    listings_->listings.erase(listing);
+}
+
+void DGACoreWindowServices::keptReports(std::function<void(const std::vector<DGAKeptReport>&)> told) {
+    DGAKeptReports::queue().async([told = std::move(told)] {
+        std::vector<DGAKeptReport> kept;
+        for (const auto& report : DGAKeptReports().reports())
+            kept.push_back({report.number, report.description, report.category, report.time});
+        platform::performOnMain([told, kept] { told(kept); });
+    });
+}
+
+void DGACoreWindowServices::discardKeptReport(const std::string& number) {
+    DGAKeptReports::queue().async([number] { DGAKeptReports().discard(number); });
 }

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <memory>
-#include <utility>
+#include <string>
+#include <vector>
 
+#include "DGAMonitor/Report/DGAReportCollection.h"
 #include "DGAMonitor/Windows/DGAWindowServices.h"
 
 class DGAWindowProcess;
@@ -11,8 +15,10 @@ class DGAWindowProcess;
 class DGACoreWindowServices final : public DGAWindowServices {
 public:
     /// `process` holds the windows that are hidden while a picture is taken; null for none.
-    explicit DGACoreWindowServices(std::weak_ptr<DGAWindowProcess> process = {})
-        : process_(std::move(process)) {}
+    explicit DGACoreWindowServices(std::weak_ptr<DGAWindowProcess> process = {});
+
+    /// For tests: what reports are made with.
+    explicit DGACoreWindowServices(const DGAReportCollection::Tools& tools);
 
     std::shared_ptr<DGAReportMaker> makeReportMaker() override;
     void saveTraceRecord(const DGATraceRecord& record) override;
@@ -20,8 +26,17 @@ public:
     void uploadChanged(const DGAUploadState& state) override;
     DGAReportDraft draft() override { return draft_; }
     void setDraft(const DGAReportDraft& draft) override { draft_ = draft; }
+    void listContents(int64_t listing, const DGAReportOptions& options,
+                      std::function<void(const DGAReportContents&)> told) override;
+    void retakePicture(int64_t listing) override;
+    void dropContents(int64_t listing) override;
+    void keptReports(std::function<void(const std::vector<DGAKeptReport>&)> told) override;
+    void discardKeptReport(const std::string& number) override;
 
 private:
-    std::weak_ptr<DGAWindowProcess> process_;
+    struct Listings;
+
+    DGAReportCollection::Tools tools_;
+    std::shared_ptr<Listings> listings_;
     DGAReportDraft draft_;
 };

@@ -9,6 +9,8 @@
 #include "DGAMeetingData/DGASystemResourceCheckingManager.h"
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Const/DGADicKeyStrings.h"
+#include "DGAMonitor/DGAKeptReportNotice.h"
+#include "DGAMonitor/Session/DGAReportResults.h"
 #include "DGAMonitor/Session/DGASessionParameters.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Session/DGASessionTelemetry.h"
@@ -16,6 +18,7 @@
 #include "DGAMonitor/Watch/DGADealNotifTargetTool.h"
 #include "support/JsonValue.h"
 #include "support/ORVNLogger.h"
+#include "support/PlainText.h"
 
 DGAMonitorToolManager& DGAMonitorToolManager::shareManager() {
     static DGAMonitorToolManager* const manager = new DGAMonitorToolManager();
@@ -23,6 +26,8 @@ DGAMonitorToolManager& DGAMonitorToolManager::shareManager() {
 }
 
 DGAMonitorToolManager::DGAMonitorToolManager() : record_(DGASessionRecord::sharedRecord()) {}
+
+DGAMonitorToolManager::~DGAMonitorToolManager() = default;
 
 void DGAMonitorToolManager::startMonitoring() {
     ORVN_LOG_METHOD();
@@ -33,6 +38,7 @@ void DGAMonitorToolManager::startMonitoring() {
         };
         targetTool_ = std::make_shared<DGADealNotifTargetTool>(std::move(watch));
     }
+    keptNotice_ = std::make_unique<DGAKeptReportNotice>([this] { targetTool_->showReportWindow(); });
     addProcessObserver();
     startReceiveMeetingData();
     startCheckingSystemResourceUsage();
@@ -58,7 +64,22 @@ void DGAMonitorToolManager::addProcessObserver() {
                       &DGADealNotifTargetTool::dealNormalQuitFromClient, Delivery::overtaking);
     const std::string ready = notificationName(kDGANotificationAppReady);
     logInfo("addProcessObserver, notify client DGA app ready, send: {}", ready);
-    DGAUtilities::dga_postDistributedNotificationWithName(ready, std::nullopt, {}, true);
+    DGAUtilities::dga_postDistributedNotificationWithName(
+        ready, std::nullopt, {{dVersionKey, DGAUtilities::dga_fetchAppVersion()}}, true,
+        {{dProtocolKey, kDGAProtocol}});
+    DGAReportResults::sharedResults().setListener(
+        [this](const DGAReportResult& result) { tellReportResult(result); });
+}
+
+void DGAMonitorToolManager::tellReportResult(const DGAReportResult& result) const {
+    logInfo("DGAMonitorToolManager::tellReportResult,{} {} {}", result.number, result.state, result.reason);
+    std::map<std::string, std::string> info{{dReportNumberKey, result.number},
+                                            {dReportStateKey, result.state}};
+    if (!result.reason.empty())
+        info[dReportReasonKey] = support::onOneLine(result.reason);
+    DGAUtilities::dga_postDistributedNotificationWithName(notificationName(kDGANotificationReportResult),
+                                                          std::nullopt, info, false);
+    DGAMeetingDataRecordTool::shareDataRecordTool().tellReportResult(support::prettyJson(info));
 }
 
 void DGAMonitorToolManager::observe(std::string_view baseName, ManagerAction action) {
@@ -152,6 +173,8 @@ void DGAMonitorToolManager::readMessage(const platform::Notification& notificati
     logInfo("dealMessageFromClient，jsonStr={}", support::prettyJson(sessionParametersForLog(*parameters)));
     setupTelemetry();
     dgaSaveSessionTrace(record_);
+    if (keptNotice_)
+        keptNotice_->offer();
 }
 
 void DGAMonitorToolManager::setupTelemetry() {
@@ -165,7 +188,8 @@ void DGAMonitorToolManager::startReceiveMeetingData() {
     tool.setNotificationHandler([this](std::string_view baseName, const std::optional<std::string>& text) {
         handlePortNotification(baseName, text);
     });
-    tool.startRecord();
+    tool.startRecord(support::prettyJson(
+        {{dProtocolKey, kDGAProtocol}, {dVersionKey, DGAUtilities::dga_fetchAppVersion()}}));
 }
 
 void DGAMonitorToolManager::startCheckingSystemResourceUsage() {

@@ -11,7 +11,9 @@
 #include "platform/DistributedNotificationCenter.h"
 
 class DGADealNotifTargetTool;
+class DGAKeptReportNotice;
 class DGASessionRecord;
+struct DGAReportResult;
 
 /// The spine of the assistant: it subscribes to the client's notifications, tells the client that it is
 /// ready, and fills the session record, which everything else reads. Main thread.
@@ -52,6 +54,7 @@ private:
     using ManagerAction = void (DGAMonitorToolManager::*)(const platform::Notification&);
 
     DGAMonitorToolManager();
+    ~DGAMonitorToolManager();
     void addProcessObserver();
     void addObserverByName(const std::string& name, TargetAction action, Delivery delivery);
     void dealWaitingParameters();
@@ -61,9 +64,11 @@ private:
                     Delivery delivery = Delivery::inOrder);
     void handlePortNotification(std::string_view baseName, const std::optional<std::string>& text);
     void startReceiveMeetingData();
+    void tellReportResult(const DGAReportResult& result) const;
     static void startCheckingSystemResourceUsage();
 
     DGASessionRecord& record_;
+    std::unique_ptr<DGAKeptReportNotice> keptNotice_;
     std::shared_ptr<DGADealNotifTargetTool> targetTool_;
     std::optional<platform::Notification> waiting_;  // parameters, while the trace has no room
     bool awaitsRoom_ = false;

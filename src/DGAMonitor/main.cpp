@@ -3,12 +3,16 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <string_view>
 
 #include "DGAMonitor/AppDelegate.h"
+#include "DGAMonitor/DGAPolicyCheck.h"
 #include "platform/RunLoop.h"
 #include "platform/TerminationSignal.h"
 
-int main() {
+int main(int argc, char** argv) {
+    if (argc > 1 && std::string_view(argv[1]) == "--check-policy")
+        return dgaCheckPolicy(argc > 2 ? argv[2] : nullptr);
     umask(S_IRWXG | S_IRWXO);
     // The client's pipes close when it dies.
     std::signal(SIGPIPE, SIG_IGN);

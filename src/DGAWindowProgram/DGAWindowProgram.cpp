@@ -145,18 +145,30 @@ bool DGAWindowProgram::take(const platform::FrameReader::Message& frame,
 }
 
 void DGAWindowProgram::receive(const platform::FrameReader::Message& frame) {
-    const bool known = take(frame, &DGAWindowProgram::setRecord) || take(frame, &DGAWindowProgram::show) ||
-                       take(frame, &DGAWindowProgram::close) || take(frame, &DGAWindowProgram::toFront) ||
-                       take(frame, &DGAWindowProgram::reportMade) ||
-                       take(frame, &DGAWindowProgram::reportEnded) || take(frame, &DGAWindowProgram::hide) ||
-                       take<End>(frame, &DGAWindowProgram::end) || take(frame, &DGAWindowProgram::post) ||
-                       take(frame, &DGAWindowProgram::keepDraft);
+    const bool known =
+        take(frame, &DGAWindowProgram::setRecord) || take(frame, &DGAWindowProgram::show) ||
+        take(frame, &DGAWindowProgram::close) || take(frame, &DGAWindowProgram::toFront) ||
+        take(frame, &DGAWindowProgram::reportMade) || take(frame, &DGAWindowProgram::reportEnded) ||
+        take(frame, &DGAWindowProgram::hide) || take<End>(frame, &DGAWindowProgram::end) ||
+        take(frame, &DGAWindowProgram::post) || take(frame, &DGAWindowProgram::keepDraft) ||
+        take(frame, &DGAWindowProgram::contentsTold) || take(frame, &DGAWindowProgram::keptTold);
     if (!known)
         logWarning("the assistant sends the windows a message of an unknown kind, {}", frame.id);
 }
 
 void DGAWindowProgram::setRecord(const Record& record) {
     setRecordFields(DGASessionRecord::sharedRecord(), record.fields);
+}
+
+void DGAWindowProgram::contentsTold(const Contents& message) {
+    const auto found = listings_.find(message.listing);
+    if (found != listings_.end())
+        found->second(message.contents);
+}
+
+void DGAWindowProgram::keptTold(const KeptReports& message) {
+    if (toldKept_)
+        toldKept_(message.reports);
 }
 
 void DGAWindowProgram::keepDraft(const Draft& message) {
@@ -304,6 +316,30 @@ void DGAWindowProgram::setDraft(const DGAReportDraft& draft) {
         return;
     draft_ = draft;
     send(DraftChanged{draft});
+}
+
+void DGAWindowProgram::listContents(int64_t listing, const DGAReportOptions& options,
+                                    std::function<void(const DGAReportContents&)> told) {
+    listings_[listing] = std::move(told);
+    send(ListContents{listing, options});
+}
+
+void DGAWindowProgram::retakePicture(int64_t listing) {
+    send(RetakePicture{listing});
+}
+
+void DGAWindowProgram::dropContents(int64_t listing) {
+    listings_.erase(listing);
+    send(DropContents{listing});
+}
+
+void DGAWindowProgram::keptReports(std::function<void(const std::vector<DGAKeptReport>&)> told) {
+    toldKept_ = std::move(told);
+    send(AskForKept());
+}
+
+void DGAWindowProgram::discardKeptReport(const std::string& number) {
+    send(DiscardKept{number});
 }
 
 void DGAWindowProgram::frozeWindowButtonDidClickWithIndex(int index) {

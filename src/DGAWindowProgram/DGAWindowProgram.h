@@ -2,10 +2,12 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "DGAMonitor/Windows/DGAWindowInterfaces.h"
 #include "DGAMonitor/Windows/DGAWindowMessages.h"
@@ -40,6 +42,12 @@ public:
     void uploadChanged(const DGAUploadState& state) override;
     DGAReportDraft draft() override { return draft_; }
     void setDraft(const DGAReportDraft& draft) override;
+    void listContents(int64_t listing, const DGAReportOptions& options,
+                      std::function<void(const DGAReportContents&)> told) override;
+    void retakePicture(int64_t listing) override;
+    void dropContents(int64_t listing) override;
+    void keptReports(std::function<void(const std::vector<DGAKeptReport>&)> told) override;
+    void discardKeptReport(const std::string& number) override;
     void frozeWindowButtonDidClickWithIndex(int index) override;
 
     /// Any thread.
@@ -64,6 +72,8 @@ private:
     void hide(const DGAWindowMessage::Hide& message);
     void end(const DGAWindowMessage::End& message);
     void post(const DGAWindowMessage::Post& message);
+    void contentsTold(const DGAWindowMessage::Contents& message);
+    void keptTold(const DGAWindowMessage::KeptReports& message);
     void keepDraft(const DGAWindowMessage::Draft& message);
     void showPrompt(int level);
     void showReport();
@@ -76,6 +86,8 @@ private:
     DGAWindowMessage::State told_;
     int64_t lastMaker_ = 0;
     DGAReportDraft draft_;
+    std::map<int64_t, std::function<void(const DGAReportContents&)>> listings_;
+    std::function<void(const std::vector<DGAKeptReport>&)> toldKept_;
     int posts_ = 0;  // under way
     std::map<int64_t, std::weak_ptr<Maker>> makers_;
     std::shared_ptr<DGAFrozeWindowInterface> prompt_;

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <fontconfig/fontconfig.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -6,6 +7,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <memory>
+#include <system_error>
+#include <thread>
 
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAWindowProgram/DGAModuleWindowFactory.h"
@@ -46,6 +49,15 @@ int takeSocket() {
     return socket;
 }
 
+// Reading the system's fonts takes as long as the toolkit's start, which needs them only for its first text.
+void readFontsMeanwhile() {
+    try {
+        std::thread([] { FcInit(); }).detach();
+    } catch (const std::system_error& error) {
+        logNotice("the fonts are read later: {}", error.what());
+    }
+}
+
 }  // namespace
 
 int main() {
@@ -57,6 +69,7 @@ int main() {
         return EXIT_FAILURE;
     }
     program() = DGAWindowProgram::start(socket);
+    readFontsMeanwhile();
     DGAToolkit::start(endWithoutDisplay);
     auto& windows = DGAApplicationWindows::sharedWindows();
     windows.setServices(program());

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <utility>
 
 #include "platform/MessagePort.h"
 #include "platform/RunLoop.h"
@@ -53,7 +54,7 @@ void DgaIpcMessageListener::createListenerPort() {
     portRef_->schedule(platform::RunLoop::current());
 }
 
-void DgaIpcMessageListener::messagePortCallBack(platform::MessagePort& /*port*/, int32_t messageID,
+void DgaIpcMessageListener::messagePortCallBack(platform::MessagePort& port, int32_t messageID,
                                                 std::optional<std::string_view> data) {
     if (!theListener)
         return;
@@ -62,10 +63,23 @@ void DgaIpcMessageListener::messagePortCallBack(platform::MessagePort& /*port*/,
         text = *data;
     else if (data)
         logWarning("a message of {} bytes that is not UTF-8 is ignored", data->size());
-    if (theListener->messageSink_ && theListener->messageSink_->onNotification(messageID, text))
+    if (theListener->messageSink_ && theListener->messageSink_->onNotification(messageID, text)) {
+        if (!theListener->greeting_.empty())
+            port.keepInformed(theListener->greetingID_, theListener->greeting_);
         return;
+    }
     if (data)
         theListener->handlePortMessage(text);
+}
+
+void DgaIpcMessageListener::setGreeting(int32_t messageID, std::string text) {
+    greetingID_ = messageID;
+    greeting_ = std::move(text);
+}
+
+void DgaIpcMessageListener::tell(int32_t messageID, const std::string& text) {
+    if (portRef_)
+        portRef_->tell(messageID, text);
 }
 
 void DgaIpcMessageListener::setHeld(bool held) {

@@ -46,6 +46,12 @@ public:
     /// While it is held the port takes nothing: its clients wait, and nothing is lost.
     void setHeld(bool held);
 
+    /// What a client is told over the port with its first notification there; see tell().
+    void setGreeting(int32_t messageID, std::string text);
+
+    /// Tells all clients that send notifications over the port; nothing while the port is not open.
+    void tell(int32_t messageID, const std::string& text);
+
     /// Whether the port is open.
     bool isListening() const { return portRef_ != nullptr; }
 
@@ -56,4 +62,6 @@ private:
 
     DgaIpcMessageSink* messageSink_ = nullptr;
     std::unique_ptr<platform::MessagePort> portRef_;
+    int32_t greetingID_ = 0;
+    std::string greeting_;
 };

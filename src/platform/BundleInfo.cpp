@@ -45,4 +45,8 @@ std::string BundleInfo::helperFolder() {
     return besidePrefix(ORVANEDGA_LIBDIR);
 }
 
+std::string BundleInfo::policyFile() {
+    return ORVANEDGA_POLICY_FILE;
+}
+
 }  // namespace platform

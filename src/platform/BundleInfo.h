@@ -23,6 +23,9 @@ public:
     /// existence.
     static std::string resourceFolder();
     static std::string helperFolder();
+
+    /// Where this machine's administrator keeps the policy, wherever the program lies.
+    static std::string policyFile();
 };
 
 }  // namespace platform

@@ -8,8 +8,8 @@
 #include <algorithm>
 #include <chrono>
 #include <ctime>
+#include <map>
 #include <mutex>
-#include <set>
 #include <thread>
 #include <vector>
 
@@ -101,10 +101,12 @@ bool makeFolders(const std::string& path) {
 
 std::optional<CoredumpRecord> CoredumpRecord::parse(std::string_view listing) {
     CoredumpRecord record;
+    std::string_view ofThisOne = listing;
     bool inStack = false;
     while (!listing.empty()) {
         const size_t end = std::min(listing.find('\n'), listing.size());
         const std::string_view line = listing.substr(0, end);
+        const std::string_view fromHere = listing;
         listing.remove_prefix(std::min(end + 1, listing.size()));
         const std::string_view text = trimmed(line);
         const size_t colon = text.find(": ");
@@ -112,6 +114,7 @@ std::optional<CoredumpRecord> CoredumpRecord::parse(std::string_view listing) {
         const std::string_view value = colon == std::string_view::npos ? "" : trimmed(text.substr(colon + 2));
         if (key == "PID") {
             record = {};
+            ofThisOne = fromHere;
             record.processId = value.substr(0, value.find(' '));
             inStack = false;
         } else if (text.starts_with("Stack trace of thread ")) {
@@ -128,6 +131,7 @@ std::optional<CoredumpRecord> CoredumpRecord::parse(std::string_view listing) {
     }
     if (!isNumber(record.processId) || record.signal.empty() || record.time.empty())
         return std::nullopt;
+    record.modules = coredumpModules(ofThisOne);
     return record;
 }
 
@@ -146,29 +150,31 @@ std::string CoredumpRecord::fileName(std::string_view prefix, std::string_view h
     return std::string(prefix) + name + "_" + cleanHost + ".crash";
 }
 
-void writeCoredumpRecord(const std::string& processId, const std::string& folder, std::string_view prefix,
-                         const CoredumpService& service) {
+std::vector<CoredumpModule> writeCoredumpRecord(const std::string& processId, const std::string& folder,
+                                                std::string_view prefix, const CoredumpService& service) {
     static std::mutex mutex;
-    static std::set<std::string>* const done = new std::set<std::string>;
+    static auto* const done = new std::map<std::string, std::vector<CoredumpModule>>;
     if (!isNumber(processId) || access(("/proc/" + processId + "/exe").c_str(), F_OK) == 0)
-        return;
+        return {};
     const std::lock_guard<std::mutex> hold(mutex);
-    if (done->contains(processId))
-        return;
+    if (const auto known = done->find(processId); known != done->end())
+        return known->second;
     if (access(service.program.c_str(), X_OK) != 0) {
-        done->insert(processId);
+        (*done)[processId] = {};
         reportInfo("this system has no core dump service to ask about the client's crash");
-        return;
+        return {};
     }
-    const auto record = recordOf(processId, service);
+    auto record = recordOf(processId, service);
     if (!record) {
         reportInfo("the core dump service knows no crash of the process " + processId);
-        return;
+        return {};
     }
-    done->insert(processId);
+    completeModules(record->modules, record->executable, theStart);
+    (*done)[processId] = record->modules;
     const auto target = makeFolders(folder) ? PrivateFolder::openLast(folder) : std::nullopt;
     if (!target || !target->replaceFile(record->fileName(prefix, g_get_host_name()), record->text()))
         reportWarning("the crash of the process " + processId + " cannot be written to " + folder);
+    return record->modules;
 }
 
 }  // namespace platform

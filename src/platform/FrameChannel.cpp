@@ -17,11 +17,6 @@ namespace {
 
 constexpr size_t kPiece = size_t{16} * 1024;
 
-void append(std::string& bytes, uint32_t value) {
-    for (int i = 0; i < 4; ++i)
-        bytes += static_cast<char>(value >> (8 * i) & 0xff);
-}
-
 }  // namespace
 
 std::unique_ptr<FrameChannel> FrameChannel::toProgram(Task task, uint32_t longest, Received received,
@@ -67,9 +62,7 @@ FrameChannel::~FrameChannel() {
 
 void FrameChannel::send(int32_t id, std::string_view data) {
     const bool idle = unsent_.empty();
-    append(unsent_, static_cast<uint32_t>(id));
-    append(unsent_, static_cast<uint32_t>(data.size()));
-    unsent_ += data;
+    appendFrame(unsent_, id, data);
     // An error shows when the socket is read.
     if (idle && write() && !unsent_.empty())
         watch();

@@ -17,6 +17,14 @@ uint32_t littleEndian32(const char* bytes) {
 
 }  // namespace
 
+void appendFrame(std::string& bytes, int32_t id, std::string_view data) {
+    for (const uint32_t number : {static_cast<uint32_t>(id), static_cast<uint32_t>(data.size())}) {
+        for (int i = 0; i < 4; ++i)
+            bytes += static_cast<char>(number >> 8 * i & 0xFF);
+    }
+    bytes += data;
+}
+
 std::span<char> FrameReader::room(size_t length) {
     if (begin_ > 0) {
         std::copy(bytes_.data() + begin_, bytes_.data() + end_, bytes_.data());

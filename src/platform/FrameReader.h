@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -49,5 +50,8 @@ private:
     size_t end_ = 0;
     uint32_t maxLength_;
 };
+
+/// Appends a message of that form.
+void appendFrame(std::string& bytes, int32_t id, std::string_view data);
 
 }  // namespace platform

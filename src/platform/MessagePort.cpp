@@ -40,6 +40,7 @@ struct MessagePort::State {
         bool queued = false;  // among those with whole messages
         bool parked = false;  // unread until there is room for its message
         bool ended = false;
+        bool informed = false;
     };
 
     MessagePort* port = nullptr;
@@ -61,6 +62,7 @@ struct MessagePort::State {
     size_t reserved = 0;
     std::list<Connection> connections;
     std::deque<Connection*> withMessages;
+    Connection* speaking = nullptr;  // whose message is being delivered
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
 
     explicit State(RuntimeFolder folder) : runtime(std::move(folder)) {}
@@ -220,9 +222,11 @@ struct MessagePort::State {
                 return;
             }
             peer.began = 0;
+            speaking = &peer;
             deliver(peer.received.takeMessage());
             if (stillAlive.expired() || listener < 0)
                 return;
+            speaking = nullptr;
         }
         peer.received.trim();
         if (!peer.ended) {
@@ -241,6 +245,14 @@ struct MessagePort::State {
             reportWarning("a message of " + std::to_string(message.data.size()) + " bytes at " + path +
                           " was lost: there is no memory for it");
         }
+    }
+
+    // A part of a frame would make nonsense of all that follow.
+    static void tell(Connection& peer, int32_t messageID, std::string_view data) {
+        std::string frame;
+        appendFrame(frame, messageID, data);
+        peer.informed =
+            send(peer.handle, frame.data(), frame.size(), MSG_DONTWAIT | MSG_NOSIGNAL) == std::ssize(frame);
     }
 
     // A long message is read on only when all of it has room, so that those that were begun can end.
@@ -344,6 +356,7 @@ struct MessagePort::State {
             close(peer.handle);
         connections.clear();
         withMessages.clear();
+        speaking = nullptr;
         for (GSource** source : {&readable, &more, &deadline, &acceptAgain})
             drop(*source);
         if (listener >= 0) {
@@ -405,6 +418,18 @@ void MessagePort::schedule(RunLoop& loop) {
 
 void MessagePort::setHeld(bool held) {
     state_->setHeld(held);
+}
+
+void MessagePort::keepInformed(int32_t messageID, std::string_view data) {
+    if (state_->speaking && !state_->speaking->informed)
+        State::tell(*state_->speaking, messageID, data);
+}
+
+void MessagePort::tell(int32_t messageID, std::string_view data) {
+    for (auto& peer : state_->connections) {
+        if (peer.informed)
+            State::tell(peer, messageID, data);
+    }
 }
 
 void MessagePort::invalidate() {

@@ -17,7 +17,8 @@ class RunLoop;
 /// ($XDG_RUNTIME_DIR, else /run/user/<uid>, else the folder /tmp/com.tellan.orvane.<uid> of mode 0700).
 ///
 /// A message is a little-endian int32 id, a little-endian uint32 length and that many bytes. Many peers may
-/// be connected, further ones wait; the messages of one peer arrive in order; there is no reply. Peers of
+/// be connected, further ones wait; the messages of one peer arrive in order; only peers that are kept
+/// informed are ever told anything, in frames of the same form. Peers of
 /// another user are refused; a peer that announces more than 1 MiB, or lets a message wait for its end, is
 /// disconnected; all that is reported. What is held of unfinished messages is bounded: peers beyond that wait
 /// unread, and their time with them. A message for which there is no memory is lost, with a report.
@@ -54,6 +55,14 @@ public:
     /// While it is held the port reads and delivers nothing, so that its peers wait; nothing is lost. Also
     /// from inside the callback.
     void setHeld(bool held);
+
+    /// From inside the callback: the peer of this message hears what tell() says from now on, and this as the
+    /// first; nothing if it does already.
+    void keepInformed(int32_t messageID, std::string_view data);
+
+    /// Sends a short message to all peers that are kept informed. One that does not read, so that its socket
+    /// is full, hears nothing any more.
+    void tell(int32_t messageID, std::string_view data);
 
     /// Closes all connections and removes the socket from the runtime folder.
     void invalidate();

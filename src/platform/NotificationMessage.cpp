@@ -43,6 +43,8 @@ GVariant* notificationParameters(const Notification& notification) {
     g_variant_builder_init(&info, G_VARIANT_TYPE_VARDICT);
     for (const auto& [key, value] : notification.userInfo)
         g_variant_builder_add(&info, "{sv}", key.c_str(), textVariant(value));
+    for (const auto& [key, value] : notification.numbers)
+        g_variant_builder_add(&info, "{sv}", key.c_str(), g_variant_new_int32(value));
     return g_variant_new("(@s@sa{sv})", textVariant(notification.name),
                          textVariant(notification.object.value_or("")), &info);
 }

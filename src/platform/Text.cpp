@@ -36,6 +36,15 @@ bool matchesPattern(const std::string& text, const std::string& pattern) {
     return matches;
 }
 
+std::string hostOf(const std::string& address) {
+    GUri* const uri = g_uri_parse(address.c_str(), G_URI_FLAGS_PARSE_RELAXED, nullptr);
+    const char* const host = uri ? g_uri_get_host(uri) : nullptr;
+    std::string text = host ? host : "";
+    if (uri)
+        g_uri_unref(uri);
+    return text;
+}
+
 std::string randomUuid() {
     char* uuid = g_uuid_string_random();
     std::string text = uuid;

@@ -18,6 +18,9 @@ std::string_view trimmed(std::string_view text);
 /// anywhere in a text. False for an expression that does not compile or a text that is not UTF-8.
 bool matchesPattern(const std::string& text, const std::string& pattern);
 
+/// The host of an absolute address (RFC 3986), without brackets; "" if it has none.
+std::string hostOf(const std::string& address);
+
 /// A random UUID (RFC 4122, version 4) in lower-case letters.
 std::string randomUuid();
 

@@ -213,4 +213,17 @@ int openUserFile(const std::string& path, const UserFileRule& rule) {
     return -1;
 }
 
+std::optional<std::string> readUserFile(const std::string& path, size_t most) {
+    const Handle file(openUserFile(path, {}));
+    if (!file)
+        return std::nullopt;
+    std::string text(most, '\0');
+    size_t length = 0;
+    for (ssize_t count = 1; count > 0 && length < most;
+         length += static_cast<size_t>(std::max<ssize_t>(count, 0)))
+        count = read(file.get(), text.data() + length, most - length);
+    text.resize(length);
+    return text;
+}
+
 }  // namespace platform

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,5 +37,8 @@ std::vector<std::string> namesInUserFolder(const std::string& path);
 
 /// A file of the user, opened for reading by the same rule; -1 if it may not be taken. The caller closes it.
 int openUserFile(const std::string& path, const UserFileRule& rule);
+
+/// The first bytes of a file of the user, at most so many; none if it may not be taken or cannot be read.
+std::optional<std::string> readUserFile(const std::string& path, size_t most);
 
 }  // namespace platform

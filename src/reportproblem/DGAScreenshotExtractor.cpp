@@ -11,8 +11,8 @@
 namespace {
 
 constexpr char kScreencapture[] = "/usr/sbin/screencapture";
-// The desktop may ask the user first.
-constexpr std::chrono::minutes kLongestCapture{1};
+// The desktop may ask the user first, who may not answer.
+constexpr std::chrono::seconds kLongestCapture{30};
 
 bool folderMayBeUsed(const std::string& path) {
     using platform::PrivateFolder;

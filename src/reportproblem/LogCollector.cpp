@@ -1,7 +1,5 @@
 #include "reportproblem/LogCollector.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <iterator>
 
@@ -50,10 +48,10 @@ std::string LogCollector::latestLog() {
 }
 
 void LogCollector::findAllLogs() {
-    const std::string folder = platform::expandTilde(logFolderPath_);
+    const std::string folder = platform::expandTilde(logFolderPath_) + "/";
     for (const auto& name : namesIn(logFolderPath_)) {
         if (isExpectedLog(name))
-            allLogs_.push_back(fmt::format("{}/{}", folder, name));
+            allLogs_.push_back(folder + name);
     }
 }
 
@@ -88,15 +86,14 @@ std::optional<std::string> LogCollector::getFirst14DigitsFromPureDigitsString(
 // one time the later one is first. So the list is turned round and its dated stretches are sorted.
 void LogCollector::sortLogsByTimeStamp() {
     struct Log {
-        std::string path;
+        std::string* path;
         std::optional<support::SystemTime> time;
     };
+    std::vector<std::string> paths = std::move(allLogs_);
     std::vector<Log> logs;
-    logs.reserve(allLogs_.size());
-    for (auto path = allLogs_.rbegin(); path != allLogs_.rend(); ++path) {
-        const auto time = timestampFromLogFile(*path);
-        logs.push_back({std::move(*path), time});
-    }
+    logs.reserve(paths.size());
+    for (auto path = paths.rbegin(); path != paths.rend(); ++path)
+        logs.push_back({&*path, timestampFromLogFile(*path)});
     const auto isDated = [](const Log& log) { return log.time.has_value(); };
     for (auto begin = logs.begin(); begin != logs.end();) {
         begin = std::find_if(begin, logs.end(), isDated);
@@ -105,8 +102,8 @@ void LogCollector::sortLogsByTimeStamp() {
         begin = end;
     }
     allLogs_.clear();
-    for (auto& log : logs)
-        allLogs_.push_back(std::move(log.path));
+    for (const auto& log : logs)
+        allLogs_.push_back(std::move(*log.path));
 }
 
 bool LogCollector::isNamed(std::string_view name, std::string_view prefix, std::string_view extension) {

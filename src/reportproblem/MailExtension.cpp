@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "DGAMonitor/Session/DGAPolicy.h"
 #include "platform/BundleInfo.h"
 #include "platform/DefaultHandler.h"
 #include "platform/Task.h"
@@ -42,7 +43,11 @@ bool MailExtension::reportProblem(const ReportMail& mail, std::string* /*error*/
 
 void MailExtension::composeMail(const ReportMail& mail, std::function<void(bool composed)> composed) const {
     ORVN_LOG_METHOD();
-    const auto script = appleScriptPathForScriptName(appleScriptNameForDefaultMailApp());
+    const bool isAllowed = DGAPolicy::current().allows(DGAPolicyKey::mail);
+    if (!isAllowed)
+        logWarning("no mail is opened: the administrator's policy forbids it");
+    const auto script =
+        isAllowed ? appleScriptPathForScriptName(appleScriptNameForDefaultMailApp()) : std::nullopt;
     const auto attachment =
         mail._attachments.empty() ? std::nullopt : std::optional(mail._attachments.front());
     if (script)

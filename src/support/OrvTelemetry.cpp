@@ -156,8 +156,8 @@ private:
         if (!isWebAddress(address_)) {
             // Sending it again would not help.
             answer.mayHaveArrived = 1;
-            fmt::format_to_n(static_cast<char*>(answer.fault), sizeof(answer.fault) - 1,
-                             "not an address of http or https");
+            std::string_view("not an address of http or https")
+                .copy(static_cast<char*>(answer.fault), sizeof(answer.fault) - 1);
             return answer;
         }
         std::vector<const char*> headers{"Content-Type: application/json"};

@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
+#include <mutex>
 #include <vector>
 
 #include "TestAssistant.h"
@@ -120,6 +121,72 @@ TEST_F(ClientLibrary, PostsNamesAndPayloadsOfTheProtocolInOrder) {
         "ORVANE_DGA_APP_EXIT" + end + "{}",
     };
     EXPECT_EQ(listener.waitFor(expected.size()), expected);
+}
+
+/// What a callback is told, as lines.
+struct Told {
+    static void note(const OrvaneDgaEvent* event, void* data) {
+        const auto text = [](const char* part) { return std::string(part != nullptr ? part : "-"); };
+        auto* const self = static_cast<Told*>(data);
+        const std::lock_guard<std::mutex> hold(self->mutex);
+        self->lines.push_back(event->kind == ORVANE_DGA_EVENT_READY
+                                  ? "ready " + std::to_string(event->protocol) + " " + text(event->version)
+                                  : text(event->number) + " " + text(event->state) + " " +
+                                        text(event->reason));
+    }
+    std::vector<std::string> waitFor(size_t count, int tries = 500) {
+        for (int i = 0; i < tries; ++i) {
+            const std::lock_guard<std::mutex> hold(mutex);
+            if (lines.size() >= count)
+                break;
+            g_usleep(10000);
+        }
+        const std::lock_guard<std::mutex> hold(mutex);
+        return lines;
+    }
+    std::mutex mutex;
+    std::vector<std::string> lines;
+};
+
+TEST_F(ClientLibrary, HearsWhatTheAssistantTellsWhateverItsVersion) {
+    const std::string post =
+        "post() { gdbus emit --session --object-path /com/tellan/orvane/DistributedNotifications --signal"
+        " com.tellan.orvane.DistributedNotifications.Posted \"'ORVANE_DGA_$1'\" \"''\" \"$2\"; }\n";
+    const std::string newer =
+        post + "post APP_READY_$$ \"@a{sv} {'protocol': <2>, 'version': <'1.2'>, 'more': <[1]>}\"\n" +
+        "seen=$(mktemp); dbus-monitor --session > $seen & until grep -q KEEP_ALIVE $seen; do sleep 0.05; "
+        "done\n" +
+        "post REPORT_RESULT_1 \"@a{sv} {'number': <'other'>, 'state': <'made'>}\"\n" +
+        "post REPORT_RESULT_$$ \"@a{sv} {'number': <'7_x'>, 'state': <'failed'>, 'reason': <'no room'>}\"\n" +
+        "post REPORT_RESULT_$$ \"@a{sv} {'number': <7>}\"\n" +
+        "post REPORT_RESULT_$$ \"@a{sv} {'number': <'7_x'>, 'state': <'kept'>}\"\nexec sleep 60";
+    const Assistant assistant = start(newer);
+    EXPECT_TRUE(orvane_dga_wait_ready(assistant.get(), 5000, error_.out())) << error_.message();
+    EXPECT_EQ(orvane_dga_protocol(assistant.get()), 2);
+    Told told;
+    orvane_dga_set_callback(assistant.get(), &Told::note, &told);
+    while (told.waitFor(2, 10).size() < 2 && orvane_dga_heartbeat(assistant.get(), nullptr) != FALSE) {
+    }
+    EXPECT_EQ(told.waitFor(3), (std::vector<std::string>{"ready 2 1.2", "7_x failed no room", "7_x kept -"}));
+    orvane_dga_set_callback(assistant.get(), nullptr, nullptr);
+
+    const Assistant older = start(postReady() + "exec sleep 60");
+    Told old;
+    orvane_dga_set_callback(older.get(), &Told::note, &old);
+    EXPECT_EQ(old.waitFor(1), std::vector<std::string>{"ready 1 "});
+    EXPECT_EQ(orvane_dga_protocol(older.get()), 1);
+}
+
+// What an assistant of protocol 1 does: it reads.
+TEST_F(ClientLibrary, WithoutABusAnOlderAssistantCountsAsProtocolOne) {
+    const Environment noBus("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+    const Assistant older = start(
+        "exec socat -u UNIX-LISTEN:$XDG_RUNTIME_DIR/com.tellan.orvane.orvanedga.$$ OPEN:" + folder_.path() +
+        "/got,creat");
+    EXPECT_EQ(orvane_dga_protocol(older.get()), 0);
+    EXPECT_TRUE(orvane_dga_wait_ready(older.get(), 5000, error_.out())) << error_.message();
+    EXPECT_EQ(orvane_dga_protocol(older.get()), 1);
+    EXPECT_TRUE(orvane_dga_quit(older.get(), error_.out())) << error_.message();
 }
 
 TEST_F(ClientLibrary, WhatWasPostedArrivesAlthoughTheClientIsKilledNext) {

@@ -141,7 +141,7 @@ TEST_F(MessagePort, TakesTheNotificationsOfAClientWithoutABus) {
     EXPECT_TRUE(orvane_dga_send_parameters(assistant_.get(), "{}", error_.out())) << error_.message();
     EXPECT_TRUE(orvane_dga_quit(assistant_.get(), error_.out())) << error_.message();
     accept();
-    EXPECT_EQ(read(18), std::string("\x01\x44VO\2\0\0\0{}\x05\x44VO\0\0\0\0", 18));
+    EXPECT_EQ(read(26), std::string("\x02\x44VO\0\0\0\0\x01\x44VO\2\0\0\0{}\x05\x44VO\0\0\0\0", 26));
 }
 
 TEST_F(MessagePort, UpdatesAreMergedIntoTheWholeState) {

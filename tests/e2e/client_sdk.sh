@@ -45,6 +45,31 @@ check() { # NAME COMMAND...
 without_bus=(env DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent)
 check C ./minimal "$assistant"
 check "C without a bus" "${without_bus[@]}" ./minimal "$assistant"
+
+# What comes of a report is told, whichever way.
+tests=$(dirname "$0")
+# shellcheck disable=SC2046
+cc "${flags[@]}" "$tests/outcome.c" $(pkg-config --cflags --libs orvane-dga-client) -o outcome || fail "outcome.c"
+hears() { # COMMAND...
+    rm -rf /tmp/orvtrace /tmp/orvdga
+    timeout 60 "$@" > output.txt 2> errors.txt || fail "$* ends with $?: $(cat output.txt errors.txt)"
+    printf 'ready 2 %s\nresult %s made -\nprotocol 2\n' "$(pkg-config --modversion orvane-dga-client)" \
+        "$(basename /tmp/orvdga/12_3_*.zip .zip)" | cmp - output.txt || fail "$* hears: $(cat output.txt)"
+}
+hears ./outcome "$assistant"
+hears "${without_bus[@]}" ./outcome "$assistant"
+
+# The library of protocol 1, from the history where that is there, works with this assistant.
+protocol_1=1c330746189e30c621115c96d9d6fb11f6b1b232
+if git -c safe.directory='*' -C "$tests/../.." archive --format=tar "$protocol_1:client" > old.tar 2> errors.txt; then
+    mkdir old
+    tar -C old -xf old.tar
+    # shellcheck disable=SC2046
+    cc -Iold old/*.c old/examples/minimal.c $(pkg-config --cflags --libs gio-2.0 gio-unix-2.0) -o minimal_1 ||
+        fail "the older library cannot be built"
+    check "C of protocol 1" ./minimal_1 "$assistant"
+    check "C of protocol 1 without a bus" "${without_bus[@]}" ./minimal_1 "$assistant"
+fi
 if [[ -z ${ORVANEDGA_SANITIZE:-} ]]; then
     check Python python3 "$examples/minimal.py" "$assistant"
     if command -v node > which.txt; then
@@ -65,6 +90,7 @@ if command -v xdg-dbus-proxy > which.txt; then
     xdg-dbus-proxy --fd=9 "$DBUS_SESSION_BUS_ADDRESS" "$PWD/filtered" --filter "${policy[@]}" &
     read -r -n 1 -t 10 _ <&9 || fail "the filtering proxy does not start"
     check "C behind a filter" env DBUS_SESSION_BUS_ADDRESS="unix:path=$PWD/filtered" ./minimal "$assistant"
+    hears env DBUS_SESSION_BUS_ADDRESS="unix:path=$PWD/filtered" ./outcome "$assistant"
     ! log_says 'no session bus' || fail "the assistant does not reach the filtered bus"
     ! log_says 'refuses our name' || fail "the filter refuses the assistant's name"
 fi

@@ -1,7 +1,7 @@
 # A report through a proxy that wants a password, which lies in the keyring; it never goes there as it is (Digest).
 . "$(dirname "$0")/windows.sh"
 . "$tests/proxy_parts.sh"
-start_squid digest
+start_squid digest digest_file_auth
 start_keyring
 gdbus wait --session --timeout "$PATIENCE" org.freedesktop.secrets || fail "no keyring"
 store_password "$locked_port" secret

@@ -1,4 +1,4 @@
-# For proxies.sh: the real parts around an upload, each on a port of its own, and what is expected of one.
+# For the tests of proxies: the real parts around an upload, each on a port of its own, and what is expected of one.
 export GSETTINGS_BACKEND=keyfile
 mkdir -p "$HOME/.config" scripts arrived
 proxy_log=$PWD/squid/access.log
@@ -11,25 +11,26 @@ free_port() {
 
 listens() { [[ -n $(ss -Hltn "sport = :$1") ]]; }
 
-# One port for everybody, one for who knows the password; with "digest" as argument squid offers Digest as well,
-# and the password is good for that only. As root squid changes to a user of its own. Its shared
-# memory is called after the service.
+# start_squid [SCHEME [HELPER ARGUMENT...]]: one port for everybody, one for who knows the password; with a scheme
+# squid offers that as well, and the password is not good for Basic any more. As root squid changes to a user
+# of its own. Its shared memory is called after the service.
 start_squid() {
     open_port=$(free_port)
     while locked_port=$(free_port) && [[ $locked_port == "$open_port" ]]; do :; done
     open_proxy=127.0.0.1:$open_port locked_proxy=127.0.0.1:$locked_port
     chmod 711 .
-    local digest=
+    local scheme=${1:-} better=
+    rm -rf squid
     mkdir -m 777 squid
-    printf 'me:%s\n' "$(openssl passwd -apr1 "secret${1:-}")" > squid/users
+    printf 'me:%s\n' "$(openssl passwd -apr1 "secret$scheme")" > squid/users
     printf 'me:test:%s\n' "$(printf me:test:secret | md5sum | cut -d' ' -f1)" > squid/digests
     chmod 644 squid/users squid/digests
-    [[ ${1:-} != digest ]] || digest="auth_param digest program $(squid_helper digest_file_auth) -c $PWD/squid/digests
-auth_param digest realm test"
+    [[ -z $scheme ]] || better="auth_param $scheme program $(squid_helper "$2") ${*:3}"
+    [[ $scheme != digest ]] || better+=" -c $PWD/squid/digests"$'\nauth_param digest realm test'
     cat > squid/squid.conf << CONFIGURATION
 http_port 127.0.0.1:$open_port name=open
 http_port 127.0.0.1:$locked_port name=locked
-$digest
+$better
 auth_param basic program $(squid_helper basic_ncsa_auth) $PWD/squid/users
 auth_param basic realm test
 acl open myportname open

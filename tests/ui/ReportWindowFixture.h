@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QImage>
 #include <QLabel>
 #include <filesystem>
 #include <fstream>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
+#include "DGAMonitor/DGACoreWindowServices.h"
 #include "DGAMonitor/Report/DGAReportGenerator.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/View/SendReport/Controller/DGAProblemReportingWindowController.h"
@@ -51,6 +53,27 @@ protected:
         record().language.set("English");
         record().confID.set("123");
         record().userID.set("7");
+        DGAReportGenerator::Tools tools;
+        tools.run = [this](const platform::Task& task) {
+            { const std::lock_guard<std::mutex> wait(zip); }
+            packed.insert(packed.end(), task.arguments.begin() + 2, task.arguments.end());
+            std::ofstream(task.arguments.at(1) + ".zip") << "archive";
+            platform::TaskResult result;
+            result.started = true;
+            result.reason = platform::TaskResult::kExited;
+            result.exitStatus = zipStatus;
+            return result;
+        };
+        tools.systemProfile = [](const auto&, const auto&) {};
+        tools.screenshot = [this](const std::string& path) {
+            QImage picture(640, 400, QImage::Format_RGB32);
+            picture.fill(Qt::darkGreen);
+            picture.save(QString::fromStdString(path));
+            return pictureFault;
+        };
+        tools.crashRecord = [](const auto&, const auto&) { return std::vector<platform::CoredumpModule>(); };
+        tools.saveTime = [] { return "20240315_143025"; };
+        DGAApplicationWindows::sharedWindows().setServices(std::make_shared<DGACoreWindowServices>(tools));
         DGAApplicationWindows::sharedWindows().uploadWindowCtrl = upload;
     }
     void TearDown() override {
@@ -67,24 +90,9 @@ protected:
     static DGASessionRecord& record() { return DGASessionRecord::sharedRecord(); }
 
     void make() {
-        DGAReportGenerator::Tools tools;
-        tools.run = [this](const platform::Task& task) {
-            { const std::lock_guard<std::mutex> wait(zip); }
-            std::ofstream(task.arguments.at(1) + ".zip") << "archive";
-            platform::TaskResult result;
-            result.started = true;
-            result.reason = platform::TaskResult::kExited;
-            result.exitStatus = zipStatus;
-            return result;
-        };
-        tools.systemProfile = [](const auto&, const auto&) {};
-        tools.screenshot = [](const auto&) { return ""; };
-        tools.crashRecord = [](const auto&, const auto&) {};
-        tools.saveTime = [] { return "20240315_143025"; };
         controller =
             std::make_shared<DGAProblemReportingWindowController>(DGAProblemReportingWindowController::Parts{
-                [tools] { return std::make_shared<DGAReportGenerator>(tools); },
-                [this](const ReportMail& mail, const auto& composed) {
+                {}, [this](const ReportMail& mail, const auto& composed) {
                     mails.push_back(mail);
                     composed(hasMailProgram);
                 }});
@@ -132,6 +140,8 @@ protected:
     static constexpr char kArchive[] = "/tmp/orvdga/123_7_20240315_143025.zip";
 
     int zipStatus = 0;
+    std::string pictureFault;
+    std::vector<std::string> packed;  ///< what zip was given
     bool hasMailProgram = true;
     std::mutex zip;
     std::unique_ptr<std::lock_guard<std::mutex>> gate;

@@ -6,10 +6,14 @@
 #include <QClipboard>
 #include <QElapsedTimer>
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QPointer>
+#include <QTreeWidget>
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <thread>
 
+#include "DGAMonitor/Report/DGAKeptReports.h"
 #include "DGAMonitor/Session/DGASessionTelemetry.h"
 #include "DGAMonitor/Session/DGATelemetryManager.h"
 #include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
@@ -47,6 +51,8 @@ protected:
         EXPECT_TRUE(ui::waitUntil([&] { return !question() && controller->isVisible() != really; }));
         EXPECT_TRUE(really || ui::waitUntilActive(controller->window()));
     }
+    QTreeWidget* files() { return controller->window().findChild<QTreeWidget*>(); }
+    QWidget* thumbnail() { return controller->window().findChild<QWidget*>("_thumbnailBtn"); }
     std::string notice() { return find<DGANoticeLine>("_noticeV").text().toStdString(); }
     DGAButton& noticeButton() { return *find<DGANoticeLine>("_noticeV").findChild<DGAButton*>(); }
     void fillIn() {
@@ -350,6 +356,137 @@ TEST_F(ProblemReportingWindowTest, SaveMovesTheArchiveToWhereTheUserSays) {
     EXPECT_TRUE(std::filesystem::exists("/tmp/target/other.zip"));
 }
 
+TEST_F(ProblemReportingWindowTest, WhatIsListedIsWhatIsPacked) {
+    const std::string log = std::string(std::getenv("HOME")) + "/client.log";
+    std::ofstream(log) << "what the client did";
+    record().logFileName.set(log);
+    record().uploadURL.set("https://reports.example.com/upload.do");
+    record().userEmail.set("asa@example.com");
+    open();
+    fillIn();
+    ui::click(find<QWidget>("_contentsBtn"));
+    ASSERT_TRUE(ui::waitUntil([this] { return files() && thumbnail() && thumbnail()->isVisible(); }));
+    ASSERT_TRUE(ui::waitUntilActive(*files()->window()));
+    ui::takePicture("contents");
+    const auto texts = files()->window()->findChildren<QLabel*>();
+    const auto says = [&](const QString& text) {
+        return std::any_of(texts.begin(), texts.end(),
+                           [&](const QLabel* label) { return label->text() == text; });
+    };
+    EXPECT_TRUE(says("These files will be sent to reports.example.com:"));
+    EXPECT_TRUE(says("Email: asa@example.com"));
+    auto* const row = files()->findItems("client.log", Qt::MatchExactly).value(0);
+    ASSERT_TRUE(row);
+    EXPECT_EQ(row->text(1), "Meeting program log");
+    EXPECT_EQ(row->text(2), QString("1\u00a0kB"));
+    auto* const summary = files()->findItems("orvdga_report.json", Qt::MatchExactly).value(0);
+    EXPECT_FALSE(summary->flags() & Qt::ItemIsUserCheckable);
+
+    files()->setCurrentItem(row);
+    files()->setFocus();
+    ui::press("Return");
+    QPlainTextEdit* text = nullptr;
+    EXPECT_TRUE(ui::waitUntil(
+        [&] { return (text = files()->window()->findChild<QPlainTextEdit*>()) && text->isVisible(); }));
+    EXPECT_EQ(text->toPlainText(), "what the client did");
+    EXPECT_TRUE(text->isReadOnly());
+    ui::press("Escape");
+    ASSERT_TRUE(ui::waitUntilActive(*files()->window()));
+    ui::press("space");
+    EXPECT_EQ(row->checkState(0), Qt::Unchecked);
+    ui::press("Escape");
+    EXPECT_TRUE(ui::waitUntil([this] { return !files(); }));
+    EXPECT_TRUE(ui::waitUntilActive(controller->window()));
+
+    std::ofstream("/tmp/orvgpc.ovt") << "came later";
+    ui::press("ctrl+Return");
+    ASSERT_EQ(upload->asked.size(), 1U);
+    const DGAReportOptions& options = std::get<0>(upload->asked[0]);
+    EXPECT_THAT(options.without, ElementsAre("client.log"));
+    bool ended = false;
+    const auto maker = DGAApplicationWindows::sharedWindows().services().makeReportMaker();
+    maker->startGenerateReportIfScreenShot(options, [&] { platform::performOnMain([&] { ended = true; }); });
+    EXPECT_TRUE(ui::waitUntil([&] { return ended; }));
+    EXPECT_THAT(packed, testing::Contains(testing::EndsWith("orvdga_screenshot_20240315_143025.png")));
+    EXPECT_THAT(packed, testing::Not(testing::Contains(testing::AnyOf(testing::EndsWith("client.log"),
+                                                                      testing::EndsWith("orvgpc.ovt")))));
+    std::filesystem::remove("/tmp/orvgpc.ovt");
+    record().logFileName.set(std::nullopt);
+}
+
+TEST_F(ProblemReportingWindowTest, AListOfFiftyFilesOpensAtOnceAndDropsWhatIsNotSent) {
+    const std::string folder = std::string(std::getenv("HOME")) + "/Library/Logs/KT";
+    std::filesystem::create_directories(folder);
+    for (int i = 0; i < 50; ++i)
+        std::ofstream(folder + "/app" + std::to_string(i) + ".log") << std::string(20000, 'x');
+    record().serviceType = 10;
+    open();
+    ui::runFor(300ms);
+    QElapsedTimer clock;
+    clock.start();
+    find<QAbstractButton>("_contentsBtn").click();
+    ASSERT_TRUE(ui::waitUntil([this] { return files() && files()->isVisible(); }));
+    const auto opened = clock.elapsed();
+    EXPECT_GE(files()->topLevelItemCount(), 51);
+    RecordProperty("open_list_milliseconds", std::to_string(opened));
+    EXPECT_LT(opened, ui::isSanitized() ? 2000 : 100);
+    const auto gatherings = [] {
+        return std::count_if(std::filesystem::directory_iterator("/tmp/orvdga"), {}, [](const auto& entry) {
+            return entry.path().filename().string().starts_with(".packing_");
+        });
+    };
+    EXPECT_EQ(gatherings(), 1);
+    controller->close();
+    EXPECT_TRUE(ui::waitUntil([&] { return gatherings() == 0; }));
+    std::filesystem::remove_all(folder);
+}
+
+TEST_F(ProblemReportingWindowTest, OffersReportsThatHaveNotBeenSent) {
+    const DGAKeptReports store;
+    for (const char* const number : {"1_2_20260102_030405", "1_2_20260102_030406"}) {
+        const std::string archive = std::string("/tmp/orvdga/") + number + ".zip";
+        std::filesystem::create_directories("/tmp/orvdga");
+        std::ofstream(archive) << number;
+        DGAKeptReports::Report report;
+        report.description = number;
+        report.category = 3;
+        report.time = number == std::string("1_2_20260102_030405") ? "2026-11-20T10:15:00+00:00"
+                                                                   : "2026-11-21T10:15:00+00:00";
+        EXPECT_TRUE(store.keep(archive, report));
+    }
+    open();
+    auto& kept = find<DGANoticeLine>("_keptV");
+    const auto says = [&] { return kept.text().toStdString(); };
+    EXPECT_TRUE(ui::waitUntil([&] {
+        return says() == "A report from 21 November 2026 10:15 has not been sent.";
+    })) << says();
+    ui::takePicture("kept");
+    ui::click(*kept.findChild<DGAButton*>());
+    ASSERT_EQ(upload->asked.size(), 1U);
+    const DGAReportOptions options = std::get<0>(upload->asked[0]);
+    EXPECT_EQ(options.kept, "1_2_20260102_030406");
+    EXPECT_EQ(std::get<1>(upload->asked[0]), "1_2_20260102_030406");
+    EXPECT_EQ(std::get<2>(upload->asked[0]), 3);
+    EXPECT_EQ(says(), "A report from 20 November 2026 10:15 has not been sent.");
+    ui::click(*kept.findChildren<DGAButton*>().value(1));
+    ASSERT_TRUE(ui::waitUntil([this] { return question() != nullptr; }));
+    ui::press("Left Return");
+    EXPECT_TRUE(ui::waitUntil([&] { return store.reports().size() == 1; }));
+    EXPECT_EQ(says(), "");
+
+    struct Told final : DGAReportGeneratorDelegate {
+        void reportFileGeneratedAt(const std::string& path) override { archive = path + ".zip"; }
+        std::string archive;
+    };
+    const auto told = std::make_shared<Told>();
+    const auto maker = DGAApplicationWindows::sharedWindows().services().makeReportMaker();
+    maker->setDelegate(told);
+    maker->startGenerateReportIfScreenShot(options, {});
+    EXPECT_TRUE(ui::waitUntil([&] { return !told->archive.empty(); }));
+    EXPECT_EQ(told->archive, store.archivePath(options.kept));
+    store.remove(options.kept);
+}
+
 TEST_F(ProblemReportingWindowTest, MayBeClosedOrReleasedWhileAReportIsMade) {
     record().enableSendReport = false;
     const auto start = [this](DGAButton& button) {
@@ -442,19 +579,20 @@ TEST_F(ProblemReportingWindowTest, IsUsedWithTheKeyboardAlone) {
     fillIn();
     field().setFocus();
     std::vector<std::string> visited;
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i < 9; ++i) {
         const QWidget* const focus = QApplication::focusWidget();
         ASSERT_TRUE(focus);
         const QString name = focus->objectName();
         visited.push_back(name.isEmpty() ? focus->metaObject()->className() : name.toStdString());
-        EXPECT_FALSE(focus->accessibleName().isEmpty() && !qobject_cast<const DGAButton*>(focus))
+        EXPECT_FALSE(focus->accessibleName().isEmpty() && !qobject_cast<const QPushButton*>(focus))
             << visited.back();
         ui::press("Tab");
     }
-    EXPECT_THAT(visited, ElementsAre("_textField", "LarimoDropdownBox", "_fullBtn", "_sysInfoBtn",
-                                     "DGAMouseTrackingButton", "_cancelBtn", "_saveBtn", "_sendBtn"));
+    EXPECT_THAT(visited,
+                ElementsAre("_textField", "LarimoDropdownBox", "_fullBtn", "_sysInfoBtn",
+                            "DGAMouseTrackingButton", "_contentsBtn", "_cancelBtn", "_saveBtn", "_sendBtn"));
     EXPECT_EQ(QApplication::focusWidget(), &field()) << "and around";
-    for (int i = 0; i < 8; ++i)
+    for (int i = 0; i < 9; ++i)
         ui::press("shift+Tab");
     EXPECT_EQ(QApplication::focusWidget(), &field()) << "and back";
 

@@ -203,11 +203,13 @@ TEST_F(UploadWindowTest, EachStatusOfTheUploaderIsShown) {
         std::vector<int32_t> statuses;
         std::string expected;
     } cases[] = {
-        {{10, 14, 15, 21, -1}, kConnecting + "[Cancel]"},
+        {{10, 14, 15, 99, -1}, kConnecting + "[Cancel]"},
         {{11}, kConnecting + "[Cancel]"},
         {{12}, "!The report could not be prepared|" + kWarning + kNumber + kAllButtons},
         {{13}, kConnected + "*Uploading report… (0%)|[Cancel]"},
         {{16}, "+Report prepared|!Can't connect to the server.|" + kWarning + kNumber + kAllButtons},
+        {{21},
+         "+Report prepared|!" + shown(kTextCertificateInvalid) + "|" + kWarning + kNumber + kAllButtons},
         {{15, 17}, kConnected + "*Uploading report… (0%)|[Cancel]"},
         {{16, 18},
          "+Report prepared|!Can't connect to the server.|!" + shown(kTextSentToServerTimeOut) + "|" +

@@ -116,7 +116,7 @@ std::shared_ptr<DGAReportGenerator> generatorThatWaits(std::mutex& ready) {
     };
     tools.systemProfile = [](const auto&, const auto&) {};
     tools.screenshot = [](const auto&) { return ""; };
-    tools.crashRecord = [](const auto&, const auto&) {};
+    tools.crashRecord = [](const auto&, const auto&) { return std::vector<platform::CoredumpModule>(); };
     tools.saveTime = [] { return "20260102_030405"; };
     return std::make_shared<DGAReportGenerator>(tools);
 }

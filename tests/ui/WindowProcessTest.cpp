@@ -113,6 +113,25 @@ TEST_F(WindowProcessTest, AProgramThatDiesAnswersThePromptAndIsStartedAgain) {
     }
 }
 
+TEST_F(WindowProcessTest, WhatWasTypedOutlivesTheProgram) {
+    const auto draft = [] { return windows().services().draft().description; };
+    const auto report = windows().makeProblemReportingWindow();
+    report->showPRWindow();
+    ASSERT_TRUE(eventually(isOnScreen));
+    shell(
+        "xdotool search --sync --onlyvisible --name 'Problem Reporting' windowfocus --sync type 'no sound'");
+    EXPECT_TRUE(eventually([&] { return draft() == "no sound"; })) << draft();
+    complaint([&] {
+        shell("pkill -KILL -P " + std::to_string(getpid()) + " orvanedga-windo");
+        EXPECT_TRUE(eventually([&] { return !report->isVisible(); }));
+    });
+    report->showPRWindow();
+    ASSERT_TRUE(eventually(isOnScreen));
+    shell("xdotool search --sync --onlyvisible --name 'Problem Reporting' windowfocus --sync type ' at all'");
+    EXPECT_TRUE(eventually([&] { return draft() == "no sound at all"; })) << draft();
+    report->close();
+}
+
 TEST_F(WindowProcessTest, WithoutAProgramOrADisplayNobodyWaits) {
     const std::string display = getenv("DISPLAY");
     unsetenv("DISPLAY");

@@ -2,8 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <vector>
+
+#include "platform/CoredumpModules.h"
+#include "platform/ElfNotes.h"
 
 namespace {
 
@@ -62,6 +68,65 @@ TEST(CoredumpRecordTest, RefusesWhatIsNoRecord) {
                                 "PID: ../x\nSignal: 11\nTimestamp: 2024-03-15 14:30:25\n",
                                 "PID: 4711\nTimestamp: 2024-03-15 14:30:25\n", "PID: ", ": : :\n"})
         EXPECT_FALSE(CoredumpRecord::parse(listing)) << listing;
+}
+
+TEST(CoredumpModulesTest, KnowsTheModulesOfTheStack) {
+    // Of two crashes, the way that two generations of the service tell; one of them in full.
+    const std::string id(40, 'a');
+    const auto record = CoredumpRecord::parse(
+        std::string(kListing) +
+        "\n           PID: 4712 (convexa)\n        Signal: 6 (ABRT)\n"
+        "     Timestamp: Sat 2024-03-16 09:00:00 CET (1s ago)\n"
+        "       Message: Process 4712 (convexa) of user 1000 dumped core.\n"
+        "                Module libunused.so from deb unused-1.0-1.amd64\n"
+        "                Module libstdc++.so.6 from deb gcc-12-12.2.0-14.amd64\n"
+        "                Module /opt/convexa/lib/libav.so with build-id " +
+        id +
+        "\n"
+        "                Module convexa, build-id=" +
+        id +
+        "\n"
+        "                Module libodd.so from deb odd-native-1.0.arm64\n"
+        "                Stack trace of thread 4712:\n"
+        "                #0  0x00007f1d5b2a9e3c (a, b)::c(int) (libstdc++.so.6 + 0x8ae3c)\n"
+        "                #1  0x00007f1d5b2a9e3c n/a (/opt/convexa/lib/libav.so + 0x1)\n"
+        "                #2  0x00007f1d5b2a9e3c n/a (libodd.so + 0x1)\n"
+        "                #3  0x00007f1d5b2a9e3c main (convexa + 0x1)\n"
+        "                #4  0x00007f1d5b2a9e3c start (convexa + 0x2)\n"
+        "                #5  broken\n");
+    ASSERT_TRUE(record);
+    EXPECT_EQ(record->modules, (std::vector<platform::CoredumpModule>{{"libstdc++.so.6", "", "12.2.0-14"},
+                                                                      {"/opt/convexa/lib/libav.so", id, ""},
+                                                                      {"libodd.so", "", "1.0"},
+                                                                      {"convexa", id, ""}}));
+}
+
+TEST(CoredumpModulesTest, CompletesThemFromTheirFiles) {
+    const std::string self = std::filesystem::read_symlink("/proc/self/exe");
+    const auto own = platform::ElfNotes::ofFile(self);
+    ASSERT_TRUE(own);
+    FILE* const output = popen(("readelf -n '" + self + "' | sed -n 's/.*Build ID: //p'").c_str(), "r");
+    char line[256] = "";
+    ASSERT_TRUE(output && std::fgets(line, sizeof line, output));
+    pclose(output);
+    EXPECT_EQ(own->buildId + "\n", line);
+
+    const std::vector<platform::CoredumpModule> before{{"report_log_tests", "", ""},
+                                                       {"report_log_tests", "ab", "1"},
+                                                       {"libc.so.6", "", "2"},
+                                                       {"none.so", "", ""}};
+    auto modules = before;
+    platform::completeModules(modules, self, std::time(nullptr));
+    EXPECT_EQ(modules[0].buildId, own->buildId);
+    EXPECT_EQ(modules[1], before[1]) << "another one of that name crashed";
+    EXPECT_EQ(modules[2].buildId.size(), 40U);
+    EXPECT_EQ(modules[2].version, "2");
+    EXPECT_EQ(modules[3], before[3]);
+    modules = before;
+    platform::completeModules(modules, self, 1);
+    EXPECT_EQ(modules, before) << "changed since";
+    for (const char* const file : {"/dev/null", "/etc/passwd", "/nonexistent", "/tmp"})
+        EXPECT_FALSE(platform::ElfNotes::ofFile(file)) << file;
 }
 
 // The service's answer is recorded; it comes late, and only while the service is seen at work.

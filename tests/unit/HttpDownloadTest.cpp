@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 
+#include "DGAUpload/logic/CTraceUpload.h"
 #include "DGAUpload/logic/webaccess/CFNetworkHTTPDownload.h"
 #include "platform/RunLoop.h"
 #include "support/ScriptedServer.h"
@@ -562,6 +563,38 @@ TEST(HttpReadStream, AcceptsAnyCertificateOnlyWhenTold) {
     const auto moved = fetch(plain.url("/x"), {});
     EXPECT_EQ(moved.body, "secret");
     EXPECT_EQ(moved.url, tls.url("/moved"));
+}
+
+TEST(CTraceUpload, FollowsTheAdministratorsRules) {
+    ScriptedServer server({{ok("secret")}});
+    const TlsFront tls(server.port());
+    ScriptedServer plain({{ScriptedServer::reply(
+        "301 Moved", "", "Location: http://localhost:" + std::to_string(server.port()) + "/\r\n")}});
+    std::ofstream("/tmp/report.zip") << "report";
+    const auto onlyThisAddress = [](const std::string& host) { return host == "127.0.0.1"; };
+    const struct {
+        std::string url;
+        CNetworkDownload::Rules rules;
+        int32_t status;
+    } rows[] = {
+        {tls.url("/x?"), {{}, true}, CTraceUpload::kStatusUntrusted},
+        {tls.url("/x?"), {onlyThisAddress, false}, CTraceUpload::kStatusQueryFailed},  // its answer is no XML
+        {"http://localhost:" + std::to_string(server.port()) + "/x?",
+         {onlyThisAddress, false},
+         CTraceUpload::kStatusForbidden},
+        {"http://127.0.0.1@localhost/x?", {onlyThisAddress, false}, CTraceUpload::kStatusForbidden},
+        {plain.url("/x?"), {onlyThisAddress, false}, CTraceUpload::kStatusForbidden},
+    };
+    for (const auto& row : rows) {
+        CTraceUpload upload;
+        upload.setRules(row.rules);
+        ASSERT_TRUE(upload.preparingReport(row.url, "/tmp/report.zip"));
+        upload.queryAndUploadToSever();
+        for (int i = 0; i < 1000 && upload.m_status == CTraceUpload::kStatusConstructed; ++i)
+            RunLoop::current().runFor(10ms);
+        EXPECT_EQ(upload.m_status, row.status) << row.url;
+    }
+    EXPECT_EQ(server.requests().size(), 1U) << "of the one that may ask";
 }
 
 TEST(HttpReadStream, TakesTheProxyOfTheUrlsScheme) {

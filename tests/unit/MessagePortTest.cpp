@@ -51,6 +51,12 @@ public:
         // Blocks until everything is taken, or the other end is closed.
         ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     }
+    std::string receive(size_t length) const {
+        std::string bytes(length, '\0');
+        const ssize_t count = recv(socket_, bytes.data(), length, MSG_DONTWAIT);
+        bytes.resize(count > 0 ? static_cast<size_t>(count) : 0);
+        return bytes;
+    }
     bool isDisconnected() const {
         char byte = 0;
         const ssize_t count = recv(socket_, &byte, 1, MSG_DONTWAIT);
@@ -299,6 +305,31 @@ TEST(MessageListener, OneListenerAProcessAndOnlyUtf8Text) {
         RunLoop::current().runFor(10ms);
     EXPECT_EQ(sink.got, (std::vector<std::string>{"{}", "(none)", "grüße"}))
         << "the second listener's end must not cut off the first";
+}
+
+TEST_F(MessagePortTest, TellsThoseThatAreKeptInformed) {
+    const auto port = MessagePort::createLocal("told", [](MessagePort& asked, int32_t id, auto) {
+        if (id == 1)
+            asked.keepInformed(2, "hello");
+    });
+    port->schedule(RunLoop::main());
+    const Peer informed(port->path());
+    const Peer other(port->path());
+    const Peer deaf(port->path());
+    informed.send(frame("", 1) + frame("", 1));
+    deaf.send(frame("", 1));
+    other.send(frame("", 3));
+    RunLoop::main().runFor(50ms);
+    port->tell(4, "news");
+    // What it does not read is lost to it, and to nobody else.
+    for (int i = 0; i < 100; ++i)
+        port->tell(5, std::string(60000, 'x'));
+    EXPECT_EQ(informed.receive(frame("hello", 2).size() + frame("news", 4).size()),
+              frame("hello", 2) + frame("news", 4));
+    EXPECT_EQ(other.receive(1), "");
+    other.send(frame("", 3));
+    RunLoop::main().runFor(10ms);
+    EXPECT_FALSE(other.isDisconnected());
 }
 
 }  // namespace

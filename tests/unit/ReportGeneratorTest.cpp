@@ -103,6 +103,8 @@ protected:
         };
         tools_.crashRecord = [this](const std::string& processId, const std::string& prefix) {
             crashes_.push_back(processId + " " + prefix);
+            return std::vector<platform::CoredumpModule>{{"libc.so.6", "ab12", "2.36-9"},
+                                                         {"convexa", "", ""}};
         };
         tools_.run = [this](const platform::Task& task) {
             EXPECT_EQ(task.program, "/usr/bin/zip");
@@ -195,6 +197,35 @@ TEST_F(ReportGeneratorRunTest, TheMeetingServicePacksWhatIsAskedFor) {
                 << "a second run";
         }
     }
+}
+
+TEST_F(ReportGeneratorRunTest, WhatThePolicyForbidsIsNotEvenMade) {
+    const auto never = [](const char* key) {
+        return platform::AdministratorFile::Entry{"Report", key, "never"};
+    };
+    tools_.policy = [never] {
+        return DGAPolicy({platform::AdministratorFile::State::read,
+                          {},
+                          {never("ScreenCapture"), never("SystemProfile"), never("CrashReports")}});
+    };
+    tools_.screenshot = [](const std::string&) { return ADD_FAILURE(), ""; };
+    tools_.systemProfile = [](const std::string&, const std::string&) { ADD_FAILURE(); };
+    record().pID.set("4711");
+    write(crash_);
+    write(home + "/Library/Logs/DiagnosticReports/Tellan Orvane Meetings_1.any");
+    const std::string tools = std::string("/tmp/orvdga/orvanedga_orvaneapp_") + kTime;
+    for (const auto& [service, archive, leftOut] :
+         {std::tuple{kHV, kArchive, size_t{3}}, std::tuple{kKT, tools, size_t{2}}}) {
+        generate({.screenShot = true, .systemInfo = true, .crashLog = true, .serviceType = service});
+        for (const auto& name : namesInArchive(archive + ".zip"))
+            EXPECT_THAT(always_, testing::Contains(name));
+        const auto summary = summaryOf(archive + ".zip");
+        EXPECT_EQ(summary["leftOut"].size(), leftOut) << summary;
+        EXPECT_EQ(summary["policy"].size(), 3U);
+        EXPECT_EQ(summary["policy"][0],
+                  (nlohmann::json{{"key", "[Report] ScreenCapture"}, {"value", "never"}}));
+    }
+    EXPECT_TRUE(crashes_.empty());
 }
 
 TEST_F(ReportGeneratorRunTest, TheDesktopToolsPackTheirFoldersWhole) {
@@ -404,6 +435,10 @@ TEST_F(ReportGeneratorRunTest, ACrashIsWrittenDownOnlyIfThereMayBeOne) {
     EXPECT_THAT(namesInArchive(kArchive + ".zip"), testing::Contains("Convexa_1.crash"))
         << "after a crash, whoever asks";
     EXPECT_EQ(crashes_, Paths{"4711 Convexa_"});
+    const auto modules = summaryOf(kArchive + ".zip")["modules"];
+    EXPECT_EQ(modules,
+              (nlohmann::json::parse(R"([{"name": "libc.so.6", "buildId": "ab12", "version": "2.36-9"},
+                                                  {"name": "convexa"}])")));
 }
 
 TEST_F(ReportGeneratorRunTest, ARunOutlivesTheOwnerOfItsGenerator) {

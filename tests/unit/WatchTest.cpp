@@ -248,6 +248,19 @@ TEST_F(WatchTest, CountsAPromptThatCannotBeShown) {
     EXPECT_EQ(generator->requests.size(), 1U) << "the watch goes on";
 }
 
+TEST_F(WatchTest, AsksNobodyWhereThePolicyForbidsIt) {
+    auto forbidding = parts();
+    forbidding.policy = [] {
+        return DGAPolicy(
+            {platform::AdministratorFile::State::read, {}, {{"Watch", "FreezePrompt", "never"}}});
+    };
+    const size_t before = record().events.all().size();
+    DGAHeartBeatCheckTool tool(std::move(forbidding));
+    tick(tool, 200);
+    EXPECT_EQ(factory->prompts, 0);
+    EXPECT_EQ(record().events.all().size(), before + 2) << "the freeze is told all the same";
+}
+
 TEST_F(WatchTest, SilenceCountsOnlyWhileHeartbeatsCanArrive) {
     DGAHeartBeatCheckTool tool(parts());
     tick(tool, 90);

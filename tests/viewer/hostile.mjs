@@ -42,6 +42,7 @@ export const summarised = () => zip([[TRACE, [record("39,1,1,clientversion,0,43.
   ["orvdga_report.json", JSON.stringify({ formatVersion: 1, number: "5_6_20261121_100500", assistant: { name: "Orvane DGA", version: "0.2" }, client: { version: "43.6", service: "meeting" },
     started: "2026-11-21T10:00:00-05:00", packed: "2026-11-21T10:05:00-05:00", description: "It hung\nagain", category: { number: 3, name: "Audio" }, requested: { screenshot: true },
     files: [], leftOut: [{ name: "meeting.log", reason: "it is a link" }], memoryAvailable: 200e6,
+    policy: [{ key: "[Report] SystemProfile", value: "never" }], modules: [{ name: "libmedia.so", buildId: "58254ca972", version: "1.2-3" }, { name: "convexa" }],
     events: [{ time: "2026-11-21T15:03:30Z", kind: "freeze" }, { time: "2026-11-21T10:03:40-05:00", kind: "wait" }, { time: "2026-11-21T10:04:00-05:00", kind: "upload", detail: "sent" }] })]]);
 
 export const hostile = {

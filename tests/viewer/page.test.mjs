@@ -102,10 +102,13 @@ test("the summary tells what the user said, how it ended, and the zone", async (
   writeFileSync("5_6_20261121_100500.zip", summarised());
   await choose([join(process.cwd(), "5_6_20261121_100500.zip")]);
   const facts = await text(".facts");
-  for (const part of ["It hung\nagain", "Audio", "Orvane DGA 0.2", "meeting 43.6", "UTC−05:00", "froze at 10:03:30; the user chose to wait", "meeting.log (it is a link)", "the screen capture that was asked for"]) {
+  for (const part of ["It hung\nagain", "Audio", "Orvane DGA 0.2", "meeting 43.6", "UTC−05:00", "froze at 10:03:30; the user chose to wait", "meeting.log (it is a link)", "[Report] SystemProfile=never", "the screen capture that was asked for"]) {
     assert.ok(facts.includes(part), `${part} in ${facts}`);
   }
   assert.match(await text(".findings"), /Only 200 MB of memory/);
+  await page.click("#tab-3");
+  assert.match(await text("#other"), /libmedia\.so\s+1\.2-3\s+58254ca972/);
+  await page.click("#tab-0");
   assert.ok(await page.$('.mark.upload[aria-label="10:04:00 upload: sent"]'));
   const lines = execFileSync("orvane-report", ["--jsonl", "5_6_20261121_100500.zip"], { encoding: "utf8" });
   assert.match(lines, /"name":"category","text":"Audio"/);

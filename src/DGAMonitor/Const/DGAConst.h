@@ -58,6 +58,10 @@ inline constexpr std::string_view kDGANotificationKeepAlive = "ORVANE_DGA_KEEP_A
 inline constexpr std::string_view kDGANotificationGenerateReport = "ORVANE_DGA_GENERATE_REPORT";
 inline constexpr std::string_view kDGANotificationAppExit = "ORVANE_DGA_APP_EXIT";
 inline constexpr std::string_view kDGANotificationAppReady = "ORVANE_DGA_APP_READY";
+inline constexpr std::string_view kDGANotificationReportResult = "ORVANE_DGA_REPORT_RESULT";
+
+/// The version of the client protocol, which the ready notification tells.
+inline constexpr int32_t kDGAProtocol = 2;
 
 /// Those from the client in the order of their ids on the message port, where a client without a bus sends
 /// them, and the first id.
@@ -65,3 +69,6 @@ inline constexpr std::array kDGAPortNotifications = {
     kDGANotificationPassingJsonData, kDGANotificationKeepAlive, kDGANotificationGenerateReport,
     kDGANotificationGenerateReportAndExit, kDGANotificationAppExit};
 inline constexpr int32_t kDGAFirstPortNotificationID = 0x4F564401;
+/// And those to such a client.
+inline constexpr int32_t kDGAPortReadyID = 0x4F564481;
+inline constexpr int32_t kDGAPortReportResultID = 0x4F564482;

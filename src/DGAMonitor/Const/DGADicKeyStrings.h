@@ -1,9 +1,16 @@
 #pragma once
 
-// Keys of the session parameters that the client sends. The spelling of "enableTelementry",
-// "enableAccompnyDGA" and "smacTimestap" is the client's.
+// Keys of the session parameters that the client sends, and of what it is told. The spelling of
+// "enableTelementry", "enableAccompnyDGA" and "smacTimestap" is the client's.
 
 inline constexpr char dDGAJsonDataKey[] = "DgaJsonData";
+
+// Of what the assistant tells the client.
+inline constexpr char dProtocolKey[] = "protocol";
+inline constexpr char dVersionKey[] = "version";
+inline constexpr char dReportNumberKey[] = "number";
+inline constexpr char dReportStateKey[] = "state";
+inline constexpr char dReportReasonKey[] = "reason";
 
 inline constexpr char dDGAServiceTypeKey[] = "serviceType";
 inline constexpr char dDGASignInStatusKey[] = "signInStatus";

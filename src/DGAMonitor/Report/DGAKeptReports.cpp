@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "DGAMonitor/Session/DGAReportResults.h"
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
 #include "platform/FileMove.h"
 #include "platform/HomePath.h"
@@ -21,7 +22,7 @@
 #include "support/ORVNLogger.h"
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(DGAKeptReports::Report, number, description, category,
-                                                serviceType, time, state)
+                                                serviceType, time, state, announced)
 
 namespace {
 
@@ -44,10 +45,14 @@ std::mutex& oneAtATime() {
     return mutex;
 }
 
+std::string textOf(const DGAKeptReports::Report& report) {
+    return nlohmann::json(report).dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
 }  // namespace
 
-DGAKeptReports::DGAKeptReports(std::string folder)
-    : folder_(folder.empty() ? stateFolder() : std::move(folder)) {}
+DGAKeptReports::DGAKeptReports(std::string folder, DGAPolicy policy)
+    : folder_(folder.empty() ? stateFolder() : std::move(folder)), policy_(std::move(policy)) {}
 
 std::string DGAKeptReports::numberOf(const std::string& archivePath) {
     return fs::path(archivePath).stem().string();
@@ -71,6 +76,10 @@ std::optional<std::string> DGAKeptReports::pathOf(const std::string& number) con
 
 bool DGAKeptReports::keep(const std::string& archive, Report report) const {
     const std::lock_guard<std::mutex> hold(oneAtATime());
+    if (policy_.keeps(kLongest) == std::chrono::hours(0)) {
+        logWarning("the report {} is not kept: the administrator's policy forbids it", archive);
+        return false;
+    }
     std::error_code failed;
     fs::create_directories(folder_, failed);
     fs::permissions(folder_, fs::perms::owner_all, failed);
@@ -83,8 +92,7 @@ bool DGAKeptReports::keep(const std::string& archive, Report report) const {
     }
     if (report.time.empty())
         report.time = dga_currentISODateString();
-    const auto text = nlohmann::json(report).dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
-    if (!folder || !folder->replaceFile(report.number + ".json", text)) {
+    if (!folder || !folder->replaceFile(report.number + ".json", textOf(report))) {
         logWarning("the report {} cannot be kept in {}", archive, folder_);
         return false;
     }
@@ -99,6 +107,7 @@ bool DGAKeptReports::keep(const std::string& archive, Report report) const {
         return false;
     }
     removeExcess();
+    DGAReportResults::sharedResults().tell({report.number, DGAReportState::kKept});
     return true;
 }
 
@@ -132,6 +141,32 @@ void DGAKeptReports::remove(const std::string& number) const {
     }
 }
 
+bool DGAKeptReports::hasAny() const {
+    const auto folder = PrivateFolder::openLast(folder_);
+    return folder && !folder->entries().empty();
+}
+
+void DGAKeptReports::tidy() const {
+    const std::lock_guard<std::mutex> hold(oneAtATime());
+    removeExcess();
+}
+
+void DGAKeptReports::discard(const std::string& number) const {
+    remove(number);
+    DGAReportResults::sharedResults().tell({number, DGAReportState::kDiscarded});
+}
+
+void DGAKeptReports::markAnnounced(const std::string& number) const {
+    const std::lock_guard<std::mutex> hold(oneAtATime());
+    const auto folder = PrivateFolder::openLast(folder_);
+    for (auto& report : reports()) {
+        if (report.number != number || !folder)
+            continue;
+        report.announced = true;
+        folder->replaceFile(number + ".json", textOf(report));
+    }
+}
+
 void DGAKeptReports::removeExcess() const {
     auto kept = reports();
     std::reverse(kept.begin(), kept.end());
@@ -144,7 +179,7 @@ void DGAKeptReports::removeExcess() const {
         bytes += static_cast<uintmax_t>(info.st_size);
         const auto age =
             std::chrono::system_clock::now() - std::chrono::system_clock::from_time_t(info.st_mtime);
-        if (++count > kMostReports || (count > 1 && bytes > kMostBytes) || age > kLongest)
+        if (++count > kMostReports || (count > 1 && bytes > kMostBytes) || age > policy_.keeps(kLongest))
             remove(report.number);
     }
 }

@@ -50,11 +50,6 @@ std::string archiveNamePrefix(int64_t serviceType) {
     return fmt::format("{}_{}_", idInName(record.confID.get()), idInName(record.userID.get()));
 }
 
-// Whoever asks: what a crash has left is the reason for the report.
-bool wantsCrashLogs(const DGAReportOptions& options) {
-    return options.crashLog || DGASessionRecord::sharedRecord().events.contains(DGASessionEventKind::crash);
-}
-
 bool isLeftOut(const DGAReportOptions& options, const std::string& name) {
     return std::find(options.without.begin(), options.without.end(), name) != options.without.end();
 }
@@ -87,18 +82,47 @@ DGAReportCollection::Tools DGAReportCollection::realTools(Tools tools) {
         };
     if (!tools.crashRecord)
         tools.crashRecord = [](const std::string& processId, const std::string& namePrefix) {
-            platform::writeCoredumpRecord(
+            return platform::writeCoredumpRecord(
                 processId, platform::expandTilde("~/Library/Logs/DiagnosticReports"), namePrefix);
         };
     if (!tools.saveTime)
         tools.saveTime = [] { return dga_transformToCurrentDateString(kDGAZipLogDateFormat); };
+    if (!tools.policy)
+        tools.policy = &DGAPolicy::current;
     return tools;
 }
 
 DGAReportCollection::DGAReportCollection(const Tools& tools)
     : tools_(tools),
       logCollector_(OrvLogCollectorConfigurator::orvLogCollector()),
-      sources_(kDGAReportSummaryName) {}
+      sources_(kDGAReportSummaryName) {
+    policy_ = tools_.policy();
+}
+
+DGAReportOptions DGAReportCollection::allowed(DGAReportOptions options) const {
+    options.screenShot = options.screenShot && policy_.allows(DGAPolicyKey::screenCapture);
+    options.systemInfo = options.systemInfo && policy_.allows(DGAPolicyKey::systemProfile);
+    return options;
+}
+
+// Whoever asks: what a crash has left is the reason for the report, and the desktop tools' have it always.
+bool DGAReportCollection::wantsCrashLogs(const DGAReportOptions& options) const {
+    const bool wanted = options.crashLog || serviceType_ == kDGAServiceTypeKT ||
+                        DGASessionRecord::sharedRecord().events.contains(DGASessionEventKind::crash);
+    return wanted && policy_.allows(DGAPolicyKey::crashReports);
+}
+
+// What was asked for and is not there without anything having failed.
+void DGAReportCollection::leaveOutForbidden(const DGAReportOptions& options, ReportSources& sources) const {
+    const auto leaveOut = [&](bool asked, DGAPolicyKey key, const char* kind) {
+        if (asked && !policy_.allows(key))
+            sources.leaveOut(kind, "the administrator's policy forbids it");
+    };
+    leaveOut(options.screenShot && serviceType_ != kDGAServiceTypeKT, DGAPolicyKey::screenCapture,
+             Kind::kScreenshot);
+    leaveOut(options.systemInfo, DGAPolicyKey::systemProfile, Kind::kSystemProfile);
+    leaveOut(options.crashLog, DGAPolicyKey::crashReports, Kind::kCrashReport);
+}
 
 std::shared_ptr<DGAReportCollection> DGAReportCollection::open(const DGAReportOptions& options,
                                                                const Tools& tools) {
@@ -107,11 +131,12 @@ std::shared_ptr<DGAReportCollection> DGAReportCollection::open(const DGAReportOp
     made->workspace_ = DGAReportWorkspace::open(archiveNamePrefix(options.serviceType), tools.saveTime());
     if (!made->workspace_)
         return nullptr;
+    made->number_ = made->workspace_->number();
     if (options.serviceType == kDGAServiceTypeKT)
         made->findToolsFiles();
     else
         made->findMeetingFiles();
-    if (wantsCrashLogs(options) || options.serviceType == kDGAServiceTypeKT)
+    if (made->wantsCrashLogs(options))
         for (const auto& report : made->crashLogs())
             made->sources_.add(report, Kind::kCrashReport);
     return made;
@@ -139,17 +164,19 @@ void DGAReportCollection::findToolsFiles() {
 }
 
 // One that is written only now joins, too. A client that has said goodbye has not crashed.
-void DGAReportCollection::findCrashLogs(const DGAReportOptions& options) {
+void DGAReportCollection::findCrashLogs(const DGAReportOptions& options, DGAReportSummary& summary) {
     const bool wanted = wantsCrashLogs(options);
+    logInfo("fetchFileDestinationPathWithOriginalArr {}", wanted ? "crash" : "normal");
+    if (!wanted)
+        return;
     const DGASessionRecord& record = DGASessionRecord::sharedRecord();
     const auto processId = record.pID.get();
     const bool isTools = serviceType_ == kDGAServiceTypeKT;
-    if (wanted && processId && !record.clientHasQuit)
-        tools_.crashRecord(*processId,
-                           isTools ? kDGAKTCrashLogPrefix : std::string(OrvMeetingCrashLogPrefix) + "_");
-    logInfo("fetchFileDestinationPathWithOriginalArr {}", wanted ? "crash" : "normal");
-    if (!wanted && !isTools)
-        return;
+    const bool isAsked = options.crashLog || record.events.contains(DGASessionEventKind::crash);
+    if (isAsked && processId && !record.clientHasQuit)
+        summary.modules = tools_.crashRecord(
+            *processId, isTools ? kDGAKTCrashLogPrefix : std::string(OrvMeetingCrashLogPrefix) + "_");
+    const std::lock_guard<std::mutex> hold(mutex_);
     for (const auto& report : crashLogs())
         sources_.add(report, Kind::kCrashReport);
 }
@@ -174,7 +201,9 @@ std::string DGAReportCollection::profilePath() const {
     return workspace_->pathOf(kDGASPXFileName);
 }
 
-void DGAReportCollection::complete(const DGAReportOptions& options) {
+void DGAReportCollection::complete(const DGAReportOptions& asked) {
+    const DGAReportOptions options = allowed(asked);
+    const std::lock_guard<std::mutex> wait(oneAtATime_);
     if (isUsedUp())
         return;
     if (options.systemInfo && !hasProfile_)
@@ -188,7 +217,8 @@ void DGAReportCollection::complete(const DGAReportOptions& options) {
 }
 
 void DGAReportCollection::retakePicture() {
-    if (!isUsedUp())
+    const std::lock_guard<std::mutex> wait(oneAtATime_);
+    if (!isUsedUp() && policy_.allows(DGAPolicyKey::screenCapture))
         takePicture();
 }
 
@@ -209,7 +239,8 @@ void DGAReportCollection::takePicture() {
     pictureFault_ = fault;
 }
 
-DGAReportContents DGAReportCollection::contents(const DGAReportOptions& options) const {
+DGAReportContents DGAReportCollection::contents(const DGAReportOptions& asked) const {
+    const DGAReportOptions options = allowed(asked);
     const std::lock_guard<std::mutex> hold(mutex_);
     DGAReportContents contents;
     if (isUsedUp())
@@ -219,6 +250,7 @@ DGAReportContents DGAReportCollection::contents(const DGAReportOptions& options)
             contents.files.push_back(contentOf(file, nested.archive + ".zip/"));
     }
     ReportSources all = sources_;
+    leaveOutForbidden(asked, all);
     const bool hasPicture = options.screenShot && !pictureName_.empty();
     if (hasPicture && pictureFault_.empty())
         all.add(picturePath(), Kind::kScreenshot);
@@ -232,10 +264,12 @@ DGAReportContents DGAReportCollection::contents(const DGAReportOptions& options)
                           (!options.screenShot || serviceType_ == kDGAServiceTypeKT || hasPicture);
 
     DGAReportSummary summary{.number = workspace_->number(),
-                             .options = options,
+                             .options = asked,
                              .packed = std::chrono::system_clock::now(),
                              .files = all.files,
-                             .leftOut = all.leftOut};
+                             .leftOut = all.leftOut,
+                             .policy = policy_,
+                             .modules = {}};
     const std::string text = summary.json(DGASessionRecord::sharedRecord());
     if (workspace_->write(kDGAReportSummaryName, text))
         contents.files.push_back({.name = kDGAReportSummaryName,
@@ -245,13 +279,16 @@ DGAReportContents DGAReportCollection::contents(const DGAReportOptions& options)
     return contents;
 }
 
-std::string DGAReportCollection::pack(const DGAReportOptions& options) {
+std::string DGAReportCollection::pack(const DGAReportOptions& asked) {
     ORVN_LOG_METHOD();
+    const DGAReportOptions options = allowed(asked);
+    const std::lock_guard<std::mutex> wait(oneAtATime_);
     if (isUsedUp())
         return "its files have been packed already";
-    findCrashLogs(options);
     DGAReportSummary summary;
+    findCrashLogs(options, summary);
     ReportSources sources = sources_;
+    leaveOutForbidden(asked, sources);
     leaveOutByUser(options, "", sources);
     packNested(options, sources, summary);
     addMade(options, sources);
@@ -261,7 +298,8 @@ std::string DGAReportCollection::pack(const DGAReportOptions& options) {
     if (!fault.empty())
         return fault;
     summary.number = number;
-    summary.options = options;
+    summary.options = asked;
+    summary.policy = policy_;
     summary.packed = std::chrono::system_clock::now();
     summary.files.insert(summary.files.begin(), sources.files.begin(), sources.files.end());
     summary.leftOut.insert(summary.leftOut.begin(), sources.leftOut.begin(), sources.leftOut.end());
@@ -310,6 +348,7 @@ void DGAReportCollection::addMade(const DGAReportOptions& options, ReportSources
 }
 
 std::optional<std::string> DGAReportCollection::publish() {
+    const std::lock_guard<std::mutex> wait(oneAtATime_);
     const std::lock_guard<std::mutex> hold(mutex_);
     auto path = workspace_ ? workspace_->publish() : std::nullopt;
     if (path)

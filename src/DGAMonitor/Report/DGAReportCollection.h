@@ -11,12 +11,14 @@
 #include "DGAMonitor/Report/DGAReportPacker.h"
 #include "DGAMonitor/Report/DGAReportSummary.h"
 #include "DGAMonitor/Report/DGAReportWorkspace.h"
+#include "DGAMonitor/Session/DGAPolicy.h"
 #include "DGAMonitor/Session/DGAReportMaker.h"
+#include "platform/CoredumpModules.h"
 #include "reportproblem/OrvLogCollector.h"
 
 /// The files of one report, found once: what is listed for the user is what is packed. Packing reads their
-/// contents; only the summary, a crash report and what was asked for later join then. Any thread, one call at
-/// a time; the calls return when they are done.
+/// contents; only the summary, a crash report and what was asked for later join then. Any thread; the
+/// calls return when they are done, and but for contents() wait for one another.
 class DGAReportCollection {
 public:
     using Paths = std::vector<std::string>;
@@ -31,9 +33,13 @@ public:
         /// screenshot, in pairs; left empty, nothing is done.
         std::function<void()> hideWindows;
         std::function<void()> showWindows;
-        /// Writes down what the system has recorded of a client's crash.
-        std::function<void(const std::string& processId, const std::string& namePrefix)> crashRecord;
+        /// Writes down what the system has recorded of a client's crash; returns the modules of its stack.
+        std::function<std::vector<platform::CoredumpModule>(const std::string& processId,
+                                                            const std::string& namePrefix)>
+            crashRecord;
         std::function<std::string()> saveTime;
+        /// What may go into a report, whoever asks for it; read once for each.
+        std::function<DGAPolicy()> policy;
         /// The collection that was listed under a number; none if it is not there any more.
         std::function<std::shared_ptr<DGAReportCollection>(int64_t listing)> listed;
     };
@@ -44,7 +50,10 @@ public:
     /// cannot be used. The tools are realTools().
     static std::shared_ptr<DGAReportCollection> open(const DGAReportOptions& options, const Tools& tools);
 
-    /// Makes what is asked for and not there yet: the system profile, the picture. They take seconds.
+    const std::string& number() const { return number_; }
+
+    /// Makes what is asked for, not forbidden and not there yet: the system profile, the picture. They take
+    /// seconds.
     void complete(const DGAReportOptions& options);
 
     /// Takes another picture in place of the one that is there.
@@ -68,9 +77,12 @@ private:
     };
 
     explicit DGAReportCollection(const Tools& tools);
+    DGAReportOptions allowed(DGAReportOptions options) const;
+    bool wantsCrashLogs(const DGAReportOptions& options) const;
+    void leaveOutForbidden(const DGAReportOptions& options, ReportSources& sources) const;
     void findMeetingFiles();
     void findToolsFiles();
-    void findCrashLogs(const DGAReportOptions& options);
+    void findCrashLogs(const DGAReportOptions& options, DGAReportSummary& summary);
     Paths crashLogs();
     void takePicture();
     void packNested(const DGAReportOptions& options, ReportSources& sources, DGAReportSummary& summary);
@@ -79,8 +91,11 @@ private:
     std::string profilePath() const;
 
     Tools tools_;
-    mutable std::mutex mutex_;
+    std::mutex oneAtATime_;
+    mutable std::mutex mutex_;  // of what contents() reads
     int64_t serviceType_ = 0;
+    std::string number_;
+    DGAPolicy policy_;
     std::unique_ptr<DGAReportWorkspace> workspace_;
     std::unique_ptr<OrvLogCollector> logCollector_;
     ReportSources sources_;

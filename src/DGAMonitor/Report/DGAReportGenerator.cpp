@@ -6,6 +6,7 @@
 
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Report/DGAKeptReports.h"
+#include "DGAMonitor/Session/DGAReportResults.h"
 #include "platform/RunLoop.h"
 #include "platform/WorkQueue.h"
 #include "support/ORVNLogger.h"
@@ -105,13 +106,18 @@ std::string DGAReportGenerator::makeArchive(const DGAReportOptions& options, std
         collection = DGAReportCollection::open(options, tools_);
     if (!collection) {
         fault = "the folder of reports cannot be used";
+        DGAReportResults::sharedResults().tell({"", DGAReportState::kFailed, fault});
         return "";
     }
+    DGAReportResult result{collection->number(), DGAReportState::kMade};
     collection->complete(options);
     fault = collection->pack(options);
     const auto archive = fault.empty() ? collection->publish() : std::nullopt;
     if (fault.empty() && !archive)
         fault = "the archive cannot be put into its place";
+    if (!fault.empty())
+        result = {result.number, DGAReportState::kFailed, fault};
+    DGAReportResults::sharedResults().tell(std::move(result));
     return archive.value_or("");
 }
 

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
@@ -60,6 +61,28 @@ Json listOf(const std::vector<DGASessionEvent>& events) {
     return list;
 }
 
+// What is forbidden or narrowed; the other keys say nothing.
+Json listOf(const DGAPolicy& policy) {
+    Json list = Json::array();
+    for (const auto& rule : policy.rules()) {
+        if (!rule.isDefault)
+            list.push_back({{"key", fmt::format("[{}] {}", rule.group, rule.name)}, {"value", rule.value}});
+    }
+    return list;
+}
+
+Json listOf(const std::vector<platform::CoredumpModule>& modules) {
+    Json list = Json::array();
+    for (const auto& module : modules) {
+        Json& listed = list.emplace_back(Json{{"name", module.name.substr(module.name.rfind('/') + 1)}});
+        if (!module.buildId.empty())
+            listed["buildId"] = module.buildId;
+        if (!module.version.empty())
+            listed["version"] = module.version;
+    }
+    return list;
+}
+
 }  // namespace
 
 std::string dgaTimeWithOffset(std::chrono::system_clock::time_point time) {
@@ -92,5 +115,9 @@ std::string DGAReportSummary::json(const DGASessionRecord& record) const {
         {"memoryAvailable", platform::readAvailableMemory().value_or(0)}};
     if (options.category)
         summary["category"] = {{"number", options.category->number}, {"name", options.category->name}};
+    if (!modules.empty())
+        summary["modules"] = listOf(modules);
+    if (Json rules = listOf(policy); !rules.empty())
+        summary["policy"] = std::move(rules);
     return summary.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }

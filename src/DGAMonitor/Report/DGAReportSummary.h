@@ -4,7 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "DGAMonitor/Session/DGAPolicy.h"
 #include "DGAMonitor/Session/DGAReportMaker.h"
+#include "platform/CoredumpModules.h"
 #include "reportproblem/ReportSources.h"
 
 class DGASessionRecord;
@@ -20,6 +22,8 @@ struct DGAReportSummary {
     std::chrono::system_clock::time_point packed;
     std::vector<ReportFile> files;
     std::vector<ReportFileLeftOut> leftOut;
+    DGAPolicy policy;
+    std::vector<platform::CoredumpModule> modules;  ///< of the client's crash
 
     /// As JSON text of the form that docs/report-format.md and orvdga_report.schema.json give; bytes that are
     /// no UTF-8 become U+FFFD. Of the record only the client's version, the service, the beginning of the run

@@ -7,6 +7,7 @@
 
 #include "DGAMonitor/Const/DGAConst.h"
 #include "DGAMonitor/Report/DGAReportRetention.h"
+#include "DGAMonitor/Session/DGAPolicy.h"
 #include "DGAMonitor/Utilities/DGAUtilitiesFiles.h"
 #include "platform/PrivateFolder.h"
 #include "support/ORVNLogger.h"
@@ -50,8 +51,9 @@ void DGAUtilities::dga_removeExcessiveLogZip(std::chrono::system_clock::time_poi
         return;
     DGARetentionGroups groups = dgaRetentionGroups(folder->entries());
     removeOlder(*folder, groups.strays, now - kYoungestStray);
-    removeOlder(*folder, groups.archives, now - kOldestArchive);
-    removeOlder(*folder, groups.toolsArchives, now - kOldestArchive);
+    const auto oldestArchive = now - DGAPolicy::current().keeps(kOldestArchive);
+    removeOlder(*folder, groups.archives, oldestArchive);
+    removeOlder(*folder, groups.toolsArchives, oldestArchive);
     if (isMoreThan(groups.archives, kMaxZipLogFileCount))
         dga__removeExcessiveFile(DGARetentionGroups::kArchives, groups.archives);
     if (isMoreThan(groups.toolsArchives, kMaxZipLogFileCount))

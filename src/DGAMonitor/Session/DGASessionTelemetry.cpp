@@ -1,5 +1,6 @@
 #include "DGAMonitor/Session/DGASessionTelemetry.h"
 
+#include "DGAMonitor/Session/DGAPolicy.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Session/DGATelemetryManager.h"
 #include "support/JsonValue.h"
@@ -25,7 +26,7 @@ void dgaSetupTelemetry(DGASessionRecord& record) {
     if (record.telemetryMrg || !metricsURL || metricsURL->empty())
         return;
     const auto manager = std::make_shared<DGATelemetryManager>();
-    manager->telemetryEnable = record.telemetryEnable;
+    manager->telemetryEnable = record.telemetryEnable && DGAPolicy::current().allows(DGAPolicyKey::telemetry);
     manager->telemetrySessionID = record.telemetrySessionID.get();
     manager->telemetryMetricsURL = metricsURL;
     manager->telemetryHttpHeaders = record.telemetryHttpHeaders.get();

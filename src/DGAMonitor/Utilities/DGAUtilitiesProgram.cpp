@@ -7,10 +7,11 @@
 
 std::string DGAUtilities::dga_postDistributedNotificationWithName(
     const std::string& name, const std::optional<std::string>& object,
-    const std::map<std::string, std::string>& userInfo, bool immediately) {
+    const std::map<std::string, std::string>& userInfo, bool immediately,
+    const std::map<std::string, int32_t>& numbers) {
     ORVN_LOG_METHOD();
-    platform::DistributedNotificationCenter::defaultCenter().postNotification({name, object, userInfo},
-                                                                              immediately);
+    platform::DistributedNotificationCenter::defaultCenter().postNotification(
+        {.name = name, .object = object, .userInfo = userInfo, .numbers = numbers}, immediately);
     return name;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -10,7 +11,8 @@ namespace DGAUtilities {
 std::string dga_postDistributedNotificationWithName(const std::string& name,
                                                     const std::optional<std::string>& object,
                                                     const std::map<std::string, std::string>& userInfo,
-                                                    bool immediately);
+                                                    bool immediately,
+                                                    const std::map<std::string, int32_t>& numbers = {});
 
 std::string dga_fetchBuildVersion();
 std::string dga_fetchAppVersion();

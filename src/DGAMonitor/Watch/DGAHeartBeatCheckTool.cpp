@@ -307,6 +307,10 @@ void DGAHeartBeatCheckTool::frozeAlert() {
         return;
     ++frozenWindowShowingTimesFlag_;
     record().events.add(DGASessionEventKind::freeze);
+    if (!parts_.policy().allows(DGAPolicyKey::freezePrompt)) {
+        logInfo("the user is not asked about the frozen client: the administrator's policy forbids it");
+        return;
+    }
     frozeWinCtrl_ = DGAApplicationWindows::sharedWindows().makeFrozeWindow(self_);
     // Nobody will ever answer.
     if (!frozeWinCtrl_)

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "DGAMonitor/Report/DGAReportGenerator.h"
+#include "DGAMonitor/Session/DGAPolicy.h"
 #include "DGAMonitor/Watch/DGAWatchVerdict.h"
 #include "DGAMonitor/Windows/DGAWindowInterfaces.h"
 #include "platform/PinnedProcess.h"
@@ -36,6 +37,7 @@ public:
         std::function<bool()> canHear =
             {};  ///< whether heartbeats can arrive, any thread; empty: the bus's answer
         std::chrono::milliseconds tick{2000};
+        std::function<DGAPolicy()> policy = &DGAPolicy::current;  ///< before each prompt
         bool startThread = true;  ///< without it the ticks come from outside only
     };
 
@@ -67,7 +69,7 @@ public:
     void judgeIfShowReportWindow();
 
     /// Asks the user about a frozen client; the silence is not counted until there is an answer. Where no
-    /// prompt can be shown it counts as asked and the watch goes on.
+    /// prompt can or may be shown it counts as asked and the watch goes on.
     void frozeAlert();
 
     /// The answer: 0 quit the client and report, 1 wait, -1 the client works again.

@@ -43,11 +43,10 @@ constexpr std::array kTextFields = {
 }  // namespace
 
 void to_json(json& to, const DGAReportOptions& from) {
-    to = {{"screenShot", from.screenShot},
-          {"systemInfo", from.systemInfo},
-          {"crashLog", from.crashLog},
-          {"serviceType", from.serviceType},
-          {"description", from.description}};
+    to = {{"screenShot", from.screenShot},   {"systemInfo", from.systemInfo},
+          {"crashLog", from.crashLog},       {"serviceType", from.serviceType},
+          {"description", from.description}, {"listing", from.listing},
+          {"without", from.without},         {"kept", from.kept}};
     if (from.category)
         to["category"] = {{"number", from.category->number}, {"name", from.category->name}};
 }
@@ -57,6 +56,9 @@ void from_json(const json& from, DGAReportOptions& to) {
     to.crashLog = from.value("crashLog", false);
     to.serviceType = from.value("serviceType", int64_t{0});
     to.description = from.value("description", std::string());
+    to.listing = from.value("listing", int64_t{0});
+    to.without = from.value("without", std::vector<std::string>());
+    to.kept = from.value("kept", std::string());
     if (const auto category = from.find("category"); category != from.end())
         to.category =
             DGAReportCategory{category->value("number", int64_t{0}), category->value("name", std::string())};
@@ -103,6 +105,9 @@ void from_json(const json& from, DGATraceRecord& to) {
 }
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(DGAUploadState, path, state, reason, comment, category)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(DGAReportContent, name, kind, size, path)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(DGAReportContents, files, isComplete, picture, pictureFault)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(DGAKeptReport, number, description, category, time)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(DGAReportDraft, description, category, screenShot, systemInfo)
 
 namespace DGAWindowMessage {
@@ -128,11 +133,21 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Post, number, url, headers, body
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Posted, number, mayHaveArrived, status, retryAfter, fault)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Draft, draft)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(DraftChanged, draft)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Contents, listing, contents)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(KeptReports, reports)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(ListContents, listing, options)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(RetakePicture, listing)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(DropContents, listing)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(DiscardKept, number)
 
 void to_json(json& to, const End& /*from*/) {
     to = json::object();
 }
 void from_json(const json& /*from*/, End& /*to*/) {}
+void to_json(json& to, const AskForKept& /*from*/) {
+    to = json::object();
+}
+void from_json(const json& /*from*/, AskForKept& /*to*/) {}
 void to_json(json& to, const Idle& /*from*/) {
     to = json::object();
 }
@@ -180,6 +195,13 @@ DGA_WINDOW_MESSAGE(Post);
 DGA_WINDOW_MESSAGE(Posted);
 DGA_WINDOW_MESSAGE(Draft);
 DGA_WINDOW_MESSAGE(DraftChanged);
+DGA_WINDOW_MESSAGE(Contents);
+DGA_WINDOW_MESSAGE(KeptReports);
+DGA_WINDOW_MESSAGE(ListContents);
+DGA_WINDOW_MESSAGE(RetakePicture);
+DGA_WINDOW_MESSAGE(DropContents);
+DGA_WINDOW_MESSAGE(AskForKept);
+DGA_WINDOW_MESSAGE(DiscardKept);
 #undef DGA_WINDOW_MESSAGE
 
 std::string recordFields(const DGASessionRecord& record) {

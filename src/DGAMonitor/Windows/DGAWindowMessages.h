@@ -76,6 +76,16 @@ struct Draft {  ///< what was entered, before the window that it is for
     DGAReportDraft draft;
 };
 
+struct Contents {  ///< what a report would hold; more than once
+    static constexpr int32_t kId = 12;
+    int64_t listing = 0;
+    DGAReportContents contents;
+};
+struct KeptReports {  ///< the answer to AskForKept
+    static constexpr int32_t kId = 13;
+    std::vector<DGAKeptReport> reports;
+};
+
 // From the window program.
 
 struct State {  ///< after every change, and when a message of the assistant has been handled
@@ -138,6 +148,27 @@ struct Posted {  ///< the members are those of OrvTelemetryAnswer
 struct DraftChanged {  ///< what has been entered
     static constexpr int32_t kId = 112;
     DGAReportDraft draft;
+};
+
+struct ListContents {  ///< what a report with these options would hold
+    static constexpr int32_t kId = 113;
+    int64_t listing = 0;
+    DGAReportOptions options;
+};
+struct RetakePicture {  ///< of a listing
+    static constexpr int32_t kId = 114;
+    int64_t listing = 0;
+};
+struct DropContents {  ///< nobody will pack that listing
+    static constexpr int32_t kId = 115;
+    int64_t listing = 0;
+};
+struct AskForKept {  ///< which reports are kept
+    static constexpr int32_t kId = 116;
+};
+struct DiscardKept {
+    static constexpr int32_t kId = 117;
+    std::string number;
 };
 
 /// The message's JSON text.

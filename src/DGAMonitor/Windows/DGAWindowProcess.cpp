@@ -249,7 +249,9 @@ void DGAWindowProcess::receive(const platform::FrameReader::Message& frame) {
         take(frame, &DGAWindowProcess::sendTelemetryAction) || take(frame, &DGAWindowProcess::writeLogLine) ||
         take(frame, &DGAWindowProcess::uploadTold) || take(frame, &DGAWindowProcess::hiddenTold) ||
         take(frame, &DGAWindowProcess::idleTold) || take(frame, &DGAWindowProcess::posted) ||
-        take(frame, &DGAWindowProcess::draftChanged);
+        take(frame, &DGAWindowProcess::draftChanged) || take(frame, &DGAWindowProcess::listContents) ||
+        take(frame, &DGAWindowProcess::retakePicture) || take(frame, &DGAWindowProcess::dropContents) ||
+        take(frame, &DGAWindowProcess::askForKept) || take(frame, &DGAWindowProcess::discardKept);
     if (!known)
         logWarning("the window program sends a message of an unknown kind, {}", frame.id);
 }
@@ -317,6 +319,44 @@ void DGAWindowProcess::draftChanged(const DraftChanged& message) {
     services().setDraft(message.draft);
 }
 
+void DGAWindowProcess::listContents(const ListContents& message) {
+    listings_.insert(message.listing);
+    services().listContents(
+        message.listing, message.options,
+        [weak = weak_from_this(), listing = message.listing](const DGAReportContents& contents) {
+            const auto self = weak.lock();
+            if (self && self->listings_.contains(listing))
+                self->send(Contents{listing, contents});
+        });
+}
+
+void DGAWindowProcess::retakePicture(const RetakePicture& message) {
+    services().retakePicture(message.listing);
+}
+
+void DGAWindowProcess::dropContents(const DropContents& message) {
+    listings_.erase(message.listing);
+    services().dropContents(message.listing);
+}
+
+void DGAWindowProcess::askForKept(const AskForKept& /*message*/) {
+    services().keptReports([weak = weak_from_this()](const std::vector<DGAKeptReport>& reports) {
+        if (const auto self = weak.lock())
+            self->send(KeptReports{reports});
+    });
+}
+
+void DGAWindowProcess::discardKept(const DiscardKept& message) {
+    services().discardKeptReport(message.number);
+}
+
+// What the program has asked for and nobody will fetch.
+void DGAWindowProcess::dropAll() {
+    makers_.clear();
+    for (const int64_t listing : std::exchange(listings_, {}))
+        services().dropContents(listing);
+}
+
 void DGAWindowProcess::setHidden(bool hidden) {
     platform::performOnMain([weak = weak_from_this(), hop = hop_, hidden] {
         const auto self = weak.lock();
@@ -373,12 +413,12 @@ void DGAWindowProcess::idleTold(const Idle& /*message*/) {
     }
     send(End());
     retiring_ = std::move(channel_);
-    makers_.clear();
+    dropAll();
 }
 
 void DGAWindowProcess::ended(const char* why) {
     channel_.reset();
-    makers_.clear();
+    dropAll();
     hop_->tell(false);
     hop_->answerAll();
     bool anyLost = false;

@@ -6,6 +6,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "DGAMonitor/Windows/DGAWindowInterfaces.h"
@@ -81,6 +82,12 @@ private:
     void uploadTold(const DGAWindowMessage::Upload& upload);
     void hiddenTold(const DGAWindowMessage::Hidden& message);
     void draftChanged(const DGAWindowMessage::DraftChanged& message);
+    void listContents(const DGAWindowMessage::ListContents& message);
+    void retakePicture(const DGAWindowMessage::RetakePicture& message);
+    void dropContents(const DGAWindowMessage::DropContents& message);
+    void askForKept(const DGAWindowMessage::AskForKept& message);
+    void discardKept(const DGAWindowMessage::DiscardKept& message);
+    void dropAll();
     void posted(const DGAWindowMessage::Posted& message);
     void idleTold(const DGAWindowMessage::Idle& message);
     void ended(const char* why);
@@ -97,6 +104,7 @@ private:
     int64_t lastNumber_ = 0;
     std::weak_ptr<DGAFrozeWindowDelegate> delegate_;
     std::map<int64_t, std::shared_ptr<Maker>> makers_;
+    std::set<int64_t> listings_;
     std::map<std::string, DGAUploadState> uploads_;  ///< being sent, by path
     std::shared_ptr<Hop> hop_;
     int64_t lastPost_ = 0;

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "DGAMonitor/Const/DGATelemetryActions.h"
 #include "DGAMonitor/Const/DGATraceRecord.h"
@@ -27,6 +29,14 @@ struct DGAReportDraft {
     bool operator==(const DGAReportDraft&) const = default;
 };
 
+/// A report that was neither sent nor saved nor discarded.
+struct DGAKeptReport {
+    std::string number;
+    std::string description;
+    int64_t category = 0;
+    std::string time;  ///< when it was first kept, ISO 8601 with offset
+};
+
 /// What the windows ask of the rest of the assistant. Main thread.
 class DGAWindowServices {
 public:
@@ -40,4 +50,18 @@ public:
     /// ends the draft of its text, since from then on its archive holds it.
     virtual DGAReportDraft draft() = 0;
     virtual void setDraft(const DGAReportDraft& draft) = 0;
+
+    /// Finds what a report with these options would hold, under a number that the caller chooses, and tells
+    /// it: at once what is there, later with what has been made for it. Under a number that is listed already
+    /// the same files are told again. They are what is packed for DGAReportOptions::listing.
+    virtual void listContents(int64_t listing, const DGAReportOptions& options,
+                              std::function<void(const DGAReportContents&)> told) = 0;
+    /// Takes the listing's picture of the screen again, and tells.
+    virtual void retakePicture(int64_t listing) = 0;
+    /// Nobody will pack that listing.
+    virtual void dropContents(int64_t listing) = 0;
+
+    /// Tells the reports that are kept, the oldest first.
+    virtual void keptReports(std::function<void(const std::vector<DGAKeptReport>&)> told) = 0;
+    virtual void discardKeptReport(const std::string& number) = 0;
 };

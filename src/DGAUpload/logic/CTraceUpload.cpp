@@ -45,6 +45,10 @@ CTraceUpload::~CTraceUpload() {
     m_request->abandon();
 }
 
+void CTraceUpload::setRules(CNetworkDownload::Rules rules) {
+    m_request->setRules(std::move(rules));
+}
+
 bool CTraceUpload::preparingReport(std::string url, std::string filePath) {
     m_siteURL = std::move(url);
     if (filePath.empty()) {
@@ -160,8 +164,7 @@ void CTraceUpload::uploadFinish() {
 void CTraceUpload::OnUrlReturn(intptr_t downloadType, int result, const char* data) {
     logInfo("CTraceUpload::OnUrlReturn,result={}", result);
     if (data == nullptr) {
-        m_status = downloadType == CUploadRequest::kQuery ? kStatusQueryFailed : kStatusSendFailed;
-        logWarning("CTraceUpload::OnUrlReturn, failed, downloadType {}", downloadType);
+        requestFailed(downloadType);
         return;
     }
     const std::string text(data, static_cast<size_t>(std::max(result, 0)));
@@ -177,6 +180,16 @@ void CTraceUpload::OnUrlReturn(intptr_t downloadType, int result, const char* da
         },
         [&](const platform::XmlParseError& /*error*/) { replyUnreadable(downloadType); })
         ->startParse();
+}
+
+void CTraceUpload::requestFailed(intptr_t downloadType) {
+    logWarning("CTraceUpload::OnUrlReturn, failed, downloadType {}", downloadType);
+    if (m_request->error().untrusted)
+        m_status = kStatusUntrusted;
+    else if (m_request->error().forbidden)
+        m_status = kStatusForbidden;
+    else
+        m_status = downloadType == CUploadRequest::kQuery ? kStatusQueryFailed : kStatusSendFailed;
 }
 
 void CTraceUpload::pieceAnswered(const Reply& reply, const DGAXMLParser::Dictionary& values) {

@@ -8,6 +8,7 @@
 #include "DGAUpload/logic/CFileOperate.h"
 #include "DGAUpload/logic/CPieceAhead.h"
 #include "DGAUpload/logic/DGAXMLParser.h"
+#include "DGAUpload/logic/webaccess/CFNetworkHTTPDownload.h"
 #include "DGAUpload/logic/webaccess/IUrlDownloadSink.h"
 
 class CUploadRequest;
@@ -34,6 +35,8 @@ public:
     static constexpr int32_t kStatusSendFailed = 18;  ///< final: a piece failed, or the query was refused
     static constexpr int32_t kStatusSent = 19;        ///< final
     static constexpr int32_t kStatusExceedFileNumber = 20;  ///< final: the server has too many files
+    static constexpr int32_t kStatusUntrusted = 21;  ///< final: a certificate does not verify that has to
+    static constexpr int32_t kStatusForbidden = 22;  ///< final: reports may not go to that host
 
     CTraceUpload();
     ~CTraceUpload() override;
@@ -60,6 +63,9 @@ public:
 
     /// Kept, but not sent: the server's field of that meaning carries the user's comment.
     void setProblemDiscription(std::string text) { m_problemDiscription = std::move(text); }
+
+    /// What an administrator has decided. Before the query.
+    void setRules(CNetworkDownload::Rules rules);
 
     /// Sets the site URL, to which queries are appended with "&", and opens the archive. False with
     /// kStatusNoFile if it cannot be opened; true with the same status for an empty path.
@@ -89,6 +95,7 @@ private:
     void postPiece();
     void queryAnswered(const Reply& reply, const DGAXMLParser::Dictionary& values);
     void pieceAnswered(const Reply& reply, const DGAXMLParser::Dictionary& values);
+    void requestFailed(intptr_t downloadType);
     void replyUnreadable(intptr_t downloadType);
     void pieceTaken();
 

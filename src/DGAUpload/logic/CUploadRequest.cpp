@@ -41,6 +41,8 @@ void CUploadRequest::send(int downloadType, const std::function<int(CNetworkDown
     engine->m_nDownloadType = downloadType;
     engine->m_nLargestBody = kLargestReply;
     engine->SetNeedEscape(false);
+    engine->m_rules = m_rules;
+    m_error = {};
     if (m_proxies)
         engine->m_proxyMemory = m_proxies;
     m_engine = engine;
@@ -50,6 +52,7 @@ void CUploadRequest::send(int downloadType, const std::function<int(CNetworkDown
     if (m_engine != engine || (isSent && !m_isCancelled))
         return;  // reported, and gone; or on its way
     m_engine = nullptr;
+    m_error = engine->m_error;
     delete engine;
     if (!m_isCancelled)
         OnUrlReturn(downloadType, -1, nullptr);
@@ -78,7 +81,8 @@ void CUploadRequest::cancel() {
 
 void CUploadRequest::OnUrlReturn(intptr_t downloadType, int result, const char* data) {
     const auto self = shared_from_this();
-    m_engine = nullptr;
+    if (const auto* const engine = std::exchange(m_engine, nullptr))
+        m_error = engine->m_error;
     const std::lock_guard<std::recursive_mutex> hold(m_mutex);
     if (m_upload != nullptr)
         m_upload->OnUrlReturn(downloadType, result, data);

@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 #include "DGAUpload/logic/webaccess/CFNetworkHTTPDownload.h"
 #include "DGAUpload/logic/webaccess/IUrlDownloadSink.h"
@@ -23,6 +24,13 @@ public:
     /// Held by std::shared_ptr. `upload` is called on the thread that sends, until abandon().
     explicit CUploadRequest(IUrlDownloadSink& upload) : m_upload(&upload) {}
     ~CUploadRequest() override = default;
+
+    /// Before the first request.
+    void setRules(CNetworkDownload::Rules rules) { m_rules = std::move(rules); }
+
+    /// Why the last one failed, if it did.
+    const platform::HttpReadStream::Error& error() const { return m_error; }
+
     CUploadRequest(const CUploadRequest&) = delete;
     CUploadRequest& operator=(const CUploadRequest&) = delete;
 
@@ -49,6 +57,8 @@ private:
     platform::RunLoop* m_loop = nullptr;   // of the thread that sends
     CNetworkDownload* m_engine = nullptr;  // under way; deletes itself after its report
     std::shared_ptr<ProxyMemory> m_proxies;
+    CNetworkDownload::Rules m_rules;
+    platform::HttpReadStream::Error m_error;
     bool m_isStarting = false;
     bool m_isCancelled = false;
 };

@@ -15,6 +15,7 @@
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
 #include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
+#include "DGAMonitor/View/DGAForbidden.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAText.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
@@ -234,6 +235,10 @@ void UploadView::showConnectServerStep(bool succeeded) {
     }
 }
 
+void UploadView::tellWhyNotConnected(const char* text) {
+    setText(*ui_->connectionLabel, dgaText(text));
+}
+
 void UploadView::showUploadingToServerStep(bool succeeded) {
     ORVN_LOG_METHOD();
     showUploadingStep(succeeded, kTextSentToServerTimeOut, kWarningUpload);
@@ -363,8 +368,6 @@ void UploadView::showSaved(const std::string& path) {
     showOkayButton();
 }
 
-// Buttons
-
 void UploadView::showTryAgainButton() {
     ui_->saveButton->setButtonType(kPlainButton);
     ui_->againButton->setButtonType(kPrimaryButton);
@@ -376,8 +379,10 @@ void UploadView::showSaveReportButton() {
     ui_->saveButton->setButtonType(kPrimaryButton);
     ui_->saveButton->setText(dgaText(kTextSaveReportButtonSendReport));
     ui_->saveButton->show();
-    ui_->saveButton->setEnabled(true);
+    dgaAllow(*ui_->saveButton);
     ui_->saveButton->setFocus();
+    if (!savingAllowed_)
+        dgaForbid(*ui_->saveButton);
 }
 
 void UploadView::showCancelButton() {
@@ -401,8 +406,6 @@ void UploadView::tell(void (UploadViewDelegate::*what)()) {
     if (const auto delegate = delegate_.lock())
         (*delegate.*what)();
 }
-
-// Parts
 
 void UploadView::startTimer(double /*interval*/) {
     ui_->spinImageView->startSpin();

@@ -45,6 +45,10 @@ public:
     /// There is no archive, so that nothing can be saved, but it may be made again.
     void showReportFailed();
     void showConnectServerStep(bool succeeded);
+    /// In place of what the above says of a failure.
+    void tellWhyNotConnected(const char* text);
+    /// Whether the administrator's policy lets reports be saved.
+    void setSavingAllowed(bool allowed) { savingAllowed_ = allowed; }
     void showUploadingToServerStep(bool succeeded);
     void showOverheadStep(bool succeeded);
     void showSizeExcessiveStep(bool succeeded);
@@ -121,5 +125,6 @@ private:
     LarimoNotificationView* warnView_ = nullptr;
     std::array<Row, 5> rows_{};
     std::string number_;
+    bool savingAllowed_ = true;
     std::weak_ptr<UploadViewDelegate> delegate_;
 };

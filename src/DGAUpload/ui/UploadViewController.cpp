@@ -47,7 +47,10 @@ std::string fileNameOf(const std::string& path) {
 }  // namespace
 
 UploadViewController::UploadViewController(Parts parts, std::function<void()> closeWindow)
-    : parts_(std::move(parts)), closeWindow_(std::move(closeWindow)) {}
+    : parts_(std::move(parts)), closeWindow_(std::move(closeWindow)) {
+    if (!parts_.policy)
+        parts_.policy = &DGAPolicy::current;
+}
 
 UploadViewController::~UploadViewController() {
     ORVN_LOG_METHOD();
@@ -65,6 +68,7 @@ UploadView& UploadViewController::view() {
 void UploadViewController::awakeFromNib() {
     ORVN_LOG_METHOD();
     uploadView->setDelegate(weak_from_this());
+    uploadView->setSavingAllowed(parts_.policy().allows(DGAPolicyKey::save));
     steps_.needShowPrepareStep = true;
     generateReport();
 }
@@ -118,6 +122,11 @@ void UploadViewController::passParameters() {
     const std::string timeStamp = dga_transformToCurrentDateString("MM_dd_yyyy_HH:mm:ss");
     m_traceUpload = parts_.makeUploader ? parts_.makeUploader() : std::make_shared<CTraceUpload>();
     CTraceUpload& upload = *m_traceUpload;
+    const DGAPolicy policy = parts_.policy();
+    const bool maySend = policy.allows(DGAPolicyKey::send);
+    upload.setRules(
+        {[policy, maySend](const std::string& host) { return maySend && policy.allowsHost(host); },
+         policy.verifiesCertificates()});
     upload.setSiteURL(text(record().uploadURL));
     upload.setConfId(text(record().confID));
     upload.setUploadTimeStamp(timeStamp);
@@ -241,6 +250,14 @@ void UploadViewController::readStatus(int32_t status) {
         case Uploader::kStatusExceedFileNumber:
             fail(steps_.needShowOverheadStep, "too many files");
             break;
+        case Uploader::kStatusUntrusted:
+            fail(steps_.needShowConnectingFailedStep, "the server's certificate does not verify");
+            whyNotConnected_ = kTextCertificateInvalid;
+            break;
+        case Uploader::kStatusForbidden:
+            fail(steps_.needShowConnectingFailedStep, "the administrator's policy forbids it");
+            whyNotConnected_ = kTextAdministratorForbids;
+            break;
         default:
             break;
     }
@@ -278,6 +295,8 @@ void UploadViewController::showFailedSteps() {
         uploadView->showReportPreparedStep(false);
     if (steps_.needShowConnectingFailedStep)
         uploadView->showConnectServerStep(false);
+    if (steps_.needShowConnectingFailedStep && whyNotConnected_)
+        uploadView->tellWhyNotConnected(whyNotConnected_);
     if (steps_.needShowUploadingFailedStep)
         uploadView->showUploadingToServerStep(false);
     if (steps_.needShowOverheadStep)
@@ -370,6 +389,7 @@ void UploadViewController::tryAgainBtnClicked() {
     doRelease();
     polling_ = std::make_shared<Polling>();
     steps_ = {};
+    whyNotConnected_ = nullptr;
     steps_.needShowPrepareStep = steps_.prepareStep_alreadyshow = true;
     uploadView->beginAgain();
     uploadView->showReportPreparedStep(true);
@@ -377,7 +397,7 @@ void UploadViewController::tryAgainBtnClicked() {
 }
 
 void UploadViewController::saveBtnClicked() {
-    if (uploadView && !savePanel_)
+    if (uploadView && !savePanel_ && parts_.policy().allows(DGAPolicyKey::save))
         savePanel_ = DGASavePanel::dga_showSavePanelWithName(fileNameOf(fileFullPath_), {"zip"},
                                                              uploadView->window(), this, {});
 }

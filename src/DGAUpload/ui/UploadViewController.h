@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 
+#include "DGAMonitor/Session/DGAPolicy.h"
 #include "DGAMonitor/Session/DGAReportMaker.h"
 #include "DGAMonitor/View/DGASavePanel.h"
 #include "DGAUpload/logic/CTraceUpload.h"
@@ -26,6 +27,7 @@ public:
     struct Parts {
         std::shared_ptr<DGAReportMaker> reportMaker;
         std::function<std::shared_ptr<CTraceUpload>()> makeUploader;
+        std::function<DGAPolicy()> policy = {};
     };
 
     /// `closeWindow` closes the window that the view lies in, and may release this controller soon.
@@ -125,6 +127,8 @@ private:
     };
 
     Steps steps_;
+    const char* whyNotConnected_ = nullptr;  ///< a text's key; null if it is not known
+
     QPointer<UploadView> uploadView;
     std::string m_emailAddress;
     std::shared_ptr<CTraceUpload> m_traceUpload;

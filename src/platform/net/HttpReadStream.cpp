@@ -14,6 +14,11 @@ constexpr size_t kBufferLimit = size_t{256} * 1024;
 constexpr int kCurlDomain = 1;
 constexpr std::chrono::hours kNever{1};
 
+HttpReadStream::Error errorOf(CURLcode code, bool neverSent) {
+    return {kCurlDomain, code, neverSent, code == CURLE_PEER_FAILED_VERIFICATION,
+            code == CURLE_REMOTE_ACCESS_DENIED};
+}
+
 }  // namespace
 
 // Outlives the stream while its client is being called.
@@ -49,7 +54,7 @@ struct HttpReadStream::State final : HttpTransfer::Listener, std::enable_shared_
     void ended(CURLcode result) override {
         hasEnded = true;
         if (result != CURLE_OK)
-            error = {kCurlDomain, result, transfer->neverSent()};
+            error = errorOf(result, transfer->neverSent());
         else if (const int status = transfer->response()->status; status / 100 == 4 && !told)
             bytesDue = true;
         wake->fireNow();
@@ -117,6 +122,10 @@ void HttpReadStream::setLaxCertificates(bool lax, bool laxForProxy) {
     state_->options.laxProxyCertificates = laxForProxy;
 }
 
+void HttpReadStream::setHostRule(std::function<bool(const std::string& host)> allows) {
+    state_->options.allowsHost = std::move(allows);
+}
+
 bool HttpReadStream::setClient(Client client) {
     if (state_->opened)
         return false;
@@ -137,7 +146,7 @@ bool HttpReadStream::open() {
     const CURLcode result = state_->transfer->start();
     if (result == CURLE_OK)
         return true;
-    state_->error = {kCurlDomain, result, true};
+    state_->error = errorOf(result, true);
     close();
     return false;
 }

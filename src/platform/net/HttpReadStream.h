@@ -34,6 +34,8 @@ public:
         int domain = 0;
         int code = 0;
         bool neverSent = false;  ///< no connection came about, neither to the server nor to its proxy
+        bool untrusted = false;  ///< a certificate does not verify that has to
+        bool forbidden = false;  ///< the host is none that may be asked
     };
 
     explicit HttpReadStream(HttpRequest request);
@@ -58,6 +60,10 @@ public:
     /// Accept any certificate, for whatever name: the server's, and that of a proxy that is spoken to over
     /// TLS. A chain that does not verify is a line in the log at level 8. Before open().
     void setLaxCertificates(bool lax, bool laxForProxy);
+
+    /// Asks only hosts of which `allows` says so, by their name or address in the URL, without brackets;
+    /// also after a redirect. Called from inside curl: it decides and does nothing else. Before open().
+    void setHostRule(std::function<bool(const std::string& host)> allows);
 
     /// False when the stream was opened already.
     bool setClient(Client client);

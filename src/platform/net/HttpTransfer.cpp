@@ -178,6 +178,10 @@ CURLcode HttpTransfer::setUpUrl() {
     const auto parts = partsOf(url_);
     if (!parts)
         return CURLE_UNSUPPORTED_PROTOCOL;
+    if (options_.allowsHost && !options_.allowsHost(parts->host)) {
+        reportWarning(fmt::format("{} is not asked: it is no host that may be asked", parts->host));
+        return CURLE_REMOTE_ACCESS_DENIED;
+    }
     proxy_ = proxyFor(options_.proxy, *parts);
     setUpProxy();
     return curl_easy_setopt(handle_, CURLOPT_URL, url_.c_str());

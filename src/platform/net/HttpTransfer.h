@@ -2,6 +2,7 @@
 
 #include <curl/curl.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,6 +23,7 @@ public:
         bool followRedirects = false;
         bool laxCertificates = false;
         bool laxProxyCertificates = false;
+        std::function<bool(const std::string& host)> allowsHost;  ///< empty: every host
     };
 
     /// Called from inside curl: it only takes notes.

@@ -32,6 +32,7 @@ export function factsOf(report: Report): [string, string][] {
   add("Category", summary ? seen(String(summary.category?.name ?? "")) || "none chosen" : "not known");
   add("Description", summary ? seen(summary.description ?? "") || "none" : "not known");
   add("How it ended", endOf(report));
+  add("Administrator's policy", seen((summary?.policy ?? []).map(({ key, value }) => `${String(key ?? "")}=${String(value ?? "")}`).join("; ")));
   add("Not in it", report.missing.length > 0 ? seen(report.missing.join("; ")) : "nothing is missing");
   return facts;
 }

@@ -14,6 +14,8 @@ export interface Summary {
   leftOut?: { name?: string; reason?: string }[];
   events?: { time?: string; kind?: string; detail?: string }[];
   memoryAvailable?: number;
+  policy?: { key?: string; value?: string }[];
+  modules?: { name?: string; buildId?: string; version?: string }[];
 }
 
 export interface ReportFile { name: string; size: number; kind: string; note: string; entry: Entry }
@@ -122,7 +124,7 @@ function readSummary(text: string, file: ReportFile): Summary | null {
     for (const name of ["started", "packed", "description"] as const) {
       if (typeof summary[name] !== "string") delete summary[name];
     }
-    for (const name of ["leftOut", "events"] as const) if (!Array.isArray(summary[name])) delete summary[name];
+    for (const name of ["leftOut", "events", "policy", "modules"] as const) if (!Array.isArray(summary[name])) delete summary[name];
     for (const name of ["assistant", "client", "category", "requested"] as const) {
       if (summary[name] === null || typeof summary[name] !== "object") delete summary[name];
     }

@@ -16,9 +16,15 @@ export function screenTab(reports: Report[]): HTMLElement {
   }), pictures.length === 0 && el("p", { class: "empty" }, "There is no screen capture in this report."));
 }
 
+/** Which builds the frames are of, for whoever turns them into lines. */
+function modulesTable(report: Report): HTMLElement | false {
+  const rows = (report.summary?.modules ?? []).map(({ name, version, buildId }) => [name, version, buildId].map((text) => seen(String(text ?? ""))));
+  return rows.length > 0 && el("article", { class: "modules" }, el("h3", {}, "Modules of the stack"), table(["Module", "Version", "Build id"], rows.slice(0, 500)));
+}
+
 export function crashTab(reports: Report[]): HTMLElement {
   const crashes = reports.flatMap(({ crashes }) => crashes);
-  return el("div", { class: "panel" }, ...crashes.map((crash) => el("article", { class: "crash" },
+  return el("div", { class: "panel" }, ...reports.map(modulesTable), ...crashes.map((crash) => el("article", { class: "crash" },
     el("h3", {}, seen(crash.name)),
     el("p", {}, [crash.signal, crash.date].filter(Boolean).join(", ")),
     ...crash.threads.slice(0, 64).map(({ title, frames }, index) => {

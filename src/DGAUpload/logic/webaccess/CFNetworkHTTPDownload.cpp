@@ -191,13 +191,15 @@ bool CNetworkDownload::Send(platform::HttpRequest request) {
     m_readStream = std::make_unique<platform::HttpReadStream>(std::move(request));
     SetStreamProxy(isPost);
     m_readStream->setAutomaticRedirection(true);
-    m_readStream->setLaxCertificates(m_nHttps == 1, true);
+    m_readStream->setLaxCertificates(m_nHttps == 1 && !m_rules.verifyCertificates,
+                                     !m_rules.verifyCertificates);
+    m_readStream->setHostRule(m_rules.allowsHost);
 
     const auto logFailure = [&](const char* call) {
-        const auto error = m_readStream->error();
+        m_error = m_readStream->error();
         if (isPost)
-            logNotice("CNetworkDownload::PostData,{} failed! domain:{},error:{}", call, error.domain,
-                      error.code);
+            logNotice("CNetworkDownload::PostData,{} failed! domain:{},error:{}", call, m_error.domain,
+                      m_error.code);
     };
     auto* const stream = m_readStream.get();
     if (!stream->setClient([this, stream](platform::HttpReadStream::Event event) {

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -27,20 +28,26 @@ struct PacProxy;
 /// repeats the request: with credentials that are stored, once, then with those that m_proxyMemory finds for
 /// a proxy, then with what the sink gives. The first repetition comes at once, later ones after a pause that
 /// grows to 5 s; each arms the time-out anew. The fifth challenge, or 30 s with challenges, end the request
-/// as a connection that failed. Credentials are sent to proxies only. On "https://" URLs every certificate is
-/// accepted.
+/// as a connection that failed. Credentials are sent to proxies only. Every certificate is accepted, unless
+/// m_rules says otherwise.
 ///
 /// In memory mode a body of more than 64 MiB is only counted: the sink gets its size and null. In file mode
 /// it goes to a file in /tmp/orvane, the user's private folder; while that cannot be used chunks are dropped.
 ///
 /// The engine may be deleted, cancelled or started again at any moment on its thread, also by its sink (then
 /// without m_bAutoDelete). `m_` fields are the engine's own but for m_bAutoDelete, m_nDownloadType,
-/// m_bSkipCheckProxy, m_nLargestBody and m_proxyMemory, which the creator sets before the request, and
-/// m_postBody, which it may set instead of having PostData copy a body.
+/// m_bSkipCheckProxy, m_nLargestBody, m_rules and m_proxyMemory, which the creator sets before the request,
+/// and m_postBody, which it may set instead of having PostData copy a body.
 // NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): one engine at a time, its fields by meaning
 class CNetworkDownload : public IPacTransfer {
 public:
     using Headers = std::map<std::string, std::string>;
+
+    /// What somebody has decided about all transfers.
+    struct Rules {
+        std::function<bool(const std::string& host)> allowsHost;  ///< also of redirects; empty: every host
+        bool verifyCertificates = false;                          ///< the server's, and a proxy's
+    };
 
     CNetworkDownload();
     /// Ends a transfer without a report.
@@ -131,6 +138,8 @@ public:
     int32_t m_nOSMajor = 0;
     uint64_t m_nLargestBody = 0;  ///< a body of more bytes is a connection that failed; 0 for no such limit
     std::shared_ptr<ProxyMemory> m_proxyMemory;  ///< never null
+    Rules m_rules;
+    platform::HttpReadStream::Error m_error;  ///< of the last stream that failed
 
 private:
     using TimeoutProc = void (*)(platform::Timer*, void*);

@@ -80,7 +80,9 @@ void CNetworkDownload::OnEnd() {
 void CNetworkDownload::OnError() {
     logNotice("CNetworkDownload::ReadStreamClientCallBack,kCFStreamEventErrorOccurred");
     m_bSuccess = false;
-    const bool neverSent = m_readStream && m_readStream->error().neverSent;
+    if (m_readStream)
+        m_error = m_readStream->error();
+    const bool neverSent = m_readStream && m_error.neverSent;
     TerminateDownload();
     if (neverSent && UseNextRoute())
         return RestartRequest();

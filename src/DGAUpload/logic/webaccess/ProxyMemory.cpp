@@ -1,7 +1,6 @@
 #include "DGAUpload/logic/webaccess/ProxyMemory.h"
 
 #include <algorithm>
-#include <chrono>
 #include <mutex>
 #include <utility>
 
@@ -9,7 +8,7 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Clock = ProxyMemory::Clock;
 using platform::ProxyServer;
 
 constexpr std::chrono::minutes kRest{5};
@@ -107,8 +106,8 @@ std::vector<PacProxy> ProxyMemory::inOrder(const std::vector<PacProxy>& routes) 
     return ordered;
 }
 
-void ProxyMemory::routeFailed(const PacProxy& route) {
+void ProxyMemory::routeFailed(const PacProxy& route, Clock::time_point when) {
     const std::lock_guard<std::mutex> hold(failures().mutex);
     std::erase_if(failures().last, [](const auto& failure) { return Clock::now() - failure.second > kRest; });
-    failures().last[nameOf(route)] = Clock::now();
+    failures().last[nameOf(route)] = when;
 }

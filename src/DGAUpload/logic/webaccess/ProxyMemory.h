@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -15,6 +16,7 @@
 /// on one thread.
 class ProxyMemory : public std::enable_shared_from_this<ProxyMemory> {
 public:
+    using Clock = std::chrono::steady_clock;
     struct Login {
         std::string user;
         std::string password;
@@ -38,7 +40,7 @@ public:
     void routeWorked(const PacProxy& route) { working_ = route; }
 
     /// Counts for the whole process.
-    static void routeFailed(const PacProxy& route);
+    static void routeFailed(const PacProxy& route, Clock::time_point when = Clock::now());
 
 private:
     struct Attempts {

@@ -2,7 +2,6 @@
 
 #include <QLabel>
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -19,9 +18,9 @@
 #include "DGAMonitor/View/SendReport/View/DGAMouseTrackingButton.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/Windows/DGAUtilitiesWindows.h"
-#include "platform/FileManager.h"
 #include "platform/RunLoop.h"
 #include "reportproblem/MailExtension.h"
+#include "reportproblem/ReportSources.h"
 #include "support/ORVNLogger.h"
 #include "support/TextTemplate.h"
 #include "ui_DGAProblemReportingWindowController.h"
@@ -30,9 +29,6 @@ namespace {
 
 constexpr int kNotRespondingIndex = 1;
 
-// Characters; the description travels with every piece of an upload.
-constexpr int kLongestDescription = 10000;
-constexpr int kCounterAppears = 500;  // when so many are left
 constexpr std::chrono::seconds kDraftPause{1};
 
 DGASessionRecord& record() {
@@ -94,10 +90,11 @@ void DGAProblemReportingWindowController::connectActions() {
     onClick(ui_->_saveBtn, &DGAProblemReportingWindowController::saveBtnClicked);
     onClick(ui_->_cancelBtn, &DGAProblemReportingWindowController::cancelBtnClicked);
     onClick(ui_->_closeBtn, &DGAProblemReportingWindowController::closeBtnClicked);
+    onClick(ui_->_contentsBtn, &DGAProblemReportingWindowController::contentsBtnClicked);
     QObject::connect(ui_->_textField, &DGATextField::textChanged, context(),
                      [this] { controlTextDidChange(); });
     QObject::connect(ui_->_textField, &DGATextField::composingChanged, context(),
-                     [this] { refreshPlaceholder(); });
+                     [this] { dgaShowDescription(*ui_); });
     QObject::connect(&window(), &DGAProblemReportingWindow::sendPressed, context(),
                      [this] { ui_->_sendBtn->click(); });
     // Also leads out of a report that never gets ready.
@@ -109,16 +106,23 @@ void DGAProblemReportingWindowController::showPRWindow() {
     if (isFresh)
         beginNewReport();
     dealProblemCatagory();
-    if (isFresh)
+    if (isFresh) {
         restoreDraft();
+        // As the permission to send, it is that of the opening.
+        rights_ = dgaReportFormRights(parts_.policy ? parts_.policy() : DGAPolicy::current(), sends_);
+        dgaForbidInReportForm(*ui_, rights_);
+    }
     window().setLevel(DGAUtilities::dga_fetchWindowLevel());
     window().center();
     window().showInFront();
+    if (isFresh && sends_)
+        offerKept();
 }
 
 // An open window acts as it is labelled, whatever the client tells meanwhile.
 void DGAProblemReportingWindowController::beginNewReport() {
     sends_ = record().enableSendReport;
+    rights_ = {};
     serviceType_ = record().serviceType;
     dgaLabelReportForm(*ui_, window(), sends_, serviceType_);
     status_ = true;
@@ -170,6 +174,7 @@ void DGAProblemReportingWindowController::close() {
         open->reject();
     if (!status_)
         abandonReport();
+    listing_.drop();
     if (isVisible() && !isHandedOn_)
         keepDraft();
     DGAWindowController::close();
@@ -238,37 +243,20 @@ void DGAProblemReportingWindowController::dropDownListDidSelect(DGADropDownListV
     refreshForm();
 }
 
-void DGAProblemReportingWindowController::refreshPlaceholder() {
-    ui_->_placeholderLab->setHidden(ui_->_textField->hasText() || ui_->_textField->isComposing());
-}
-
-int DGAProblemReportingWindowController::charactersLeft() const {
-    return kLongestDescription - ui_->_textField->characterCount();
-}
-
-void DGAProblemReportingWindowController::refreshCounter() {
-    const int left = charactersLeft();
-    const std::string text = support::fillPlaceholders(
-        DGAUtilities::dga_localize(left < 0 ? kTextDescriptionTooLong : kTextCharactersLeft),
-        {std::to_string(std::abs(left))});
-    ui_->_counterLab->setText(QString::fromStdString(text));
-    ui_->_counterLab->setHidden(left > kCounterAppears);
-}
-
 void DGAProblemReportingWindowController::refreshForm() {
-    refreshPlaceholder();
-    refreshCounter();
+    dgaShowDescription(*ui_);
     refreshControls(ui_->_textField->hasText() && problemCatagory_ != kDGANoCatagory);
 }
 
 // The one place that decides what may be used. While a report is being made nothing: a second one would
 // follow it.
 void DGAProblemReportingWindowController::refreshControls(bool complete) {
-    const bool maySend = status_ && complete && charactersLeft() >= 0;
-    ui_->_sendBtn->setEnabled(maySend);
-    ui_->_saveBtn->setEnabled(maySend);
+    const bool maySend = status_ && complete && dgaCharactersLeft(*ui_) >= 0;
+    ui_->_sendBtn->setEnabled(maySend && rights_.send);
+    ui_->_saveBtn->setEnabled(maySend && rights_.save);
     ui_->_cancelBtn->setEnabled(status_);
     ui_->_closeBtn->setEnabled(status_);
+    ui_->_contentsBtn->setEnabled(status_);
     ui_->_noticeV->setActionsEnabled(status_);
 }
 
@@ -279,16 +267,7 @@ void DGAProblemReportingWindowController::changeWindowStatus(bool status) {
     if (!status)
         window().setFocus();
     refreshControls(true);
-    showBusy(!status);
-}
-
-void DGAProblemReportingWindowController::showBusy(bool busy) {
-    ui_->_spinV->setVisible(busy);
-    ui_->_busyLab->setText(busy ? dgaText(kTextPareparingReport) : QString());
-    if (busy)
-        ui_->_spinV->startSpin();
-    else
-        ui_->_spinV->stopSpin();
+    dgaShowBusy(*ui_, !status);
 }
 
 void DGAProblemReportingWindowController::sendReportBtnClicked() {
@@ -298,7 +277,8 @@ void DGAProblemReportingWindowController::sendReportBtnClicked() {
         services().sendTelemetryAction(DGATelemetryAction::sendReport);
         // The draft ends when there is an archive that holds it.
         keepDraft();
-        if (showUploadWindow()) {
+        if (showUploadWindow(options())) {
+            listing_.handOn();
             isHandedOn_ = true;
             close();
         }
@@ -329,23 +309,44 @@ void DGAProblemReportingWindowController::closeBtnClicked() {
     leave([] {});
 }
 
-bool DGAProblemReportingWindowController::showUploadWindow() {
+// What is left out there is left out here.
+void DGAProblemReportingWindowController::contentsBtnClicked() {
+    listing_.open(window(), options(), sends_, [this](const std::string& kind, bool wanted) {
+        auto* const box = kind == ReportFileKind::kScreenshot ? ui_->_fullBtn : ui_->_sysInfoBtn;
+        box->setSelected(wanted);
+    });
+}
+
+bool DGAProblemReportingWindowController::showUploadWindow(const DGAReportOptions& options) {
     ORVN_LOG_METHOD();
     auto& upload = windows().uploadWindowCtrl;
     if (!upload)
         upload = windows().makeUploadWindow();
     if (!upload)
         return false;
-    upload->showUploadWindowIfScreenShot(options(), ui_->_textField->stringValue(), problemCatagory_);
+    upload->showUploadWindowIfScreenShot(options, options.description, options.category->number);
     return true;
 }
 
+// It goes as it is, with the values of this session; what is being written here stays.
+void DGAProblemReportingWindowController::offerKept() {
+    kept_.refresh(*ui_->_keptV, [this](const DGAKeptReport& report) {
+        showUploadWindow({.serviceType = serviceType_,
+                          .description = report.description,
+                          .category = DGAReportCategory{report.category, {}},
+                          .kept = report.number});
+    });
+}
+
 DGAReportOptions DGAProblemReportingWindowController::options() const {
-    return {.screenShot = ui_->_fullBtn->selected(),
-            .systemInfo = ui_->_sysInfoBtn->selected(),
-            .serviceType = serviceType_,
-            .description = ui_->_textField->stringValue(),
-            .category = DGAReportCategory{problemCatagory_, dgaProblemCatagoryName(problemCatagory_)}};
+    DGAReportOptions options{
+        .screenShot = ui_->_fullBtn->selected(),
+        .systemInfo = ui_->_sysInfoBtn->selected(),
+        .serviceType = serviceType_,
+        .description = ui_->_textField->stringValue(),
+        .category = DGAReportCategory{problemCatagory_, dgaProblemCatagoryName(problemCatagory_)}};
+    listing_.addTo(options);
+    return options;
 }
 
 void DGAProblemReportingWindowController::generateReport() {
@@ -407,6 +408,10 @@ void DGAProblemReportingWindowController::mailEnded(bool composed) {
         close();
         return;
     }
+    if (!rights_.save) {
+        ui_->_noticeV->say(dgaText(kTextAdministratorForbids), {});
+        return;
+    }
     const std::string target = DGASavePanel::freePathFor(filePath_.substr(filePath_.rfind('/') + 1));
     const std::string error = dgaMoveArchive(filePath_, target);
     if (error.empty())
@@ -417,14 +422,12 @@ void DGAProblemReportingWindowController::mailEnded(bool composed) {
 
 void DGAProblemReportingWindowController::tellSaved(const char* text, const std::string& path) {
     endDraft();
-    ui_->_noticeV->say(
-        QString::fromStdString(support::fillPlaceholders(DGAUtilities::dga_localize(text), {path})),
-        {{dgaText(kTextShowInFolder), [path] { platform::showInFileManager(path); }}});
+    dgaSaySaved(*ui_->_noticeV, text, path);
     ui_->_cancelBtn->setText(dgaText(kTextCloseButtonSendReport));
 }
 
 void DGAProblemReportingWindowController::saveWithFilePath(const std::string& path) {
-    showBusy(false);
+    dgaShowBusy(*ui_, false);
     const auto done = [this, alive = std::weak_ptr(awaiting_)](int result) {
         if (!alive.expired())
             judgePanelStatusWithIndex(result);

@@ -10,9 +10,13 @@
 #include <optional>
 #include <string>
 
+#include "DGAMonitor/Session/DGAPolicy.h"
 #include "DGAMonitor/View/DGAMessage.h"
 #include "DGAMonitor/View/DGASavePanel.h"
 #include "DGAMonitor/View/DGAWindowController.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAKeptReportOffer.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAReportForm.h"
+#include "DGAMonitor/View/SendReport/Controller/DGAReportListing.h"
 #include "DGAMonitor/View/SendReport/View/DGADropDownListView.h"
 #include "DGAMonitor/View/SendReport/View/DGAProblemReportingWindow.h"
 #include "DGAMonitor/Windows/DGAWindowInterfaces.h"
@@ -42,6 +46,7 @@ public:
     struct Parts {
         std::function<std::shared_ptr<DGAReportMaker>()> makeReportMaker;
         std::function<void(const ReportMail&, std::function<void(bool composed)>)> reportProblem;
+        std::function<DGAPolicy()> policy = {};
     };
 
     DGAProblemReportingWindowController();
@@ -73,17 +78,15 @@ private:
     void saveBtnClicked();
     void cancelBtnClicked();
     void closeBtnClicked();
+    void contentsBtnClicked();
 
     void changeWindowStatus(bool status);
-    void showBusy(bool busy);
     void refreshForm();
-    void refreshPlaceholder();
-    void refreshCounter();
     void refreshControls(bool complete);
-    int charactersLeft() const;
 
     DGAReportOptions options() const;
-    bool showUploadWindow();
+    bool showUploadWindow(const DGAReportOptions& options);
+    void offerKept();
     void generateReport();
     void abandonReport();
     void reportFileGeneratedAt(const std::string& path) override;
@@ -98,6 +101,7 @@ private:
     void judgePanelStatusWithIndex(int index);
 
     Parts parts_;
+    DGAReportFormRights rights_;
     std::unique_ptr<Ui::DGAProblemReportingWindowController> ui_;
     std::shared_ptr<DGAReportMaker> maker_;
     QStringList titleListArr_;
@@ -107,6 +111,8 @@ private:
     bool isSaveBtnClicked_ = false;
     std::string filePath_;
 
+    DGAKeptReportOffer kept_;
+    DGAReportListing listing_;
     bool sends_ = false;
     int64_t serviceType_ = 0;
     QTimer draftTimer_;

@@ -4,6 +4,8 @@
 
 #include "reportproblem/ReportMail.h"
 
+class DGANoticeLine;
+
 /// The message with which the user mails a report, in the client's language; nobody is addressed yet.
 ReportMail dgaReportMail(const std::string& archive, const std::string& catagory,
                          const std::string& description);
@@ -11,3 +13,6 @@ ReportMail dgaReportMail(const std::string& archive, const std::string& catagory
 /// Moves an archive to where the user wants it. On failure it is still there, and the result says to the user
 /// why; else "".
 std::string dgaMoveArchive(const std::string& archive, const std::string& target);
+
+/// Says where an archive was saved (`text` has a place for the path), and offers to show it in its folder.
+void dgaSaySaved(DGANoticeLine& line, const char* text, const std::string& path);

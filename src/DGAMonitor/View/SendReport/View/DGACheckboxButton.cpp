@@ -114,11 +114,17 @@ void DGACheckboxButton::updateUI() {
 
 QSize DGACheckboxButton::titleSize(int limit) const {
     const QString& text = isChecked() ? selectedTitle_ : title_;
+    if (measured_.text != text || measured_.font != font())
+        measured_ = {text, font(), {}};
+    if (const auto known = measured_.sizes.constFind(limit); known != measured_.sizes.constEnd())
+        return *known;
     const QFontMetrics metrics = fontMetrics();
     const int width = qMin(limit, metrics.horizontalAdvance(text) + 1);
     // Measured also where it is one line: a character of another font may be higher than this font.
     const QRect room(0, 0, width, QWIDGETSIZE_MAX);
-    return {width, qMax(kImageSize, metrics.boundingRect(room, kTextFlags, text).height())};
+    const QSize size{width, qMax(kImageSize, metrics.boundingRect(room, kTextFlags, text).height())};
+    measured_.sizes.insert(limit, size);
+    return size;
 }
 
 void DGACheckboxButton::reloadTitleLabelPosition() {

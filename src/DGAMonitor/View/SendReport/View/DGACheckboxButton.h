@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QCheckBox>
+#include <QHash>
+#include <QSize>
 
 class DGAImageView;
 class DGAMouseTrackingButton;
@@ -56,6 +58,13 @@ private:
     void reloadTitleLabelPosition();
     QSize titleSize(int limit) const;
 
+    // What the title takes in so much room: layouts ask again and again, and shaping text is slow.
+    struct Measured {
+        QString text;
+        QFont font;
+        QHash<int, QSize> sizes;
+    };
+    mutable Measured measured_;
     QString title_;
     QString selectedTitle_;
     QString iconName_;

@@ -63,6 +63,6 @@ void DGANoticeLine::paintEvent(QPaintEvent* /*event*/) {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(DGAStyle::kControlEdge);
     painter.setBrush(DGAStyle::kHover);
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), DGAStyle::kCornerRadius,
+    painter.drawRoundedRect(QRectF(contentsRect()).adjusted(0.5, 0.5, -0.5, -0.5), DGAStyle::kCornerRadius,
                             DGAStyle::kCornerRadius);
 }
