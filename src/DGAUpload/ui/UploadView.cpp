@@ -368,8 +368,6 @@ void UploadView::showSaved(const std::string& path) {
     showOkayButton();
 }
 
-// Buttons
-
 void UploadView::showTryAgainButton() {
     ui_->saveButton->setButtonType(kPlainButton);
     ui_->againButton->setButtonType(kPrimaryButton);
@@ -408,8 +406,6 @@ void UploadView::tell(void (UploadViewDelegate::*what)()) {
     if (const auto delegate = delegate_.lock())
         (*delegate.*what)();
 }
-
-// Parts
 
 void UploadView::startTimer(double /*interval*/) {
     ui_->spinImageView->startSpin();

@@ -98,8 +98,6 @@ private:
         QLabel* label;
     };
 
-    bool savingAllowed_ = true;
-
     void awakeFromNib();
     void initialContentView();
     void initialTexts();
@@ -127,5 +125,6 @@ private:
     LarimoNotificationView* warnView_ = nullptr;
     std::array<Row, 5> rows_{};
     std::string number_;
+    bool savingAllowed_ = true;
     std::weak_ptr<UploadViewDelegate> delegate_;
 };

@@ -126,9 +126,9 @@ private:
         bool needShowWarningInfo = false;
     };
 
+    Steps steps_;
     const char* whyNotConnected_ = nullptr;  ///< a text's key; null if it is not known
 
-    Steps steps_;
     QPointer<UploadView> uploadView;
     std::string m_emailAddress;
     std::shared_ptr<CTraceUpload> m_traceUpload;
