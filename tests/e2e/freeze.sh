@@ -35,7 +35,7 @@ in_front
 see text 'Describe the problem*' focused
 xdotool type Frozen
 see 'push button' 'Send Report' sensitive
-key Return
+key ctrl+Return
 says 'Report uploaded'
 grep -q '"ct":"6"' arrived/*.jsonl || fail "sent as another category: $(cat arrived/*.jsonl)"
 click 'push button' OK

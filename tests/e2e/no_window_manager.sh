@@ -14,5 +14,8 @@ ask_for_report
 xdotool type again
 see label "$title" # what stands for the frame
 click 'push button' Close
+see 'push button' 'Keep Writing' focused # something is typed
+key Tab
+key Return
 gone dialog "$title"
 leave

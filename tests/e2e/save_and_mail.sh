@@ -29,6 +29,7 @@ begin() { # TEXT
 }
 # ends_by KEY: nothing would be lost, so nobody is asked.
 ends_by() {
+    in_front
     key "$1"
     gone dialog "$title"
 }
