@@ -97,7 +97,12 @@ DGASavePanel* DGASavePanel::dga_showSavePanelWithName(const std::string& name,
     connect(panel, &QDialog::finished, panel, [panel, done = std::move(handler)](int result) {
         if (done)
             done(result == QDialog::Accepted ? kChosen : kCancelled);
-        platform::performOnMain([guarded = QPointer<QObject>(panel)] { delete guarded; });
+        platform::performOnMain([guarded = QPointer<QWidget>(panel)] {
+            // The keyboard goes back where it came from also when a question over the panel closes with it.
+            if (guarded && guarded->parentWidget() && guarded->parentWidget()->isVisible())
+                guarded->parentWidget()->activateWindow();
+            delete guarded;
+        });
     });
     panel->open();
     return panel;
