@@ -101,7 +101,8 @@ void DGACoreWindowServices::uploadChanged(const DGAUploadState& state) {
     if (state.state == "sending")
         return;
     tellClient(state);
-    const bool isOver = state.state == "sent" || state.state == "saved";
+    const bool isOver = state.state == DGAReportState::kSent || state.state == DGAReportState::kSaved ||
+                        state.state == DGAReportState::kMailed;
     DGAKeptReports::queue().async([state, isOver,
                                    serviceType = DGASessionRecord::sharedRecord().serviceType.load()] {
         const DGAKeptReports kept;

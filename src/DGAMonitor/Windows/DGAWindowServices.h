@@ -12,10 +12,10 @@
 
 /// What becomes of an archive that is sent to the meeting service.
 struct DGAUploadState {
-    std::string path;     ///< the archive's
-    std::string state;    ///< "sending", then "sent", "failed", "saved" or "cancelled"
-    std::string reason;   ///< of a failure
-    std::string comment;  ///< what the user wrote
+    std::string path;          ///< the archive's
+    std::string state;         ///< "sending", then "sent", "failed", "saved", "mailed" or "cancelled"
+    std::string reason = {};   ///< of a failure
+    std::string comment = {};  ///< what the user wrote
     int64_t category = 0;
 };
 
