@@ -66,7 +66,11 @@ struct DGACoreWindowServices::Listings {
 
 DGACoreWindowServices::DGACoreWindowServices(const DGAReportCollection::Tools& tools)
     : tools_(DGAReportCollection::realTools(tools)), listings_(std::make_shared<Listings>()) {
-    tools_.listed = [listings = listings_](int64_t listing) { return listings->filesOf(listing); };
+    // Their files have these tools, too.
+    tools_.listed = [weak = std::weak_ptr(listings_)](int64_t listing) {
+        const auto listings = weak.lock();
+        return listings ? listings->filesOf(listing) : nullptr;
+    };
 }
 
 DGACoreWindowServices::DGACoreWindowServices(std::weak_ptr<DGAWindowProcess> process)
