@@ -56,7 +56,7 @@ std::optional<std::string> steadyBytes(int file) {
         struct stat after {};
         if (fstat(file, &before) != 0)
             return std::nullopt;
-        const auto bytes = bytesOf(file, static_cast<size_t>(before.st_size));
+        auto bytes = bytesOf(file, static_cast<size_t>(before.st_size));
         const auto again = bytesOf(file, static_cast<size_t>(before.st_size));
         if (bytes && bytes == again && fstat(file, &after) == 0 && isSame(before, after))
             return bytes;

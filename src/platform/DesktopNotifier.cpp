@@ -163,9 +163,7 @@ struct DesktopNotifier::State {
         const bool isOurs = name ? g_str_equal(name, kPortalId) != 0 : self->id != 0 && number == self->id;
         if (!isOurs)
             return;
-        if (g_str_equal(signal, "NotificationClosed"))
-            return self->end({});
-        self->end(key);
+        self->end(key && !g_str_equal(signal, "NotificationClosed") ? key : "");
     }
 
     // From inside a signal: the connection is let go of later.

@@ -101,7 +101,7 @@ std::optional<ElfNotes> ElfNotes::ofFile(const std::string& path) {
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (file < 0)
         return std::nullopt;
-    const auto notes = notesOf(file);
+    auto notes = notesOf(file);
     close(file);
     return notes;
 }

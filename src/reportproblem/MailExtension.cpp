@@ -41,7 +41,8 @@ bool MailExtension::reportProblem(const ReportMail& mail, std::string* /*error*/
     return true;
 }
 
-void MailExtension::composeMail(const ReportMail& mail, std::function<void(bool composed)> composed) const {
+void MailExtension::composeMail(const ReportMail& mail,
+                                const std::function<void(bool composed)>& composed) const {
     ORVN_LOG_METHOD();
     const bool isAllowed = DGAPolicy::current().allows(DGAPolicyKey::mail);
     if (!isAllowed)

@@ -21,7 +21,7 @@ public:
 
     /// The same. `composed` is told once, on another thread, whether a mail program took the message; one
     /// that runs on for three seconds counts as having taken it.
-    void composeMail(const ReportMail& mail, std::function<void(bool composed)> composed) const;
+    void composeMail(const ReportMail& mail, const std::function<void(bool composed)>& composed) const;
 
     /// The name of the script for the default mail program.
     std::string appleScriptNameForDefaultMailApp() const;

@@ -6,7 +6,7 @@
 #include <QGuiApplication>
 #include <QLocale>
 #include <QPainter>
-#include <QTimer>
+#include <QPointer>
 #include <chrono>
 #include <initializer_list>
 #include <string>
@@ -19,6 +19,7 @@
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAText.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "platform/RunLoop.h"
 #include "support/ORVNLogger.h"
 #include "support/TextTemplate.h"
 #include "support/widgets/LarimoNotificationView.h"
@@ -355,7 +356,10 @@ void UploadView::copyNumber() {
     QGuiApplication::clipboard()->setText(QString::fromStdString(number_));
     ui_->copyButton->setText(dgaText(kTextCopied));
     ui_->announcement->say(dgaText(kTextCopied));
-    QTimer::singleShot(kCopiedFor, this, [this] { ui_->copyButton->setText(dgaText(kTextCopy)); });
+    platform::performOnMainAfter(kCopiedFor, [view = QPointer(this)] {
+        if (view)
+            view->ui_->copyButton->setText(dgaText(kTextCopy));
+    });
 }
 
 void UploadView::showSaved(const std::string& path) {
