@@ -1,5 +1,6 @@
 #include "dga_events.h"
 
+#include <pthread.h>
 #include <string.h>
 
 /* A client that is stuck in its callback is told no more than these. */
@@ -15,14 +16,14 @@ typedef struct {
 } Event;
 
 struct DgaEvents {
-    gint holders; /* atomic */
-    GMutex lock;  /* guards the next three */
-    GCond changed;
+    gint holders;         /* atomic */
+    pthread_mutex_t lock; /* guards the next three */
+    pthread_cond_t changed;
     GQueue waiting; /* of Event */
     gboolean ends;
     int protocol;
     char* version;
-    GMutex calling; /* held while the callback runs; guards the next two */
+    pthread_mutex_t calling; /* held while the callback runs; guards the next two */
     OrvaneDgaCallback callback;
     void* data;
     GThread* thread; /* of the callback; the one who sets it owns it */
@@ -39,9 +40,9 @@ static void event_free(void* data) {
 DgaEvents* dga_events_new(void) {
     DgaEvents* events = g_new0(DgaEvents, 1);
     events->holders = 1;
-    g_mutex_init(&events->lock);
-    g_mutex_init(&events->calling);
-    g_cond_init(&events->changed);
+    pthread_mutex_init(&events->lock, NULL);
+    pthread_mutex_init(&events->calling, NULL);
+    pthread_cond_init(&events->changed, NULL);
     g_queue_init(&events->waiting);
     return events;
 }
@@ -57,9 +58,9 @@ void dga_events_unref(DgaEvents* events) {
     }
     g_queue_clear_full(&events->waiting, event_free);
     g_free(events->version);
-    g_cond_clear(&events->changed);
-    g_mutex_clear(&events->calling);
-    g_mutex_clear(&events->lock);
+    pthread_cond_destroy(&events->changed);
+    pthread_mutex_destroy(&events->calling);
+    pthread_mutex_destroy(&events->lock);
     g_free(events);
 }
 
@@ -75,7 +76,7 @@ static void push(DgaEvents* events, OrvaneDgaEventKind kind, int protocol, const
         event->texts[i] = g_strdup(texts[i]);
     }
     g_queue_push_tail(&events->waiting, event);
-    g_cond_signal(&events->changed);
+    pthread_cond_signal(&events->changed);
 }
 
 static void push_ready(DgaEvents* events) {
@@ -84,13 +85,13 @@ static void push_ready(DgaEvents* events) {
 }
 
 void dga_events_add_ready(DgaEvents* events, int protocol, const char* version) {
-    g_mutex_lock(&events->lock);
+    pthread_mutex_lock(&events->lock);
     if (events->protocol == 0) {
         events->protocol = MAX(protocol, 1);
         events->version = g_strdup(version != NULL ? version : "");
         push_ready(events);
     }
-    g_mutex_unlock(&events->lock);
+    pthread_mutex_unlock(&events->lock);
 }
 
 void dga_events_add_result(DgaEvents* events, const char* number, const char* state, const char* reason) {
@@ -98,9 +99,9 @@ void dga_events_add_result(DgaEvents* events, const char* number, const char* st
     if (number == NULL || state == NULL) {
         return;
     }
-    g_mutex_lock(&events->lock);
+    pthread_mutex_lock(&events->lock);
     push(events, ORVANE_DGA_EVENT_REPORT_RESULT, 0, texts);
-    g_mutex_unlock(&events->lock);
+    pthread_mutex_unlock(&events->lock);
 }
 
 /* The value of a member of a flat JSON object as the assistant writes it: without escapes but for a character
@@ -138,9 +139,9 @@ void dga_events_add_frame(DgaEvents* events, gint32 id, const char* json) {
 }
 
 int dga_events_protocol(DgaEvents* events) {
-    g_mutex_lock(&events->lock);
+    pthread_mutex_lock(&events->lock);
     const int protocol = events->protocol;
-    g_mutex_unlock(&events->lock);
+    pthread_mutex_unlock(&events->lock);
     return protocol;
 }
 
@@ -154,62 +155,62 @@ static void call_back(DgaEvents* events, const Event* event) {
         .state = event->texts[1],
         .reason = event->texts[2],
     };
-    g_mutex_lock(&events->calling);
+    pthread_mutex_lock(&events->calling);
     if (events->callback != NULL) {
         events->callback(&told, events->data);
     }
-    g_mutex_unlock(&events->calling);
+    pthread_mutex_unlock(&events->calling);
 }
 
 static void* run(void* data) {
     DgaEvents* events = data;
-    g_mutex_lock(&events->lock);
+    pthread_mutex_lock(&events->lock);
     while (!events->ends) {
         Event* event = g_queue_pop_head(&events->waiting);
         if (event == NULL) {
-            g_cond_wait(&events->changed, &events->lock);
+            pthread_cond_wait(&events->changed, &events->lock);
             continue;
         }
-        g_mutex_unlock(&events->lock);
+        pthread_mutex_unlock(&events->lock);
         call_back(events, event);
         event_free(event);
-        g_mutex_lock(&events->lock);
+        pthread_mutex_lock(&events->lock);
     }
-    g_mutex_unlock(&events->lock);
+    pthread_mutex_unlock(&events->lock);
     return NULL;
 }
 
 static void end_thread(DgaEvents* events) {
-    g_mutex_lock(&events->lock);
+    pthread_mutex_lock(&events->lock);
     GThread* thread = events->thread;
     events->thread = NULL;
     events->ends = TRUE;
-    g_cond_signal(&events->changed);
-    g_mutex_unlock(&events->lock);
+    pthread_cond_signal(&events->changed);
+    pthread_mutex_unlock(&events->lock);
     if (thread != NULL) {
         g_thread_join(thread);
     }
-    g_mutex_lock(&events->lock);
+    pthread_mutex_lock(&events->lock);
     events->ends = FALSE;
     g_queue_clear_full(&events->waiting, event_free);
-    g_mutex_unlock(&events->lock);
+    pthread_mutex_unlock(&events->lock);
 }
 
 void dga_events_set_callback(DgaEvents* events, OrvaneDgaCallback callback, void* data) {
-    g_mutex_lock(&events->calling);
+    pthread_mutex_lock(&events->calling);
     events->callback = callback;
     events->data = data;
-    g_mutex_unlock(&events->calling);
+    pthread_mutex_unlock(&events->calling);
     if (callback == NULL) {
         end_thread(events);
         return;
     }
-    g_mutex_lock(&events->lock);
+    pthread_mutex_lock(&events->lock);
     if (events->thread == NULL) {
         events->thread = g_thread_new("orvane-dga", run, events);
     }
     if (events->protocol != 0) {
         push_ready(events);
     }
-    g_mutex_unlock(&events->lock);
+    pthread_mutex_unlock(&events->lock);
 }

@@ -135,12 +135,11 @@ struct Told {
                                         text(event->reason));
     }
     std::vector<std::string> waitFor(size_t count, int tries = 500) {
-        for (int i = 0; i < tries; ++i) {
-            const std::lock_guard<std::mutex> hold(mutex);
-            if (lines.size() >= count)
-                break;
+        for (int i = 0; i < tries && copy().size() < count; ++i)
             g_usleep(10000);
-        }
+        return copy();
+    }
+    std::vector<std::string> copy() {
         const std::lock_guard<std::mutex> hold(mutex);
         return lines;
     }
