@@ -248,10 +248,7 @@ void DGAWindowProgram::reportEnded(const ReportEnded& message) {
 }
 
 void DGAWindowProgram::hide(const Hide& message) {
-    for (QWidget* const widget : QApplication::topLevelWidgets()) {
-        if (auto* const window = qobject_cast<DGAWindowBase*>(widget))
-            window->setHiddenForPicture(message.hidden);
-    }
+    DGAWindowBase::setAllHiddenForPicture(message.hidden);
     // The display has heard of it when it answers, and paints what is behind soon after.
     QCoreApplication::processEvents();
     platform::performOnMainAfter(message.hidden ? kRepaint : std::chrono::milliseconds(0),

@@ -15,6 +15,14 @@ key Down
 see 'combo box' Audio
 see 'push button' 'Send Report' sensitive
 
+# What is listed before is what arrives; what comes up meanwhile is not.
+click 'push button' 'See What Is Sent'
+see tree 'These files will be sent to 127.0.0.1:'
+see 'push button' Retake sensitive
+see tree 'These files will be sent to 127.0.0.1:' focused
+echo late > /tmp/orvgpc.ovt
+key Escape
+gone tree 'These files*'
 in_front
 key ctrl+Return
 says 'Report prepared' 'Connected to the server' 'Report uploaded' 'Your problem report has been sent.' \
@@ -33,6 +41,8 @@ unzip -p "arrived/$name.zip" 'orvdga_trace_meeting_*.csv' | grep -q '^39,1,1,con
 for file in orvdga_topic.txt orvdga_system_profile.spx '*.png' 'orvtra_dga_*.ovt'; do
     unzip -l "$archive" "$file" > /dev/null || fail "$file is missing in the archive"
 done
+! unzip -l "$archive" orvgpc.ovt > /dev/null || fail "a file came in that was not listed"
+rm /tmp/orvgpc.ovt
 size=$(stat -c %s "$archive")
 pieces=$(((size + 122879) / 122880))
 fields=$(tail -n 1 "arrived/$name.pieces.jsonl")

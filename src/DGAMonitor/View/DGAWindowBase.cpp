@@ -31,6 +31,12 @@ QAccessibleInterface* makeAccessible(const QString& /*className*/, QObject* obje
     return window ? new QAccessibleWidget(window, QAccessible::Dialog) : nullptr;
 }
 
+// The window that was brought to the front last, until the desktop has made one active.
+QPointer<DGAWindowBase>& keyboardWantedBy() {
+    static auto* const window = new QPointer<DGAWindowBase>();
+    return *window;
+}
+
 }  // namespace
 
 DGAWindowBase::DGAWindowBase(QWidget* parent) : QWidget(parent, Qt::Window) {
@@ -69,6 +75,8 @@ void DGAWindowBase::bringToFront() {
         setVisible(true);
     }
     shownBefore_ = true;
+    if (!isActiveWindow())
+        keyboardWantedBy() = this;
     dgaActivateWindow(*this);
     // A window that comes back within the toolkit's patience with a lost keyboard (400 ms) still has the
     // keyboard for it, but is active no more, and would stay so: it hears of no change.
@@ -154,6 +162,8 @@ void DGAWindowBase::fit() {
 
 bool DGAWindowBase::event(QEvent* event) {
     const bool handled = QWidget::event(event);
+    if (event->type() == QEvent::WindowActivate)
+        keyboardWantedBy().clear();
     // Its layout may have made it as large as it has to be at least.
     if (event->type() == QEvent::LayoutRequest && isVisible() && size() == fitted_.expandedTo(minimumSize()))
         fit();
@@ -171,20 +181,38 @@ void DGAWindowBase::showEvent(QShowEvent* event) {
     DGAApplicationWindows::sharedWindows().setVisible(this, true);
 }
 
+void DGAWindowBase::setAllHiddenForPicture(bool hidden) {
+    DGAWindowBase* front = nullptr;
+    for (QWidget* const widget : QApplication::topLevelWidgets()) {
+        auto* const window = qobject_cast<DGAWindowBase*>(widget);
+        if (!window)
+            continue;
+        // One that is only on its way to the front comes back there.
+        if (hidden)
+            window->wasActive_ = keyboardWantedBy() ? keyboardWantedBy() == window : window->isActiveWindow();
+        else if (window->hiddenForPicture_ && window->wasActive_)
+            front = window;
+    }
+    for (QWidget* const widget : QApplication::topLevelWidgets()) {
+        if (auto* const window = qobject_cast<DGAWindowBase*>(widget))
+            window->setHiddenForPicture(hidden);
+    }
+    // The last of all: window managers give the keyboard to whichever came last.
+    if (front)
+        front->bringToFront();
+}
+
 void DGAWindowBase::setHiddenForPicture(bool hidden) {
     if (hidden ? !isVisible() : !hiddenForPicture_)
         return;
     const QPoint place = pos();
     if (hidden) {
-        wasActive_ = isActiveWindow();
         hiddenForPicture_ = true;
         QWidget::setVisible(false);
     } else {
         setVisible(true);
         move(place);
         shownBefore_ = false;
-        if (wasActive_)
-            bringToFront();
     }
 }
 

@@ -40,8 +40,9 @@ public:
     /// around it, such as the buttons, stays.
     void setScrolling(QBoxLayout& contents);
 
-    /// Takes it off the screen for a moment, or puts it back: for everybody else it stays visible.
-    void setHiddenForPicture(bool hidden);
+    /// Takes all windows off the screen for a moment, or puts them back, with the keyboard where it was: for
+    /// everybody else they stay visible.
+    static void setAllHiddenForPicture(bool hidden);
 
     /// Whether it is on the screen, but for a picture.
     bool isShown() const { return isVisible() || hiddenForPicture_; }
@@ -66,6 +67,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void setHiddenForPicture(bool hidden);
     void adoptFrame();
     void fit();
     QRect workArea() const;
