@@ -88,6 +88,11 @@ public:
     }
 
     void close(xcb_window_t window) {
+        askToClose(window);
+        waitUntilGone(window);
+    }
+
+    void askToClose(xcb_window_t window) {
         xcb_client_message_event_t message{};
         message.response_type = XCB_CLIENT_MESSAGE;
         message.format = 32;
@@ -97,6 +102,9 @@ public:
         xcb_send_event(connection_, 0, window, XCB_EVENT_MASK_NO_EVENT,
                        reinterpret_cast<const char*>(&message));
         xcb_flush(connection_);
+    }
+
+    void waitUntilGone(xcb_window_t window) {
         const auto end = Clock::now() + 10s;
         while (isShown(window))
             pause(end);
@@ -256,22 +264,34 @@ Idle idle(GPid pid, unsigned seconds) {
     return {100 * (cpuSeconds(pid) - cpu) / seconds, static_cast<double>(wakeUps(pid) - wakes) / seconds};
 }
 
+void press(const std::string& keys) {
+    std::this_thread::sleep_for(50ms);  // until the window has the keyboard
+    if (std::system(("xdotool " + keys).c_str()) != 0)
+        fail("xdotool failed");
+}
+
 /// Sends from the problem reporting window, by the keyboard, without a picture of the screen, for which the
 /// windows would go; returns the upload window.
 xcb_window_t openUploadWindow(Screen& screen, const Subject& assistant) {
     xcb_window_t report = 0;
     openOnce(screen, assistant, report);
-    std::this_thread::sleep_for(50ms);
-    if (std::system("xdotool type --delay 2 x; xdotool key --delay 4 Tab Down Down Tab space shift+Tab "
-                    "shift+Tab Return") != 0)
-        fail("xdotool failed");
+    press("key --delay 4 x Tab Down Down Tab space ctrl+Return");
     return screen.nextWindow();
+}
+
+/// It asks whether to stop the upload; the button that stops it is the other one.
+void closeUploadWindow(Screen& screen, xcb_window_t upload) {
+    screen.askToClose(upload);
+    screen.nextWindow();
+    press("key --delay 4 Tab Return");
+    screen.waitUntilGone(upload);
 }
 
 double uploadGrowth(Screen& screen, const Subject& assistant, int rounds) {
     const auto round = [&] {
-        screen.close(openUploadWindow(screen, assistant));
-        std::this_thread::sleep_for(400ms);  // the report is still being made
+        const xcb_window_t upload = openUploadWindow(screen, assistant);
+        std::this_thread::sleep_for(400ms);  // until the report is made and being sent
+        closeUploadWindow(screen, upload);
     };
     for (int i = 0; i < 5; ++i)
         round();
@@ -366,7 +386,7 @@ int main(int argc, char** argv) {
     const Idle wheel = idle(assistant.windowPid(), kWheelSeconds);
     const double rssWith = megabytes(assistant.pid());
     const double windowsRss = megabytes(assistant.windowPid());
-    screen.close(upload);
+    closeUploadWindow(screen, upload);
     const double growth = uploadGrowth(screen, assistant, rounds);
     const auto closed = Clock::now();
     while (assistant.windowPid() != 0 && Clock::now() - closed < kLongestWarmth)
