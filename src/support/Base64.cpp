@@ -1,6 +1,9 @@
 #include "support/Base64.h"
 
 #include <endian.h>
+#ifdef __x86_64__
+#include <tmmintrin.h>
+#endif
 
 #include <algorithm>
 #include <array>
@@ -29,6 +32,34 @@ constexpr std::array<std::array<char, 2>, 4096> pairsOfAlphabet() {
     return pairs;
 }
 
+#ifdef __x86_64__
+// Twelve bytes at a time while sixteen can be read; returns how many it took. Each group of three bytes is
+// spread over four, the 6 bits of each character are moved to their place by multiplications, and become
+// characters by what has to be added in their range of the alphabet.
+[[gnu::target("ssse3")]] int encodeTwelveByTwelve(char* output, const unsigned char* input, int length) {
+    const __m128i spread = _mm_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10);
+    const __m128i added =
+        _mm_setr_epi8('a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52,
+                      '0' - 52, '0' - 52, '0' - 52, '+' - 62, '/' - 63, 'A', 0, 0);
+    int done = 0;
+    for (; length - done >= 16; done += 12, output += 16) {
+        const __m128i bytes =
+            _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(input + done)), spread);
+        const __m128i oddDigits =
+            _mm_mulhi_epu16(_mm_and_si128(bytes, _mm_set1_epi32(0x0FC0FC00)), _mm_set1_epi32(0x04000040));
+        const __m128i evenDigits =
+            _mm_mullo_epi16(_mm_and_si128(bytes, _mm_set1_epi32(0x003F03F0)), _mm_set1_epi32(0x01000010));
+        const __m128i digits = _mm_or_si128(oddDigits, evenDigits);
+        // 0 for small letters, 1 to 10 for figures, 11 and 12 for the last two, 13 for capital letters.
+        const __m128i isCapital = _mm_and_si128(_mm_cmpgt_epi8(_mm_set1_epi8(26), digits), _mm_set1_epi8(13));
+        const __m128i range = _mm_or_si128(_mm_subs_epu8(digits, _mm_set1_epi8(51)), isCapital);
+        const __m128i characters = _mm_add_epi8(digits, _mm_shuffle_epi8(added, range));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(output), characters);
+    }
+    return done;
+}
+#endif
+
 }  // namespace
 
 int GetBase64EncodeSize(int length) {
@@ -40,6 +71,13 @@ int Base64Encode(char* output, const unsigned char* input, int length) {
     if (output == nullptr || input == nullptr || length < 1)
         return 0;
     const unsigned char* const end = input + length - length % 3;
+#ifdef __x86_64__
+    if (__builtin_cpu_supports("ssse3")) {
+        const int done = encodeTwelveByTwelve(output, input, length);
+        input += done;
+        output += done / 3 * 4;
+    }
+#endif
     // Six bytes at a time while eight can be read: twice as fast as three by three.
     for (; end - input >= 8; input += 6, output += 8) {
         uint64_t bytes = 0;

@@ -172,7 +172,7 @@ private:
     void Report(int result, const char* data);
 
     void ReadPacProxy(const char* url);
-    void ReadSystemProxy();
+    void UseSystemProxy(std::optional<platform::ProxySettings> found);
     platform::ProxyServer ProxyInUse() const;
     void UseKnownLogin();
     void UseRoute();

@@ -30,10 +30,11 @@ void CNetworkDownload::GetIEProxySetting(const char* url) {
         return;
     }
     m_bProxyChecked = true;
-    if (CPacParser::IsPacEnabled())
+    auto settings = platform::copySystemProxySettings();
+    if (CPacParser::IsPacEnabled(settings))
         ReadPacProxy(url);
     else
-        ReadSystemProxy();
+        UseSystemProxy(std::move(settings));
 }
 
 void CNetworkDownload::ReadPacProxy(const char* url) {
@@ -61,8 +62,8 @@ void CNetworkDownload::ReadPacProxy(const char* url) {
     logNotice("CNetworkDownload::GetIEProxySetting,kern.osrelease={}", *release);
 }
 
-void CNetworkDownload::ReadSystemProxy() {
-    settings_ = platform::copySystemProxySettings();
+void CNetworkDownload::UseSystemProxy(std::optional<platform::ProxySettings> found) {
+    settings_ = std::move(found);
     if (!settings_)
         return;
     const auto& settings = settings_;

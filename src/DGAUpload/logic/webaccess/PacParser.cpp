@@ -117,10 +117,8 @@ void CPacParser::CleanUP() {
     parser->m_bCleanedUp = true;
 }
 
-bool CPacParser::IsPacEnabled() {
-    if (!hasScript(platform::copySystemProxySettings()))
-        return false;
-    return sharedInstance()->IsPacURLValid();
+bool CPacParser::IsPacEnabled(const std::optional<platform::ProxySettings>& settings) {
+    return hasScript(settings) && sharedInstance()->IsPacURLValid();
 }
 
 void CPacParser::RefreshForUpload() {

@@ -33,8 +33,9 @@ public:
     /// the parser as far as it is.
     static CPacParser* sharedInstance();
 
-    /// Whether the settings name a script and the loaded one is valid.
-    static bool IsPacEnabled();
+    /// Whether the desktop's settings name a script and the loaded one is valid.
+    static bool IsPacEnabled(
+        const std::optional<platform::ProxySettings>& settings = platform::copySystemProxySettings());
 
     /// To be called when an upload begins. Has the script loaded anew by the next use if there is none yet,
     /// the settings name another one, or the network has changed since it was loaded. Main thread.
