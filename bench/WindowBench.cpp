@@ -69,11 +69,13 @@ public:
         xcb_flush(connection_);
     }
 
-    /// Waits until another window is on the screen and is painted white.
-    xcb_window_t nextWindow() {
+    /// Waits until another window is on the screen and is painted white; 0 if `unlessGone` is closed instead.
+    xcb_window_t nextWindow(xcb_window_t unlessGone = 0) {
         const auto end = Clock::now() + 20s;
         xcb_window_t window = 0;
         while (window == 0) {
+            if (unlessGone != 0 && !isShown(unlessGone))
+                return 0;
             if (xcb_generic_event_t* const event = xcb_poll_for_event(connection_)) {
                 if ((event->response_type & 0x7f) == XCB_MAP_NOTIFY)
                     window = reinterpret_cast<xcb_map_notify_event_t*>(event)->window;
@@ -85,6 +87,12 @@ public:
         while (!isPainted(window))
             pause(end);
         return window;
+    }
+
+    void waitForKeyboard(xcb_window_t window) {
+        const auto end = Clock::now() + 10s;
+        while (!hasKeyboard(window))
+            pause(end);
     }
 
     void close(xcb_window_t window) {
@@ -132,6 +140,13 @@ private:
         const bool shown = reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
         free(reply);
         return shown;
+    }
+
+    bool hasKeyboard(xcb_window_t window) {
+        auto* const reply = xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr);
+        const bool has = reply && reply->focus == window;
+        free(reply);
+        return has;
     }
 
     bool isPainted(xcb_window_t window) {
@@ -264,8 +279,8 @@ Idle idle(GPid pid, unsigned seconds) {
     return {100 * (cpuSeconds(pid) - cpu) / seconds, static_cast<double>(wakeUps(pid) - wakes) / seconds};
 }
 
-void press(const std::string& keys) {
-    std::this_thread::sleep_for(50ms);  // until the window has the keyboard
+void press(Screen& screen, xcb_window_t window, const std::string& keys) {
+    screen.waitForKeyboard(window);
     if (std::system(("xdotool " + keys).c_str()) != 0)
         fail("xdotool failed");
 }
@@ -275,15 +290,17 @@ void press(const std::string& keys) {
 xcb_window_t openUploadWindow(Screen& screen, const Subject& assistant) {
     xcb_window_t report = 0;
     openOnce(screen, assistant, report);
-    press("key --delay 4 x Tab Down Down Tab space ctrl+Return");
+    press(screen, report, "key --delay 4 x Tab Down Down Tab space ctrl+Return");
     return screen.nextWindow();
 }
 
-/// It asks whether to stop the upload; the button that stops it is the other one.
+/// It asks whether to stop an upload; the button that stops it is the other one.
 void closeUploadWindow(Screen& screen, xcb_window_t upload) {
     screen.askToClose(upload);
-    screen.nextWindow();
-    press("key --delay 4 Tab Return");
+    const xcb_window_t question = screen.nextWindow(upload);
+    if (question == 0)
+        return;  // before there was anything to stop
+    press(screen, question, "key --delay 4 Tab Return");
     screen.waitUntilGone(upload);
 }
 

@@ -20,6 +20,8 @@ int main(int argc, char** argv) {
     std::signal(SIGXFSZ, SIG_IGN);
     // Long messages are given back to the system at once. A limit that adapts itself would keep their memory.
     mallopt(M_MMAP_THRESHOLD, 128 * 1024);
+    // Its threads take turns rather than work side by side, and each arena keeps memory of its own.
+    mallopt(M_ARENA_MAX, 1);
     const platform::TerminationSignal termination([] { AppDelegate::applicationWillTerminate(); });
     AppDelegate::applicationDidFinishLaunching();
     // As late as possible: it has to run before everything that exit() ends.

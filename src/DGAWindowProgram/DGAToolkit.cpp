@@ -1,6 +1,7 @@
 #include "DGAWindowProgram/DGAToolkit.h"
 
 #include <QApplication>
+#include <QPixmapCache>
 #include <array>
 #include <clocale>
 #include <cstdlib>
@@ -9,6 +10,8 @@
 #include "support/ORVNLogger.h"
 
 namespace {
+
+constexpr int kPixmapCacheKilobytes = 512;
 
 void (*whenNoDisplay)(const std::string& why) = nullptr;
 
@@ -47,5 +50,7 @@ void DGAToolkit::start(void (*noDisplay)(const std::string& why)) {
         setlocale(category, "C");
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setDesktopFileName(QStringLiteral("orvanedga"));
+    // The style keeps a picture of each button of each message, 10 MB of them unless it is told otherwise.
+    QPixmapCache::setCacheLimit(kPixmapCacheKilobytes);
     DGAStyle::apply();
 }

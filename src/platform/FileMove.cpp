@@ -4,11 +4,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "platform/Handle.h"
 #include "platform/Report.h"
@@ -47,7 +47,7 @@ bool writeAll(int file, const char* bytes, size_t length) {
 }
 
 bool copyBytes(int from, int to) {
-    std::array<char, 262144> buffer;
+    std::vector<char> buffer(262144);  // not on the stack of a thread that stays
     for (;;) {
         const ssize_t length = read(from, buffer.data(), buffer.size());
         if (length == 0)

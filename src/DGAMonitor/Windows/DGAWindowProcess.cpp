@@ -1,5 +1,7 @@
 #include "DGAMonitor/Windows/DGAWindowProcess.h"
 
+#include <malloc.h>
+
 #include <condition_variable>
 #include <map>
 #include <mutex>
@@ -283,6 +285,7 @@ void DGAWindowProcess::makeReport(const MakeReport& request) {
     maker->maker->startGenerateReportIfScreenShot(
         request.options, [weak = weak_from_this(), number = request.maker, run = request.run] {
             platform::performOnMain([weak, number, run] {
+                malloc_trim(0);  // the watch goes on for hours, perhaps without another report
                 if (const auto self = weak.lock())
                     self->send(ReportEnded{number, run});
             });
