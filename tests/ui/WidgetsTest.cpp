@@ -5,6 +5,7 @@
 #include <QVBoxLayout>
 #include <ctime>
 
+#include "DGAMonitor/View/DGALabel.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAViewFrame.h"
 #include "DGAMonitor/View/SendReport/View/DGAButton.h"
@@ -103,6 +104,29 @@ TEST_F(WidgetsTest, ALongTitleWrapsBeforeTheInfoButton) {
     EXPECT_EQ(title.width(), box->width() - 18 - 12 - 18);
     EXPECT_EQ(box->infoBtn()->x(), title.right() + 1 + 6);
     EXPECT_GE(box->height(), box->titleLab()->heightForWidth(title.width()));
+}
+
+TEST_F(WidgetsTest, ALabelKnowsItsSizesForWhatItShowsNow) {
+    DGALabel label(&window);
+    QLabel plain(&window);
+    for (QLabel* const each : {static_cast<QLabel*>(&label), &plain})
+        each->setWordWrap(true);
+    const QString texts[] = {QStringLiteral("short"),
+                             QString(30, QLatin1Char('w')) + QStringLiteral(" and more"), QString()};
+    for (const int points : {9, 18, 9}) {
+        for (const QString& text : texts) {
+            QFont font = plain.font();
+            font.setPointSize(points);
+            for (QLabel* const each : {static_cast<QLabel*>(&label), &plain}) {
+                each->setFont(font);
+                each->setText(text);
+            }
+            EXPECT_EQ(label.sizeHint(), plain.sizeHint());
+            EXPECT_EQ(label.minimumSizeHint(), plain.minimumSizeHint());
+            for (const int width : {80, 400})
+                EXPECT_EQ(label.heightForWidth(width), plain.heightForWidth(width)) << width;
+        }
+    }
 }
 
 TEST_F(WidgetsTest, ThePopoverComesWithTheMouseAndWithTheKeyboard) {
