@@ -35,8 +35,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int kLookIntervalMs = 50;
 constexpr auto kTermPatience = std::chrono::seconds(2);
-constexpr const char* kRunFolders = "/tmp/orvdga";
-constexpr const char* kLogFolder = "/tmp/orvtrace/dga";
+constexpr const char* kRunFolders = "orvdga";
+constexpr const char* kLogFolder = "orvtrace/dga";
 
 /// How a process ended, in words.
 std::string endInWords(bool bySignal, long code) {
@@ -230,7 +230,7 @@ private:
         }
         const std::string end = assistantEnded_ ? endInWords(endedBySignal_, endCode_) : "still runs";
         fmt::print("Assistant: process {} {}\n", assistant_, assistant_ > 0 ? end : "was not started");
-        const std::string log = newestLog(kLogFolder, startedAt_);
+        const std::string log = newestLog(storeFolders(kLogFolder), startedAt_);
         fmt::print("Log:       {}\n", log.empty() ? "none found" : log);
         showTopic();
         const Trace parsed = parseTrace(trace);
@@ -251,7 +251,7 @@ private:
     const Scenario& scenario_;
     const Options& options_;
     const std::chrono::system_clock::time_point startedAt_ = std::chrono::system_clock::now();
-    RunFiles files_{kRunFolders};
+    RunFiles files_{storeFolders(kRunFolders)};
     pid_t player_ = 0;
     pid_t assistant_ = 0;
     std::optional<long> readyMicroseconds_;

@@ -6,8 +6,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 namespace clientsim {
 
@@ -22,6 +24,15 @@ Folder openFolder(int parent, const char* name) {
         close(fd);
     }
     return {folder, closedir};
+}
+
+/// None that somebody else owns or may write to.
+Folder openOwnFolder(const std::string& path) {
+    Folder folder = openFolder(AT_FDCWD, path.c_str());
+    struct stat found {};
+    const bool own = folder && fstat(dirfd(folder.get()), &found) == 0 && found.st_uid == geteuid() &&
+                     (found.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+    return own ? std::move(folder) : Folder(nullptr, closedir);
 }
 
 /// Opens a regular file in place of `held`, unless that is the same one.
@@ -54,7 +65,15 @@ std::string readAll(int fd) {
 
 }  // namespace
 
-RunFiles::RunFiles(std::string root) : root_(std::move(root)) {}
+std::vector<std::string> storeFolders(const std::string& name) {
+    const char* const cache = std::getenv("XDG_CACHE_HOME");
+    const char* const home = std::getenv("HOME");
+    const std::string own =
+        cache != nullptr && *cache == '/' ? cache : std::string(home != nullptr ? home : "") + "/.cache";
+    return {"/tmp/" + name, own + "/orvanedga/" + name};
+}
+
+RunFiles::RunFiles(std::vector<std::string> roots) : roots_(std::move(roots)) {}
 
 RunFiles::~RunFiles() {
     for (const int fd : {trace_, topic_}) {
@@ -65,12 +84,15 @@ RunFiles::~RunFiles() {
 }
 
 void RunFiles::look(pid_t assistant) {
-    const Folder root = openFolder(AT_FDCWD, root_.c_str());
-    if (!root) {
-        return;
+    for (const auto& root : roots_) {
+        lookInto(root, assistant);
     }
+}
+
+void RunFiles::lookInto(const std::string& path, pid_t assistant) {
+    const Folder root = openOwnFolder(path);
     const std::string ending = fmt::format("_{}", assistant);
-    while (const dirent* run = readdir(root.get())) {
+    while (const dirent* run = root ? readdir(root.get()) : nullptr) {
         const std::string_view runName = run->d_name;
         if (!runName.starts_with("orvanedga_") || !runName.ends_with(ending)) {
             continue;
@@ -95,24 +117,26 @@ std::string RunFiles::topic() const {
     return readAll(topic_);
 }
 
-std::string newestLog(const std::string& folder, std::chrono::system_clock::time_point start) {
-    const Folder logs = openFolder(AT_FDCWD, folder.c_str());
+std::string newestLog(const std::vector<std::string>& folders, std::chrono::system_clock::time_point start) {
     std::string newest;
     // File times come from a clock that ticks coarsely and may be a little behind.
     const auto earliest = std::chrono::duration<double>(start.time_since_epoch()).count() - 0.1;
     double newestTime = earliest;
-    while (const dirent* entry = logs ? readdir(logs.get()) : nullptr) {
-        const std::string_view name = entry->d_name;
-        struct stat status {};
-        if (!name.starts_with("orvtra_dga_") || !name.ends_with(".ovt") ||
-            fstatat(dirfd(logs.get()), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-            continue;
-        }
-        const double time =
-            static_cast<double>(status.st_mtim.tv_sec) + static_cast<double>(status.st_mtim.tv_nsec) * 1e-9;
-        if (time >= newestTime) {
-            newestTime = time;
-            newest = folder + "/" + std::string(name);
+    for (const auto& folder : folders) {
+        const Folder logs = openOwnFolder(folder);
+        while (const dirent* entry = logs ? readdir(logs.get()) : nullptr) {
+            const std::string_view name = entry->d_name;
+            struct stat status {};
+            if (!name.starts_with("orvtra_dga_") || !name.ends_with(".ovt") ||
+                fstatat(dirfd(logs.get()), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+                continue;
+            }
+            const double time = static_cast<double>(status.st_mtim.tv_sec) +
+                                static_cast<double>(status.st_mtim.tv_nsec) * 1e-9;
+            if (time >= newestTime) {
+                newestTime = time;
+                newest = folder + "/" + std::string(name);
+            }
         }
     }
     return newest;

@@ -4,15 +4,21 @@
 
 #include <chrono>
 #include <string>
+#include <vector>
 
 namespace clientsim {
 
-/// What one run of the assistant leaves in its folder in /tmp. The assistant removes the folder when it
-/// ends; the files are therefore opened as soon as they appear and stay readable.
+/// Where the assistant may keep a folder of that name: in /tmp, or where that is not the user's alone, in the
+/// user's cache folder.
+std::vector<std::string> storeFolders(const std::string& name);
+
+/// What one run of the assistant leaves in its folder. The assistant removes the folder when it ends; the
+/// files are therefore opened as soon as they appear and stay readable.
 class RunFiles {
 public:
-    /// `root` is the folder of all runs' folders.
-    explicit RunFiles(std::string root);
+    /// `roots` are the folders in which the runs' folders may lie. One that is not the user's alone is passed
+    /// over.
+    explicit RunFiles(std::vector<std::string> roots);
     ~RunFiles();
     RunFiles(const RunFiles&) = delete;
     RunFiles& operator=(const RunFiles&) = delete;
@@ -29,12 +35,14 @@ public:
     std::string topic() const;
 
 private:
-    std::string root_;
+    void lookInto(const std::string& path, pid_t assistant);
+
+    std::vector<std::string> roots_;
     int trace_ = -1;
     int topic_ = -1;
 };
 
-/// The newest of the assistant's log files in a folder that was written since `start`; empty if none.
-std::string newestLog(const std::string& folder, std::chrono::system_clock::time_point start);
+/// The newest of the assistant's log files in these folders that was written since `start`; empty if none.
+std::string newestLog(const std::vector<std::string>& folders, std::chrono::system_clock::time_point start);
 
 }  // namespace clientsim

@@ -28,8 +28,7 @@ std::string shortTime(std::string time) {
 
 }  // namespace
 
-DGAKeptReportNotice::DGAKeptReportNotice(std::function<void()> send)
-    : send_(std::make_shared<std::function<void()>>(std::move(send))) {}
+DGAKeptReportNotice::DGAKeptReportNotice(Send send) : send_(std::make_shared<Send>(std::move(send))) {}
 
 DGAKeptReportNotice::~DGAKeptReportNotice() = default;
 
@@ -72,6 +71,6 @@ void DGAKeptReportNotice::show(const std::string& number, const std::string& tim
             if (key == kDiscard)
                 DGAKeptReports::queue().async([number] { DGAKeptReports().discard(number); });
             else if (send)
-                (*send)();
+                (*send)(number);
         });
 }

@@ -12,8 +12,10 @@ class DesktopNotifier;
 /// of the desktop, once for each report, the newest first. Main thread.
 class DGAKeptReportNotice {
 public:
+    using Send = std::function<void(const std::string& number)>;
+
     /// `send` opens the window that offers it.
-    explicit DGAKeptReportNotice(std::function<void()> send);
+    explicit DGAKeptReportNotice(Send send);
     ~DGAKeptReportNotice();
     DGAKeptReportNotice(const DGAKeptReportNotice&) = delete;
     DGAKeptReportNotice& operator=(const DGAKeptReportNotice&) = delete;
@@ -24,7 +26,7 @@ public:
 private:
     void show(const std::string& number, const std::string& time);
 
-    std::shared_ptr<std::function<void()>> send_;
+    std::shared_ptr<Send> send_;
     bool offered_ = false;
     std::unique_ptr<platform::DesktopNotifier> notifier_;
 };

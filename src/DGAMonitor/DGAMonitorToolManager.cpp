@@ -38,7 +38,11 @@ void DGAMonitorToolManager::startMonitoring() {
         };
         targetTool_ = std::make_shared<DGADealNotifTargetTool>(std::move(watch));
     }
-    keptNotice_ = std::make_unique<DGAKeptReportNotice>([this] { targetTool_->showReportWindow(); });
+    keptNotice_ = std::make_unique<DGAKeptReportNotice>([this](const std::string& number) {
+        record_.keptReport.set(number);
+        targetTool_->showReportWindow();
+        record_.keptReport.set(std::nullopt);
+    });
     addProcessObserver();
     startReceiveMeetingData();
     startCheckingSystemResourceUsage();

@@ -7,6 +7,7 @@
 #include <thread>
 #include <utility>
 
+#include "DGAMonitor/Session/DGAPolicy.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/View/DGAWindowBase.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
@@ -46,6 +47,7 @@ Posted postNow(const Post& message) {
                                       .bodyLength = static_cast<long>(message.body.size()),
                                       .connectMilliseconds = static_cast<long>(message.connectMilliseconds),
                                       .totalMilliseconds = static_cast<long>(message.totalMilliseconds),
+                                      .verifyProxies = DGAPolicy::current().verifiesCertificates() ? 1 : 0,
                                       .keepGoing = [](void* /*context*/) { return 1; },
                                       .context = nullptr};
     OrvTelemetryAnswer answer{};

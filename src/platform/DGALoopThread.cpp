@@ -51,5 +51,5 @@ void DGALoopThread::cancel() {
     state_->cancelled = true;
     // Queued rather than done here: a body that is still setting up stops as soon as it runs its loop.
     if (state_->loop)
-        state_->loop->perform([loop = state_->loop] { loop->stop(); });
+        state_->loop->perform([loop = state_->loop] { loop->stopAll(); });
 }

@@ -110,29 +110,51 @@ RunLoop& RunLoop::current() {
     return own.loop;
 }
 
+class RunLoop::Run {
+public:
+    explicit Run(State& state) : state_(state), loop_(g_main_loop_new(state.context, FALSE)) {
+        const std::lock_guard<std::mutex> hold(state_.mutex);
+        state_.runs.push_back(loop_);
+    }
+    ~Run() {
+        {
+            const std::lock_guard<std::mutex> hold(state_.mutex);
+            std::erase(state_.runs, loop_);
+        }
+        g_main_loop_unref(loop_);
+    }
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+
+    void serve() { g_main_loop_run(loop_); }
+    void end() { g_main_loop_quit(loop_); }
+
+private:
+    State& state_;
+    GMainLoop* loop_;
+};
+
 void RunLoop::run() {
-    GMainLoop* run = g_main_loop_new(state_->context, FALSE);
-    {
-        const std::lock_guard<std::mutex> hold(state_->mutex);
-        state_->runs.push_back(run);
-    }
-    g_main_loop_run(run);
-    {
-        const std::lock_guard<std::mutex> hold(state_->mutex);
-        std::erase(state_->runs, run);
-    }
-    g_main_loop_unref(run);
+    Run(*state_).serve();
 }
 
+// The time ends this run, whatever runs inside it then.
 void RunLoop::runFor(std::chrono::milliseconds time) {
-    Timer limit(*this, time, false, [this] { stop(); });
-    run();
+    Run run(*state_);
+    Timer limit(*this, time, false, [&run] { run.end(); });
+    run.serve();
 }
 
 void RunLoop::stop() {
     const std::lock_guard<std::mutex> hold(state_->mutex);
     if (!state_->runs.empty())
         g_main_loop_quit(state_->runs.back());
+}
+
+void RunLoop::stopAll() {
+    const std::lock_guard<std::mutex> hold(state_->mutex);
+    for (GMainLoop* const run : state_->runs)
+        g_main_loop_quit(run);
 }
 
 void RunLoop::perform(std::function<void()> call) {

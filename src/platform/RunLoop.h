@@ -27,11 +27,15 @@ public:
     /// Only on the loop's own thread.
     void run();
 
-    /// Serves the loop for the given time, or until stop(). Only on the loop's own thread.
+    /// Serves the loop for the given time, or until stop(). A run that was begun inside it is not ended when
+    /// the time has passed; this one then ends with it. Only on the loop's own thread.
     void runFor(std::chrono::milliseconds time);
 
-    /// Ends the innermost run(). Does nothing when the loop is not running. Any thread.
+    /// Ends the innermost run() or runFor(). Does nothing when the loop is not running. Any thread.
     void stop();
+
+    /// Ends all of them, from the innermost outwards. Any thread.
+    void stopAll();
 
     /// Queues a call for the loop's thread; calls run in the order in which they were queued. A call
     /// queued by a thread that then waits for it is run by nested runs as well. Any thread.
@@ -42,6 +46,7 @@ public:
 
 private:
     struct State;
+    class Run;
     explicit RunLoop(_GMainContext* context);
     std::shared_ptr<State> state_;
 };

@@ -170,6 +170,7 @@ private:
                                           .bodyLength = static_cast<long>(body.size()),
                                           .connectMilliseconds = kConnectTime.count(),
                                           .totalMilliseconds = kRequestTime.count(),
+                                          .verifyProxies = 0,
                                           .keepGoing = &Session::keepGoing,
                                           .context = this};
         sender(request, answer);

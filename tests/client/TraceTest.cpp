@@ -93,9 +93,14 @@ TEST(TracePrinter, ForeignTextCannotSteerTheTerminal) {
 
 TEST(RunFiles, StayReadableAfterTheirFolderIsGone) {
     const clienttest::TemporaryFolder root;
-    const std::string run = root.path() + "/orvanedga_meeting_20261115_171300_";
+    const clienttest::TemporaryFolder everybodys;
+    const std::string name = "/orvanedga_meeting_20261115_171300_";
+    const std::string run = root.path() + name;
     const std::string trace = "/orvdga_trace_meeting_20261115_171300.csv";
-    RunFiles files(root.path());
+    std::filesystem::create_directory(everybodys.path() + name + "12");
+    std::ofstream(everybodys.path() + name + "12" + trace) << "forged";
+    std::filesystem::permissions(everybodys.path(), std::filesystem::perms::all);
+    RunFiles files({everybodys.path(), root.path()});
     files.look(12);
     EXPECT_FALSE(files.hasTrace());
     std::filesystem::create_directory(run + "112");
@@ -125,10 +130,11 @@ TEST(RunFiles, NewestLogIsOneOfThisRun) {
     };
     age("orvtra_dga_1.ovt", 60);
     age("other.ovt", 0);
-    EXPECT_EQ(newestLog(root.path(), started), "");
+    const std::vector<std::string> folders{root.path() + "/none", root.path()};
+    EXPECT_EQ(newestLog(folders, started), "");
     age("orvtra_dga_3.ovt", 5);
     age("orvtra_dga_2.ovt", 2);
-    EXPECT_EQ(newestLog(root.path(), started), root.path() + "/orvtra_dga_2.ovt");
+    EXPECT_EQ(newestLog(folders, started), root.path() + "/orvtra_dga_2.ovt");
 }
 
 TEST(TraceGroups, GathersTheRecordsOfAModuleAndNamesThem) {

@@ -30,6 +30,9 @@ eventually grep -qs '^39,1,1,confid,0,2,' "$own"/orvanedga_meeting_*_"$dga"/*.cs
 kill -0 "$dga" || fail "the assistant is gone"
 
 [[ $(cat "$HOME/precious/file") == mine ]] || fail "the precious file is lost"
+# No file may become larger: what cannot be written is lost, and the assistant ends as always.
+prlimit --pid "$dga" --fsize=1
+parameters '{"confId": "3"}'
 kill "$dga"
 wait "$dga" || fail "ended with $?"
 ls "$own"/orvanedga_meeting_*_"$dga"/*.csv > /dev/null || fail "SIGTERM must leave the trace"

@@ -1,5 +1,5 @@
 # Clients that fall silent are noticed at the tick that reaches 182 seconds, and not before. The user of one waits, that
-# of the other quits it and sends a report.
+# of the other quits it and sends a report. That of a third is not asked, where this test may put a policy into place.
 . "$(dirname "$0")/windows.sh"
 raise() { xdotool search --onlyvisible --all --pid "$(window_program)" --name "$title" windowactivate --sync; }
 upload_server
@@ -7,8 +7,20 @@ start_meeting
 patient=$dga patients_client=$client
 start_meeting
 hasty=$dga hastys_client=$client
+unasked=
+if [[ $(id -u) -eq 0 ]]; then
+    orvanedga() {
+        exec unshare --mount bash -c 'mkdir /tmp/upper /tmp/work &&
+            mount -t overlay overlay -o lowerdir=/etc,upperdir=/tmp/upper,workdir=/tmp/work /etc &&
+            mkdir -m 0755 /etc/orvanedga && printf "[Watch]\nFreezePrompt=never\n" > /etc/orvanedga/policy.conf &&
+            exec orvanedga'
+    }
+    start_meeting
+    unset -f orvanedga
+    unasked=$dga unaskeds_client=$client
+fi
 sleep 1
-for dga in $patient $hasty; do post ORVANE_DGA_KEEP_ALIVE > /dev/null; done
+for dga in $patient $hasty $unasked; do post ORVANE_DGA_KEEP_ALIVE > /dev/null; done
 SECONDS=0
 sleep 178
 for dga in $patient $hasty; do
@@ -16,6 +28,12 @@ for dga in $patient $hasty; do
 done
 for dga in $patient $hasty; do await_log 'DGAHeartBeatCheckTool::frozeAlert'; done
 ((SECONDS >= 179 && SECONDS <= 186)) || fail "asked after $SECONDS s"
+if [[ -n $unasked ]]; then
+    dga=$unasked client=$unaskeds_client
+    await_log "the user is not asked about the frozen client: the administrator's policy forbids it"
+    [[ -z $(window_program) ]] || fail "a window all the same"
+    leave
+fi
 
 dga=$patient
 says 'Tellan Orvane Meetings is not responding.'

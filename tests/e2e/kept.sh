@@ -1,11 +1,14 @@
 # A report that an earlier session has kept, and the desktop's notification service; after windows.sh.
 kept=$HOME/.local/state/orvanedga/reports
+# keep_report [DAY [ANNOUNCED]]
 keep_report() {
+    local day=${1:-01} number=1_2_202611${1:-01}_101010
     mkdir -p "$kept"
     chmod 0700 "$kept"
-    printf 'PK\5\6\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0' > "$kept/1_2_20261101_101010.zip"
-    echo '{"number": "1_2_20261101_101010", "description": "No sound", "category": 3, "serviceType": 1,
-        "time": "2026-11-01T10:10:10+00:00", "state": "failed: no connection"}' > "$kept/1_2_20261101_101010.json"
+    printf 'PK\5\6\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0' > "$kept/$number.zip"
+    echo "{\"number\": \"$number\", \"description\": \"No sound\", \"category\": 3, \"serviceType\": 1,
+        \"time\": \"2026-11-${day}T10:10:10+00:00\", \"state\": \"failed: no connection\",
+        \"announced\": ${2:-false}}" > "$kept/$number.json"
     rm -f messages.txt
 }
 # notification_service [--portal] KEY: presses that button of each message; messages.txt has them.

@@ -17,12 +17,18 @@ for kind in '' --portal; do
     stop_notification_service
 done
 
-# Sent: the window comes up. In the next session nobody is asked again.
+# Sent: the window comes up with the report that it is about; others can be reached. In the next session nobody is asked
+# again.
+keep_report 02 true
 keep_report
 notification_service send
 start_meeting
 in_front
 see dialog "$title"
+says 'A report from 1 November 2026 10:10 has not been sent.'
+click 'push button' '2/2 ›'
+says 'A report from 2 November 2026 10:10 has not been sent.'
+for_everybody
 key Escape
 gone dialog "$title"
 leave

@@ -69,6 +69,8 @@ keep_report
 notification_service discard
 policy '[Upload]' Send=never
 open_window
+see 'push button' Send -sensitive
+see 'push button' Discard sensitive
 close_window
 leave
 [[ ! -e messages.txt ]] || fail "reminded: $(cat messages.txt)"
@@ -84,4 +86,49 @@ policy '[Upload]' Telemetry=never
 open_window "\"enableTelementry\": true, \"telemetryMetricsURL\": \"http://127.0.0.1:9/\", \"telemetryHttpHeaders\": {}"
 close_window
 await_log 'telemetryEnable == false'
+leave
+
+# [Report] CrashReports: what an earlier crash has left stays where it is.
+mkdir -p "$HOME/Library/Logs/DiagnosticReports"
+echo 'Stack trace' > "$HOME/Library/Logs/DiagnosticReports/Convexa_2026-11-01-101010_host.crash"
+policy '# nothing'
+crash() {
+    rm -rf /tmp/orvdga/*.zip
+    start_meeting
+    kill -KILL "$client"
+    in_front
+    see text 'Describe the problem*' focused
+    eventually only_archive > /dev/null || fail "no report of the crash"
+    close_window
+    ends
+    unzip -l "$(only_archive)" > held.txt
+}
+crash
+grep -q '\.crash' held.txt || fail "no crash report without a policy: $(cat held.txt)"
+policy '[Report]' CrashReports=never
+crash
+! grep -q '\.crash' held.txt || fail "a crash report all the same: $(cat held.txt)"
+summary '"[Report] CrashReports"'
+summary "the administrator's policy forbids it"
+
+# [Upload] VerifyCertificates: the server's, and that of a proxy of telemetry. Without it Try Again gets through.
+openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -keyout key.pem -out certificate.pem -days 1 \
+    -subj /CN=nobody.example 2> /dev/null
+cat key.pem certificate.pem > both.pem
+socat OPENSSL-LISTEN:20443,bind=127.0.0.1,fork,verify=0,cert=both.pem SYSTEM:'head -n 1 >> actions.txt' &
+upload_server --tls certificate.pem key.pem
+policy '[Upload]' VerifyCertificates=true
+telemetry='"enableTelementry": true, "telemetryMetricsURL": "http://metrics.example/", "telemetryHttpHeaders": {}'
+http_proxy=https://127.0.0.1:20443 start_meeting "$telemetry"
+send_report 'By nobody'
+says "The server's certificate can't be verified."
+await_log "curl's error 60"
+[[ ! -e actions.txt ]] && ! grep -q complete server.txt || fail "sent all the same: $(cat actions.txt server.txt)"
+policy '# nothing'
+click 'push button' 'Try Again'
+says 'Report uploaded'
+click 'push button' OK
+ask_for_report
+click 'push button' Cancel
+eventually test -s actions.txt || fail "no telemetry without the policy"
 leave

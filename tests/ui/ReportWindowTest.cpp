@@ -460,15 +460,30 @@ TEST_F(ProblemReportingWindowTest, OffersReportsThatHaveNotBeenSent) {
     EXPECT_TRUE(ui::waitUntil([&] {
         return says() == "A report from 21 November 2026 10:15 has not been sent.";
     })) << says();
+    const auto button = [&](int at) -> DGAButton& { return *kept.findChildren<DGAButton*>().value(at); };
+    EXPECT_EQ(button(2).text().toStdString(), "1/2 ›");
+    EXPECT_EQ(button(2).accessibleDescription().toStdString(),
+              "A report from 20 November 2026 10:15 has not been sent.");
     ui::takePicture("kept");
-    ui::click(*kept.findChild<DGAButton*>());
+    // All of them can be reached; and the one that the user comes for stands first.
+    for (const char* const day : {"20", "21"}) {
+        ui::click(button(2));
+        EXPECT_NE(says().find(day + std::string(" November")), std::string::npos) << says();
+    }
+    record().keptReport.set("1_2_20260102_030405");
+    controller->showPRWindow();
+    EXPECT_TRUE(ui::waitUntil([&] { return says().find("20 November") != std::string::npos; })) << says();
+    record().keptReport.set(std::nullopt);
+    ui::click(button(2));
+    ui::click(button(0));
     ASSERT_EQ(upload->asked.size(), 1U);
     const DGAReportOptions options = std::get<0>(upload->asked[0]);
     EXPECT_EQ(options.kept, "1_2_20260102_030406");
     EXPECT_EQ(std::get<1>(upload->asked[0]), "1_2_20260102_030406");
     EXPECT_EQ(std::get<2>(upload->asked[0]), 3);
     EXPECT_EQ(says(), "A report from 20 November 2026 10:15 has not been sent.");
-    ui::click(*kept.findChildren<DGAButton*>().value(1));
+    EXPECT_FALSE(button(2).isVisible()) << "there is no other one";
+    ui::click(button(1));
     ASSERT_TRUE(ui::waitUntil([this] { return question() != nullptr; }));
     ui::press("Left Return");
     EXPECT_TRUE(ui::waitUntil([&] { return store.reports().size() == 1; }));

@@ -1,19 +1,11 @@
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <memory>
 #include <optional>
 
-#include "DGAUpload/logic/CTraceUpload.h"
-#include "DGAUpload/logic/webaccess/CFNetworkHTTPDownload.h"
-#include "platform/RunLoop.h"
-#include "support/ScriptedServer.h"
+#include "support/DownloadSink.h"
 
 namespace {
 
@@ -21,48 +13,6 @@ using namespace std::chrono_literals;
 using platform::RunLoop;
 using Row = ScriptedServer::Row;
 using Then = ScriptedServer::Then;
-
-std::string ok(const std::string& body) {
-    return ScriptedServer::reply("200 OK", body);
-}
-
-class Sink : public IUrlDownloadSink {
-public:
-    void OnUrlReturn(intptr_t downloadType, int result, const char* data) override {
-        ++reports;
-        type = downloadType;
-        lastResult = result;
-        lastData = data && result >= 0 && !isPath
-                       ? std::optional(std::string(data, static_cast<size_t>(result)))
-                   : data ? std::optional(std::string(data))
-                          : std::nullopt;
-        if (onReturn)
-            onReturn();
-        RunLoop::current().stop();
-    }
-    bool OnAskProxy(std::string& user, std::string& password) override {
-        ++asked;
-        const bool agrees = onAsk && onAsk(user, password);
-        if (!agrees)
-            RunLoop::current().stop();
-        return agrees;
-    }
-    // Serves the loop until the report or a declined challenge.
-    void wait() const {
-        const int before = reports;
-        if (before == 0)
-            RunLoop::current().runFor(20s);
-    }
-
-    int reports = 0;
-    int asked = 0;
-    intptr_t type = 0;
-    int lastResult = -100;
-    std::optional<std::string> lastData;
-    bool isPath = false;
-    std::function<void()> onReturn;
-    std::function<bool(std::string&, std::string&)> onAsk;
-};
 
 TEST(HttpDownload, GetsAndPostsOverOneConnection) {
     ScriptedServer server({{ok("one")}, {ok("two")}, {ok("")}});
@@ -269,23 +219,6 @@ TEST(HttpDownload, TakesABodyAlongOnlyWhereItWasMeantToGo) {
     }
 }
 
-TEST(HttpDownload, EndsARequestThatIsChallengedForEver) {
-    for (const char* status : {"401 Unauthorized", "403 Forbidden", "407 Proxy Authentication Required"}) {
-        SCOPED_TRACE(status);
-        ScriptedServer server({{ScriptedServer::reply(status, "no")}});
-        Sink sink;
-        sink.onAsk = [](std::string&, std::string&) { return true; };
-        CNetworkDownload engine;
-        // The time-out ends no request that goes on, and waiting ends with it.
-        const bool waits = std::string(status).starts_with("407");
-        engine.DownloadURL(server.url("/x").c_str(), &sink, 30000, waits, false);
-        sink.wait();
-        EXPECT_EQ(sink.reports, 1);
-        EXPECT_EQ(sink.lastResult, -1);
-        EXPECT_EQ(server.requests().size(), 5U);
-    }
-}
-
 TEST(HttpDownload, RefusesABodyThatIsLongerThanItsLimit) {
     ScriptedServer server({{ok(std::string(100000, 'x'))}});
     for (const uint64_t limit : {99999U, 100000U}) {
@@ -296,134 +229,6 @@ TEST(HttpDownload, RefusesABodyThatIsLongerThanItsLimit) {
         sink.wait();
         EXPECT_EQ(sink.lastResult, limit == 100000 ? 100000 : -1);
     }
-}
-
-TEST(HttpDownload, RepeatsAChallengedRequestWithWhatTheSinkGives) {
-    for (const char* status : {"401 Unauthorized", "403 Forbidden", "407 Proxy Authentication Required"}) {
-        SCOPED_TRACE(status);
-        ScriptedServer server(
-            {{ScriptedServer::reply(status, "no")}, {ScriptedServer::reply(status, "")}, {ok("yes")}});
-        Sink sink;
-        sink.onAsk = [](std::string& user, std::string& password) {
-            user = "me";
-            password = "secret";
-            return true;
-        };
-        CNetworkDownload engine;
-        const CNetworkDownload::Headers headers = {{"X-Piece", "7"}};
-        ASSERT_EQ(engine.PostData(server.url("/p").c_str(), "body", 4, &sink, false, false, 5000, &headers),
-                  0);
-        sink.wait();
-        EXPECT_EQ(sink.lastData, "yes");
-        EXPECT_EQ(sink.asked, 2);
-        ASSERT_EQ(server.requests().size(), 3U);
-        for (const auto& request : server.requests()) {
-            EXPECT_EQ(request.line(), "POST /p HTTP/1.1");
-            EXPECT_EQ(request.field("X-Piece"), "7");
-            EXPECT_EQ(request.body, "body");
-            // There is no proxy to give them to.
-            EXPECT_EQ(request.field("Proxy-Authorization") + request.field("Authorization"), "");
-        }
-    }
-}
-
-TEST(HttpDownload, UsesStoredCredentialsOnceThenAsks) {
-    ScriptedServer server({{ScriptedServer::reply("302 Found", "", "Location: /moved\r\n")},
-                           {ScriptedServer::reply("407 Proxy", "no")}});
-    Sink sink;
-    CNetworkDownload engine;
-    engine.m_httpProxyUser = "stored";
-    ASSERT_EQ(engine.DownloadURL(server.url("/x").c_str(), &sink, 5000, false, false), 0);
-    sink.wait();
-    EXPECT_EQ(sink.asked, 1);
-    EXPECT_EQ(server.requests().size(), 3U);
-    EXPECT_EQ(server.requests()[2].line(), "GET /moved HTTP/1.1");
-    EXPECT_TRUE(engine.m_bHttpAuthTried);
-    RunLoop::current().runFor(20ms);
-    EXPECT_EQ(sink.reports, 0);
-}
-
-TEST(HttpDownload, PausesBeforeFurtherRepetitionsAndCanBeCancelledThere) {
-    ScriptedServer server({{ScriptedServer::reply("407 Proxy", "no")}});
-    Sink sink;
-    sink.onAsk = [](std::string&, std::string&) { return true; };
-    CNetworkDownload engine;
-    engine.DownloadURL(server.url("/x").c_str(), &sink, 2000, false, false);
-    RunLoop::current().runFor(1000ms);
-    // At once, after 0.5 s, and then after 1 s more.
-    EXPECT_GE(sink.asked, 2);
-    EXPECT_LE(sink.asked, 3);
-    engine.CancelCurrentDownload();
-    const auto sent = server.requests().size();
-    RunLoop::current().runFor(1200ms);
-    EXPECT_EQ(server.requests().size(), sent);
-    EXPECT_EQ(sink.reports, 0);
-}
-
-TEST(HttpDownload, BlocksUntilTheTransferHasEnded) {
-    const std::string no = ScriptedServer::reply("407 Proxy", "no");
-    ScriptedServer server({{ok("one")}, {no}, {no}, {ok("two")}, {ok("three")}, {no}, {"", Then::stall}});
-    for (const char* expected : {"one", "two"}) {
-        Sink sink;
-        sink.onAsk = [](std::string&, std::string&) { return true; };
-        auto* const engine = new CNetworkDownload;
-        engine->m_bAutoDelete = true;
-        EXPECT_EQ(engine->DownloadURL(server.url("/x").c_str(), &sink, 5000, true, false), 0);
-        EXPECT_EQ(sink.lastData, expected);
-    }
-    // A second engine blocks inside the report of the first.
-    Sink inner;
-    Sink outer;
-    outer.onReturn = [&] {
-        CNetworkDownload second;
-        EXPECT_EQ(second.DownloadURL(server.url("/declined").c_str(), &inner, 5000, true, false), 0);
-        EXPECT_EQ(inner.asked, 1);
-    };
-    CNetworkDownload engine;
-    EXPECT_EQ(engine.DownloadURL(server.url("/x").c_str(), &outer, 5000, true, false), 0);
-    EXPECT_EQ(outer.lastData, "three");
-    // Declined at its third challenge, after a pause of which the wait knows.
-    ScriptedServer never({{no}});
-    Sink declined;
-    declined.onAsk = [&](std::string&, std::string&) { return declined.asked < 3; };
-    EXPECT_EQ(engine.DownloadURL(never.url("/x").c_str(), &declined, 5000, true, false), 0);
-    EXPECT_EQ(declined.asked, 3);
-    Sink late;
-    EXPECT_EQ(engine.DownloadURL(server.url("/silent").c_str(), &late, 100, true, false), 0);
-    EXPECT_EQ(late.lastResult, -1);
-}
-
-TEST(HttpDownload, MayBeDeletedCancelledOrStartedAgainInItsReport) {
-    ScriptedServer server({{ok("one")}});
-    for (const int act : {0, 1, 2, 3}) {
-        SCOPED_TRACE(act);
-        auto engine = std::make_unique<CNetworkDownload>();
-        Sink sink;
-        sink.onReturn = [&] {
-            if (act == 0) {
-                engine.reset();
-            } else if (act == 1) {
-                engine->CancelCurrentDownload();
-            } else if (sink.reports == 1) {
-                EXPECT_EQ(engine->DownloadURL(server.url("/2").c_str(), &sink, 5000, act == 3, false), 0);
-            }
-        };
-        engine->DownloadURL(server.url("/1").c_str(), &sink, 5000, act == 1, false);
-        RunLoop::current().runFor(100ms);
-        RunLoop::current().runFor(100ms);
-        RunLoop::current().runFor(100ms);
-        EXPECT_EQ(sink.reports, act < 2 ? 1 : 2);
-        EXPECT_EQ(sink.lastData, "one");
-    }
-    Sink challenged;
-    auto engine = std::make_unique<CNetworkDownload>();
-    challenged.onAsk = [&](std::string&, std::string&) {
-        engine.reset();
-        return true;
-    };
-    ScriptedServer proxy({{ScriptedServer::reply("407 Proxy", "no")}});
-    engine->DownloadURL(proxy.url("/1").c_str(), &challenged, 5000, true, false);
-    EXPECT_EQ(challenged.asked, 1);
 }
 
 std::string contentOf(const std::filesystem::path& path) {
@@ -469,168 +274,6 @@ TEST(HttpDownload, StoresFilesInThePrivateFolder) {
     EXPECT_FALSE(fs::exists("/tmp/elsewhere/other"));
     EXPECT_EQ(contentOf("/tmp/precious"), "mine");
     fs::remove("/tmp/orvane");
-}
-
-/// TLS with a self-signed certificate in front of a server.
-class TlsFront {
-public:
-    explicit TlsFront(int target) {
-        EXPECT_EQ(std::system("openssl req -x509 -newkey rsa:2048 -nodes -days 1 -subj /CN=nobody.example "
-                              "-keyout /tmp/key.pem -out /tmp/cert.pem 2>/dev/null && "
-                              "cat /tmp/key.pem /tmp/cert.pem >/tmp/both.pem"),
-                  0);
-        {
-            const ScriptedServer free({{""}});
-            port = free.port();
-        }
-        process_ = fork();
-        if (process_ == 0) {
-            const std::string listen = "OPENSSL-LISTEN:" + std::to_string(port) +
-                                       ",bind=127.0.0.1,reuseaddr,fork,verify=0,cert=/tmp/both.pem";
-            const std::string connect = "TCP:127.0.0.1:" + std::to_string(target);
-            execlp("socat", "socat", listen.c_str(), connect.c_str(), nullptr);
-            _exit(127);
-        }
-        for (int tries = 0; tries < 100 && !answers(); ++tries)
-            std::this_thread::sleep_for(50ms);
-    }
-    ~TlsFront() {
-        kill(process_, SIGTERM);
-        waitpid(process_, nullptr, 0);
-    }
-    TlsFront(const TlsFront&) = delete;
-    TlsFront& operator=(const TlsFront&) = delete;
-    std::string url(const std::string& path) const {
-        return "https://127.0.0.1:" + std::to_string(port) + path;
-    }
-
-    int port = 0;
-
-private:
-    bool answers() const {
-        return std::system(("socat -u OPEN:/dev/null TCP:127.0.0.1:" + std::to_string(port) + " 2>/dev/null")
-                               .c_str()) == 0;
-    }
-    pid_t process_ = -1;
-};
-
-struct Fetched {
-    int status = 0;
-    std::string url;
-    std::string body;
-    platform::HttpReadStream::Event last{};
-};
-
-Fetched fetch(const std::string& url, const std::optional<platform::ProxySettings>& proxy, bool lax = true,
-              const std::string& user = "") {
-    using Event = platform::HttpReadStream::Event;
-    platform::HttpReadStream stream({"GET", url, {}, nullptr, user, "pw"});
-    Fetched got;
-    stream.setLaxCertificates(lax, lax);
-    stream.setAutomaticRedirection(true);
-    if (proxy)
-        stream.setProxy(*proxy);
-    stream.setClient([&](Event event) {
-        got.last = event;
-        char byte = 0;
-        if (event == Event::hasBytesAvailable) {
-            while (stream.read(&byte, 1) == 1)
-                got.body += byte;
-        } else if (event != Event::openCompleted) {
-            if (const auto response = stream.response())
-                got = {response->status, response->url, got.body, event};
-            RunLoop::current().stop();
-        }
-    });
-    EXPECT_TRUE(stream.open());
-    RunLoop::current().runFor(20s);
-    return got;
-}
-
-TEST(HttpReadStream, AcceptsAnyCertificateOnlyWhenTold) {
-    ScriptedServer server({{ok("secret")}});
-    const TlsFront tls(server.port());
-    Sink sink;
-    CNetworkDownload engine;
-    engine.DownloadURL(("  " + tls.url("/x") + " ").c_str(), &sink, 10000, false, false);
-    sink.wait();
-    EXPECT_EQ(engine.m_nHttps, 1);
-    EXPECT_EQ(sink.lastData, "secret");
-    EXPECT_EQ(fetch(tls.url("/x"), {}, false).last, platform::HttpReadStream::Event::errorOccurred);
-
-    ScriptedServer plain(
-        {{ScriptedServer::reply("301 Moved", "", "Location: " + tls.url("/moved") + "\r\n")}});
-    const auto moved = fetch(plain.url("/x"), {});
-    EXPECT_EQ(moved.body, "secret");
-    EXPECT_EQ(moved.url, tls.url("/moved"));
-}
-
-TEST(CTraceUpload, FollowsTheAdministratorsRules) {
-    ScriptedServer server({{ok("secret")}});
-    const TlsFront tls(server.port());
-    ScriptedServer plain({{ScriptedServer::reply(
-        "301 Moved", "", "Location: http://localhost:" + std::to_string(server.port()) + "/\r\n")}});
-    std::ofstream("/tmp/report.zip") << "report";
-    const auto onlyThisAddress = [](const std::string& host) { return host == "127.0.0.1"; };
-    const struct {
-        std::string url;
-        CNetworkDownload::Rules rules;
-        int32_t status;
-    } rows[] = {
-        {tls.url("/x?"), {{}, true}, CTraceUpload::kStatusUntrusted},
-        {tls.url("/x?"), {onlyThisAddress, false}, CTraceUpload::kStatusQueryFailed},  // its answer is no XML
-        {"http://localhost:" + std::to_string(server.port()) + "/x?",
-         {onlyThisAddress, false},
-         CTraceUpload::kStatusForbidden},
-        {"http://127.0.0.1@localhost/x?", {onlyThisAddress, false}, CTraceUpload::kStatusForbidden},
-        {plain.url("/x?"), {onlyThisAddress, false}, CTraceUpload::kStatusForbidden},
-    };
-    for (const auto& row : rows) {
-        CTraceUpload upload;
-        upload.setRules(row.rules);
-        ASSERT_TRUE(upload.preparingReport(row.url, "/tmp/report.zip"));
-        upload.queryAndUploadToSever();
-        for (int i = 0; i < 1000 && upload.m_status == CTraceUpload::kStatusConstructed; ++i)
-            RunLoop::current().runFor(10ms);
-        EXPECT_EQ(upload.m_status, row.status) << row.url;
-    }
-    EXPECT_EQ(server.requests().size(), 1U) << "of the one that may ask";
-}
-
-TEST(HttpReadStream, TakesTheProxyOfTheUrlsScheme) {
-    ScriptedServer origin({{ok("direct")}});
-    const TlsFront tls(origin.port());
-    ScriptedServer httpProxy({{ok("through http proxy")}});
-    ScriptedServer httpsProxy({{ScriptedServer::reply("407 Proxy Authentication Required", "who?",
-                                                      "Proxy-Authenticate: Basic realm=\"x\"\r\n")},
-                               {"HTTP/1.1 200 Established\r\n\r\n", Then::tunnel, tls.port}});
-    setenv("http_proxy", "http://127.0.0.1:1/", 1);
-    setenv("all_proxy", "http://127.0.0.1:1/", 1);
-    setenv("no_proxy", "*", 1);
-    platform::ProxySettings settings;
-    settings.http = {true, "127.0.0.1", httpProxy.port()};
-    settings.https = {true, "127.0.0.1", httpsProxy.port()};
-
-    EXPECT_EQ(fetch("http://meeting.example/x", settings, true, "me").body, "through http proxy");
-    EXPECT_EQ(httpProxy.requests()[0].line(), "GET http://meeting.example/x HTTP/1.1");
-    EXPECT_EQ(httpProxy.requests()[0].field("Proxy-Authorization"), "Basic bWU6cHc=");
-
-    // Refused without credentials, then let through with them; the server behind never sees them.
-    const auto refused = fetch("https://meeting.example/x", settings);
-    EXPECT_EQ(refused.status, 407);
-    EXPECT_EQ(refused.last, platform::HttpReadStream::Event::endEncountered);
-    EXPECT_EQ(fetch("https://meeting.example/x", settings, true, "me").body, "direct");
-    EXPECT_EQ(httpsProxy.requests()[1].field("Proxy-Authorization"), "Basic bWU6cHc=");
-    EXPECT_EQ(origin.requests().back().field("Proxy-Authorization"), "");
-
-    // Switched off, or none: direct, whatever the environment says. The https entry alone serves every
-    // scheme.
-    settings.http.enabled = false;
-    EXPECT_EQ(fetch(origin.url("/x"), settings).body, "direct");
-    EXPECT_EQ(fetch(origin.url("/x"), {}).body, "direct");
-    platform::ProxySettings fromScript;
-    fromScript.https = {false, "127.0.0.1", httpProxy.port()};
-    EXPECT_EQ(fetch("http://meeting.example/y", fromScript).body, "through http proxy");
 }
 
 }  // namespace

@@ -56,6 +56,28 @@ TEST(RunLoop, ANestedRunServesTheCallsQueuedBehindIt) {
     EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
 }
 
+TEST(RunLoop, ARunOfLimitedTimeEndsItselfAndNoRunInsideIt) {
+    const auto limit = 20ms;
+    bool isInside = false;
+    Timer longer(RunLoop::main(), 5ms, false, [&] {
+        const auto start = std::chrono::steady_clock::now();
+        isInside = true;
+        RunLoop::main().runFor(5 * limit);
+        isInside = false;
+        EXPECT_GE(std::chrono::steady_clock::now() - start, 5 * limit);
+    });
+    RunLoop::main().runFor(limit);
+    EXPECT_FALSE(isInside);
+
+    DGALoopThread nested("nested", [] {
+        Timer inner(RunLoop::current(), 1ms, false, [] { RunLoop::current().runFor(1h); });
+        RunLoop::current().run();
+    });
+    nested.start();
+    std::this_thread::sleep_for(20ms);
+    nested.cancel();  // its destructor waits for both
+}
+
 TEST(RunLoop, WaitingForTheMainThreadReturnsAfterTheCall) {
     std::atomic<bool> called{false};
     std::thread waiter([&] {

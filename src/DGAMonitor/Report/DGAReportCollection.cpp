@@ -106,10 +106,13 @@ DGAReportOptions DGAReportCollection::allowed(DGAReportOptions options) const {
 }
 
 // Whoever asks: what a crash has left is the reason for the report, and the desktop tools' have it always.
+bool DGAReportCollection::asksForCrashLogs(const DGAReportOptions& options) const {
+    return options.crashLog || serviceType_ == kDGAServiceTypeKT ||
+           DGASessionRecord::sharedRecord().events.contains(DGASessionEventKind::crash);
+}
+
 bool DGAReportCollection::wantsCrashLogs(const DGAReportOptions& options) const {
-    const bool wanted = options.crashLog || serviceType_ == kDGAServiceTypeKT ||
-                        DGASessionRecord::sharedRecord().events.contains(DGASessionEventKind::crash);
-    return wanted && policy_.allows(DGAPolicyKey::crashReports);
+    return asksForCrashLogs(options) && policy_.allows(DGAPolicyKey::crashReports);
 }
 
 // What was asked for and is not there without anything having failed.
@@ -121,7 +124,7 @@ void DGAReportCollection::leaveOutForbidden(const DGAReportOptions& options, Rep
     leaveOut(options.screenShot && serviceType_ != kDGAServiceTypeKT, DGAPolicyKey::screenCapture,
              Kind::kScreenshot);
     leaveOut(options.systemInfo, DGAPolicyKey::systemProfile, Kind::kSystemProfile);
-    leaveOut(options.crashLog, DGAPolicyKey::crashReports, Kind::kCrashReport);
+    leaveOut(asksForCrashLogs(options), DGAPolicyKey::crashReports, Kind::kCrashReport);
 }
 
 std::shared_ptr<DGAReportCollection> DGAReportCollection::open(const DGAReportOptions& options,

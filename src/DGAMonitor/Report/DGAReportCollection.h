@@ -78,6 +78,7 @@ private:
 
     explicit DGAReportCollection(const Tools& tools);
     DGAReportOptions allowed(DGAReportOptions options) const;
+    bool asksForCrashLogs(const DGAReportOptions& options) const;
     bool wantsCrashLogs(const DGAReportOptions& options) const;
     void leaveOutForbidden(const DGAReportOptions& options, ReportSources& sources) const;
     void findMeetingFiles();

@@ -69,6 +69,7 @@ public:
     std::atomic<bool> clientHasQuit{false};  ///< the client has said goodbye
     std::atomic<bool> endReported{false};    ///< the report of the client's end, good or bad, has ended
     DGASessionEvents events;                 ///< what has happened so far
+    Text keptReport;                         ///< the kept report that the next opening of a window is about
     const std::chrono::system_clock::time_point started = std::chrono::system_clock::now();
 
     DGASessionRecord(const DGASessionRecord&) = delete;

@@ -38,6 +38,7 @@ constexpr std::array kTextFields = {
     TextField{"languageID", &DGASessionRecord::languageID},
     TextField{"language", &DGASessionRecord::language},
     TextField{"telemetrySessionID", &DGASessionRecord::telemetrySessionID},
+    TextField{"keptReport", &DGASessionRecord::keptReport},
 };
 
 }  // namespace

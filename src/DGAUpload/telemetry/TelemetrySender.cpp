@@ -120,7 +120,7 @@ private:
         }
         Attempt made;
         platform::HttpReadStream stream(std::move(post));
-        stream.setLaxCertificates(false, true);
+        stream.setLaxCertificates(false, request_.verifyProxies == 0);
         if (way)
             stream.setProxy(*way);
         stream.setClient([&](auto event) { made.note(stream, event); });

@@ -6,7 +6,7 @@
 
 extern "C" {
 
-enum { kOrvTelemetrySenderVersion = 2 };
+enum { kOrvTelemetrySenderVersion = 3 };
 
 /// One POST. All pointers stay the caller's.
 struct OrvTelemetryRequest {
@@ -17,6 +17,7 @@ struct OrvTelemetryRequest {
     long bodyLength;
     long connectMilliseconds;
     long totalMilliseconds;
+    int verifyProxies;  ///< 0: a proxy that is spoken to over TLS may have any certificate
     /// Asked now and then, at least once a second; 0 gives up.
     int (*keepGoing)(void* context);
     void* context;
@@ -31,8 +32,8 @@ struct OrvTelemetryAnswer {
 
 struct OrvTelemetrySender {
     /// Blocks. The desktop's proxies are used as uploads use them, their passwords and scripts included; a
-    /// script is asked on the main thread, whose loop must turn. Certificates are checked; redirects are
-    /// answers, not followed.
+    /// script is asked on the main thread, whose loop must turn. The service's certificate is checked;
+    /// redirects are answers, not followed.
     void (*send)(const OrvTelemetryRequest* request, OrvTelemetryAnswer* answer);
 };
 

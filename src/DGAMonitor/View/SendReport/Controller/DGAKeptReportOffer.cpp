@@ -2,6 +2,7 @@
 
 #include <QDateTime>
 #include <QLocale>
+#include <algorithm>
 #include <utility>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
@@ -28,16 +29,25 @@ QString timeText(const std::string& time) {
            QLatin1Char(' ') + local.toString(QStringLiteral("HH:mm"));
 }
 
+QString offerText(const DGAKeptReport& report) {
+    return QString::fromStdString(support::fillPlaceholders(DGAUtilities::dga_localize(kTextReportNotSent),
+                                                            {timeText(report.time).toStdString()}));
+}
+
 }  // namespace
 
-void DGAKeptReportOffer::refresh(DGANoticeLine& line, std::function<void(const DGAKeptReport&)> send) {
+void DGAKeptReportOffer::refresh(DGANoticeLine& line, Way way) {
     line_ = &line;
-    send_ = std::move(send);
+    way_ = std::move(way);
     line_->clear();
     services().keptReports([this, alive = std::weak_ptr(alive_)](const std::vector<DGAKeptReport>& reports) {
         if (alive.expired())
             return;
-        reports_ = reports;
+        reports_.assign(reports.rbegin(), reports.rend());
+        const auto first =
+            std::find_if(reports_.begin(), reports_.end(),
+                         [this](const DGAKeptReport& report) { return report.number == way_.first; });
+        offered_ = first == reports_.end() ? 0 : static_cast<size_t>(first - reports_.begin());
         offer();
     });
 }
@@ -48,27 +58,41 @@ void DGAKeptReportOffer::offer() {
         return;
     }
     const auto send = [this] {
-        const DGAKeptReport report = reports_.back();
-        next();
-        send_(report);
+        const DGAKeptReport report = reports_[offered_];
+        end(report.number);
+        way_.send(report);
     };
-    const std::string text = support::fillPlaceholders(DGAUtilities::dga_localize(kTextReportNotSent),
-                                                       {timeText(reports_.back().time).toStdString()});
-    line_->say(QString::fromStdString(text),
-               {{dgaText(kTextSend), send}, {dgaText(kTextDiscard), [this] { discard(); }}});
+    std::vector<DGANoticeLine::Action> actions{
+        {.title = dgaText(kTextSend), .act = send, .isForbidden = !way_.maySend},
+        {.title = dgaText(kTextDiscard), .act = [this] { discard(); }}};
+    if (reports_.size() > 1) {
+        const auto& following = reports_[(offered_ + 1) % reports_.size()];
+        actions.push_back({.title = QStringLiteral("%1/%2 ›").arg(offered_ + 1).arg(reports_.size()),
+                           .act = [this] { next(); },
+                           .description = offerText(following)});
+    }
+    line_->say(offerText(reports_[offered_]), actions);
 }
 
 void DGAKeptReportOffer::discard() {
+    const std::string number = reports_[offered_].number;
     dgaAsk(line_->window(), dgaText(kTextDiscardReport), dgaText(kTextDiscard), dgaText(lDGACancelStr), line_,
-           [this, alive = std::weak_ptr(alive_)](bool yes) {
-               if (!yes || alive.expired() || reports_.empty())
+           [this, number, alive = std::weak_ptr(alive_)](bool yes) {
+               if (!yes || alive.expired())
                    return;
-               services().discardKeptReport(reports_.back().number);
-               next();
+               services().discardKeptReport(number);
+               end(number);
            });
 }
 
+void DGAKeptReportOffer::end(const std::string& number) {
+    std::erase_if(reports_, [&](const DGAKeptReport& report) { return report.number == number; });
+    if (offered_ >= reports_.size())
+        offered_ = 0;
+    offer();
+}
+
 void DGAKeptReportOffer::next() {
-    reports_.pop_back();
+    offered_ = (offered_ + 1) % reports_.size();
     offer();
 }

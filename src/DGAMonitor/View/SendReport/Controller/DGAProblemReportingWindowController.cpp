@@ -115,7 +115,7 @@ void DGAProblemReportingWindowController::showPRWindow() {
     window().setLevel(DGAUtilities::dga_fetchWindowLevel());
     window().center();
     window().showInFront();
-    if (isFresh && sends_)
+    if (sends_ && (isFresh || record().keptReport.get()))
         offerKept();
 }
 
@@ -330,12 +330,14 @@ bool DGAProblemReportingWindowController::showUploadWindow(const DGAReportOption
 
 // It goes as it is, with the values of this session; what is being written here stays.
 void DGAProblemReportingWindowController::offerKept() {
-    kept_.refresh(*ui_->_keptV, [this](const DGAKeptReport& report) {
+    const auto send = [this](const DGAKeptReport& report) {
         showUploadWindow({.serviceType = serviceType_,
                           .description = report.description,
                           .category = DGAReportCategory{report.category, {}},
                           .kept = report.number});
-    });
+    };
+    kept_.refresh(*ui_->_keptV,
+                  {.send = send, .maySend = rights_.send, .first = record().keptReport.get().value_or("")});
 }
 
 DGAReportOptions DGAProblemReportingWindowController::options() const {

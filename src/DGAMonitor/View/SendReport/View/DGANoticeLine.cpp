@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QPainter>
 
+#include "DGAMonitor/View/DGAForbidden.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/SendReport/View/DGAButton.h"
 
@@ -36,8 +37,14 @@ void DGANoticeLine::say(const QString& text, const std::vector<Action>& actions)
     setAccessibleName(text);
     for (size_t i = 0; i < buttons_.size(); ++i) {
         buttons_[i]->setHidden(i >= actions_.size());
-        if (i < actions_.size())
-            buttons_[i]->setText(actions_[i].title);
+        if (i >= actions_.size())
+            continue;
+        dgaAllow(*buttons_[i]);
+        buttons_[i]->setText(actions_[i].title);
+        buttons_[i]->setToolTip(actions_[i].description);
+        buttons_[i]->setAccessibleDescription(actions_[i].description);
+        if (actions_[i].isForbidden)
+            dgaForbid(*buttons_[i]);
     }
     show();
     QAccessibleEvent said(this, QAccessible::Alert);
@@ -50,8 +57,8 @@ void DGANoticeLine::clear() {
 }
 
 void DGANoticeLine::setActionsEnabled(bool enabled) {
-    for (auto* const button : buttons_)
-        button->setEnabled(enabled);
+    for (size_t i = 0; i < buttons_.size(); ++i)
+        buttons_[i]->setEnabled(enabled && !(i < actions_.size() && actions_[i].isForbidden));
 }
 
 QString DGANoticeLine::text() const {

@@ -17,15 +17,17 @@ public:
     struct Action {
         QString title;
         std::function<void()> act;
+        QString description = {};  ///< what the title does not tell; "" if it tells all
+        bool isForbidden = false;  ///< by the administrator's policy: shown, and says so
     };
 
     explicit DGANoticeLine(QWidget* parent = nullptr);
 
-    /// At most two actions. It stays until clear() or other words.
+    /// At most three actions. It stays until clear() or other words.
     void say(const QString& text, const std::vector<Action>& actions);
     void clear();
 
-    /// Whether its buttons may be used.
+    /// Whether its buttons may be used; those that are forbidden never.
     void setActionsEnabled(bool enabled);
 
     QString text() const;
@@ -35,6 +37,6 @@ protected:
 
 private:
     QLabel* label_;
-    std::array<DGAButton*, 2> buttons_;
+    std::array<DGAButton*, 3> buttons_;
     std::vector<Action> actions_;
 };
