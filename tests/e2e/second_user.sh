@@ -1,5 +1,5 @@
-# A second user of the machine has the whole product, while the first one owns the folders in /tmp and has planted
-# links to what only the second may read.
+# A second user of the machine has the whole product, also without a runtime folder, while the first one owns the folders
+# in /tmp and has planted links to what only the second may read.
 . "$(dirname "$0")/common.sh"
 if [[ $(id -u) != 0 ]]; then
     echo "skipped: needs root, to be another user"
@@ -8,7 +8,7 @@ fi
 other=65534 # nobody: a bus wants a user that it can look up
 own=/tmp/other/.cache/orvanedga
 mkdir -m 700 /tmp/orvdga /tmp/orvtrace
-install -d -m 700 -o $other -g $other /tmp/other /tmp/other/run
+install -d -m 700 -o $other -g $other /tmp/other
 echo secret > /tmp/other/secret
 chown $other /tmp/other/secret
 ln -s /tmp/other/secret /tmp/orvgpc.ovt
@@ -23,6 +23,7 @@ post() {
 }
 log=/tmp/other/.cache/orvanedga/orvtrace/dga
 until grep -qs startCheckingSystemResourceUsage \$log/*.ovt; do sleep 0.1; done
+stat -c %a /tmp/com.tellan.orvane.$other/com.tellan.orvane.orvanedga.\$dga > /tmp/other/socket
 post ORVANE_DGA_PASSING_JSON_DATA "{'DgaJsonData': <'{\"confId\": \"1\", \"serviceType\": 1, \"processID\": \"\$client\"}'>}"
 until grep -qs '^39,1,1,confid,0,1,' /tmp/other/.cache/orvanedga/orvdga/*/*.csv; do sleep 0.1; done
 sleep 3
@@ -31,10 +32,12 @@ until compgen -G '/tmp/other/.cache/orvanedga/orvdga/1_*.zip'; do sleep 0.1; don
 wait \$dga
 SCRIPT
 
-timeout 15 setpriv --reuid $other --regid $other --clear-groups env -u DBUS_SESSION_BUS_ADDRESS HOME=/tmp/other \
-    XDG_RUNTIME_DIR=/tmp/other/run dbus-run-session -- bash /tmp/as-other.sh ||
+timeout 15 setpriv --reuid $other --regid $other --clear-groups env -u DBUS_SESSION_BUS_ADDRESS \
+    -u XDG_RUNTIME_DIR HOME=/tmp/other dbus-run-session -- bash /tmp/as-other.sh ||
     fail "the other user: $(ls -R $own; cat /tmp/other/stderr.txt; cat /tmp/other/.cache/orvanedga/orvtrace/dga/*)"
 
+[[ $(cat /tmp/other/socket) == 600 && $(stat -c '%u %a' /tmp/com.tellan.orvane.$other) == "$other 700" ]] ||
+    fail "the port: $(ls -la /tmp/com.tellan.orvane.$other)"
 [[ $(stat -c '%u %a' $own/orvdga $own/orvtrace | sort -u) == "$other 700" ]] || fail "$(ls -l $own)"
 [[ -z $(find /tmp/orvdga /tmp/orvtrace -mindepth 1) ]] || fail "something was written for the first user"
 archive=$(compgen -G "$own/orvdga/1_*.zip") || fail "no archive"

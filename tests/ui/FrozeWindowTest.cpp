@@ -96,6 +96,7 @@ TEST_F(FrozeWindowTest, ShowsItsTextsWholeInTheMiddleAboveOthersAsItsLevelSays) 
     ASSERT_TRUE(window);
     ASSERT_TRUE(ui::waitUntilActive(*window)) << "it does not take the keyboard";
     EXPECT_EQ(window->windowTitle(), lDGAFrozeWindowTitleStr);
+    EXPECT_TRUE(window->findChild<QLabel*>("titleLab")->font().bold());
     ui::takePicture("prompt");
     for (const auto* const label : window->findChildren<QLabel*>())
         EXPECT_GE(label->width(), label->sizeHint().width()) << label->text().toStdString();

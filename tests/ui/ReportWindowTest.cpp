@@ -666,9 +666,11 @@ TEST_F(ProblemReportingWindowTest, EveryButtonTellsItsTelemetryAction) {
         field().setStringValue(text);
         emit box().activated(2);
         find<QAbstractButton>(button).click();
+        if (action.empty())
+            return;  // the next one comes behind what was sent here
         const auto arrived = [&] {
             const std::lock_guard<std::mutex> hold(mutex);
-            return action.empty() || bodies.find("\"" + action + "\"") != std::string::npos;
+            return bodies.find("\"" + action + "\"") != std::string::npos;
         };
         EXPECT_TRUE(ui::waitUntil(arrived));
         const std::lock_guard<std::mutex> hold(mutex);
@@ -676,11 +678,11 @@ TEST_F(ProblemReportingWindowTest, EveryButtonTellsItsTelemetryAction) {
             EXPECT_TRUE(action == other || bodies.find("\"" + other + "\"") == std::string::npos) << bodies;
         bodies.clear();
     };
+    expectAction("_closeBtn", true, "", "");
     expectAction("_saveBtn", false, "2601");
     expectAction("_sendBtn", false, "2602");
     expectAction("_cancelBtn", true, "2603", "");
     expectAction("_sendBtn", true, "2607");
-    expectAction("_closeBtn", true, "", "");
     server.stop();
     thread.join();
     record().telemetryMrg = nullptr;
@@ -721,27 +723,6 @@ TEST_F(ProblemReportingWindowTest, NothingIsCutOffInAnyLanguage) {
             check("report_" + language + (sends ? "" : "_mail"));
         }
     }
-}
-
-TEST_F(ProblemReportingWindowTest, LooksRightInEveryState) {
-    if (!std::getenv("ORVANEDGA_PICTURES"))
-        GTEST_SKIP() << "only makes pictures, for $ORVANEDGA_PICTURES";
-    record().enableSendReport = false;
-    open();
-    describe("The other participants cannot hear me since the meeting started.");
-    choose(lDGADropListAudio);
-    ui::takePicture("state_complete");
-    box().showPopup();
-    ui::takePicture("state_menu");
-    box().hidePopup();
-    find<DGACheckboxButton>("_sysInfoBtn").setFocus();
-    ui::press("Tab");
-    ui::takePicture("state_info");
-    ui::press("Escape Tab Tab Tab");
-    ui::takePicture("state_focus_send");
-    holdZip();
-    ui::press("Return");
-    ui::takePicture("state_generating");
 }
 
 TEST_F(ProblemReportingWindowTest, AHundredRoundsLeaveNothingBehind) {

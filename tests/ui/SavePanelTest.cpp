@@ -75,14 +75,15 @@ TEST_F(SavePanelTest, SuggestsANameInDownloadsAndAddsTheEnding) {
 
 TEST_F(SavePanelTest, SpeaksTheLanguageOfTheClient) {
     auto& language = DGASessionRecord::sharedRecord().language;
-    for (const auto& [name, label] : {std::pair{"German", "Datei&name:"},
-                                      {"pt", "&Nome do arquivo:"},
-                                      {"Japanese", "ファイル名(&N):"},
-                                      {"English", "File &name:"}}) {
+    for (const auto& [name, title, label] : {std::tuple{"German", "Speichern", "Datei&name:"},
+                                             {"pt", "Salvar", "&Nome do arquivo:"},
+                                             {"Japanese", "保存", "ファイル名(&N):"},
+                                             {"English", "Save", "File &name:"}}) {
         language.set(name);
         open("report");
         const auto* const fileName = panel->findChild<QLabel*>("fileNameLabel");
         EXPECT_EQ(fileName->text().toStdString(), label);
+        EXPECT_EQ(panel->windowTitle().toStdString(), title);
         ui::press("Escape");
         EXPECT_TRUE(ui::waitUntil([this] { return !panel; }));
     }

@@ -3,6 +3,7 @@
 #include <QLabel>
 #include <QScreen>
 #include <QVBoxLayout>
+#include <cmath>
 #include <ctime>
 
 #include "DGAMonitor/View/DGALabel.h"
@@ -15,6 +16,7 @@
 #include "DGAMonitor/View/SendReport/View/DGAMouseTrackingButton.h"
 #include "DGAMonitor/View/SendReport/View/DGAProblemReportingWindow.h"
 #include "DGAMonitor/View/SendReport/View/DGASendReportInfoView.h"
+#include "support/widgets/LarimoNotificationView.h"
 #include "support/widgets/QuivetSpinImageView.h"
 #include "ui/UiTest.h"
 
@@ -239,7 +241,13 @@ TEST_F(WidgetsTest, ADropDownIsRebuiltAroundItsDefaultTitle) {
 TEST_F(WidgetsTest, ASpinnerTurnsOnlyWhileItIsSeenAndCostsLittle) {
     auto* const spinner = new QuivetSpinImageView(&window);
     spinner->setGeometry(24, 24, 16, 16);
+    const auto isStill = [spinner] {
+        const QImage before = spinner->grab().toImage();
+        ui::runFor(250ms);
+        return before == spinner->grab().toImage();
+    };
     spinner->startSpin();
+    EXPECT_TRUE(isStill()) << "nobody sees it yet";
     show();
     const auto cpu = [] { return 1000.0 * static_cast<double>(std::clock()) / CLOCKS_PER_SEC; };
     const auto before = cpu();
@@ -250,10 +258,135 @@ TEST_F(WidgetsTest, ASpinnerTurnsOnlyWhileItIsSeenAndCostsLittle) {
     const double share = (cpu() - before) / 2000.0;
     RecordProperty("cpu_share", std::to_string(share));
     EXPECT_LT(share, ui::isSanitized() ? 0.5 : 0.02);
+    spinner->hide();
+    EXPECT_TRUE(isStill());
+    spinner->show();
+    EXPECT_FALSE(isStill());
     spinner->stopSpin();
-    const QImage stopped = spinner->grab().toImage();
-    ui::runFor(250ms);
-    EXPECT_EQ(stopped, spinner->grab().toImage());
+    EXPECT_TRUE(isStill());
+}
+
+// What shows at a place, counted from the right and from below where it is negative.
+TEST_F(WidgetsTest, StatesAreSeen) {
+    using namespace DGAStyle;
+    auto* const list = addList({"Choose", "Audio"}, "Choose");
+    auto* const box = addCheckbox("Include");
+    auto* const plain = new DGAButton(&window);
+    auto* const primary = new DGAButton(&window);
+    primary->setButtonType(2);
+    auto* const off = new DGAButton(&window);
+    off->setEnabled(false);
+    for (auto* const button : {plain, primary, off})
+        column->addWidget(button);
+    auto* const banner = new LarimoNotificationView(QRect(0, 0, 200, 32), 1, "It failed", &window);
+    column->addWidget(banner);
+    banner->show();
+    show();
+    const QColor warning("#fdf0f0");
+    const auto down = [plain, primary](bool isDown) {
+        plain->setDown(isDown);
+        primary->setDown(isDown);
+    };
+    const struct {
+        const char* what;
+        QWidget* focused;
+        QWidget* widget;
+        QPoint place;
+        QColor colour;
+        bool isDown = false;
+    } cases[] = {
+        {"no ring", primary, plain, {1, 16}, kWindow},
+        {"edge", primary, plain, {2, 16}, kControlEdge},
+        {"ring", plain, plain, {1, 16}, kAccent},
+        {"fill", plain, plain, {6, 16}, kWindow},
+        {"pressed", plain, plain, {6, 16}, kPressed, true},
+        {"no ring", plain, primary, {1, 16}, kWindow},
+        {"fill", plain, primary, {6, 16}, kAccent},
+        {"pressed", plain, primary, {6, 16}, kAccentPressed, true},
+        {"ring", primary, primary, {1, 16}, kAccent},
+        {"gap", primary, primary, {2, 16}, Qt::white},
+        {"disabled", primary, off, {6, 16}, kDisabledFill},
+        {"no ring", primary, off, {1, 16}, kWindow},
+        {"edge", plain, list, {0, 16}, kControlEdge},
+        {"no ring", plain, list, {1, 16}, kWindow},
+        {"ring", list, list, {1, 16}, kAccent},
+        {"no ring", plain, box, {20, 9}, kWindow},
+        {"ring", box, box, {20, 9}, kAccent},
+        {"banner", plain, banner, {-4, 16}, warning},
+    };
+    const auto picture = [this](const QWidget* focused) {
+        const_cast<QWidget*>(focused)->setFocus();
+        ui::runFor(20ms);
+        return window.grab().toImage();
+    };
+    for (const auto& c : cases) {
+        down(c.isDown);
+        const int x = c.place.x() + (c.place.x() < 0 ? c.widget->width() : 0);
+        const QColor colour = picture(c.focused).pixelColor(c.widget->mapTo(&window, QPoint(x, c.place.y())));
+        EXPECT_EQ(colour.name().toStdString(), c.colour.name().toStdString())
+            << c.widget->metaObject()->className() << " " << c.what << " of case " << &c - cases;
+    }
+    down(false);
+    // Where something is written or drawn, its darkest pixel is of its colour.
+    plain->setText("Hide");
+    const auto* const combo = list->findChild<LarimoDropdownBox*>();
+    const struct {
+        const QWidget* widget;
+        QRect place;
+        QColor colour;
+    } drawn[] = {
+        {combo, {0, 4, 60, 24}, kText},
+        {combo, {combo->width() - 10, 12, 10, 9}, kText},
+        {box->titleLab(), box->titleLab()->rect(), kText},
+        {box->imageV(), box->imageV()->rect(), QColor("#6b6b6b")},
+        {plain, plain->rect().adjusted(8, 8, -8, -8), kText},
+        {banner, banner->rect().adjusted(28, 6, -20, -6), kText},
+    };
+    const QImage all = picture(primary);
+    for (const auto& c : drawn) {
+        const QImage part = all.copy(QRect(c.widget->mapTo(&window, c.place.topLeft()), c.place.size()));
+        int darkest = 255;
+        for (int i = 0; i < part.width() * part.height(); ++i)
+            darkest = qMin(darkest, qGray(part.pixel(i % part.width(), i / part.width())));
+        EXPECT_NEAR(darkest, qGray(c.colour.rgb()), 24) << c.widget->metaObject()->className() << &c - drawn;
+    }
+}
+
+// Whatever colours the desktop has: the windows are bright, and what is written on them can be read.
+TEST_F(WidgetsTest, NoThemeMakesThemUnreadable) {
+    const auto luminance = [](const QColor& colour) {
+        const auto linear = [](qreal part) {
+            return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+        };
+        return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) +
+               0.0722 * linear(colour.blueF());
+    };
+    const std::pair<QPalette::ColorRole, QPalette::ColorRole> pairs[] = {
+        {QPalette::WindowText, QPalette::Window},
+        {QPalette::Text, QPalette::Base},
+        {QPalette::Text, QPalette::AlternateBase},
+        {QPalette::ButtonText, QPalette::Button},
+        {QPalette::ToolTipText, QPalette::ToolTipBase},
+        {QPalette::PlaceholderText, QPalette::Base},
+        {QPalette::Link, QPalette::Base},
+        {QPalette::LinkVisited, QPalette::Base},
+    };
+    const QPalette before = QApplication::palette();
+    for (const QColor& theme : {QColor("#232629"), QColor(Qt::black), QColor(Qt::white)}) {
+        QApplication::setPalette(QPalette(theme));
+        DGAStyle::apply();
+        for (const auto group : {QPalette::Active, QPalette::Inactive}) {
+            const QPalette palette = QApplication::palette();
+            for (const auto& [text, ground] : pairs) {
+                const qreal bright = luminance(palette.color(group, ground));
+                EXPECT_GT(bright, 0.8) << ground;
+                EXPECT_GT((bright + 0.05) / (luminance(palette.color(group, text)) + 0.05), 4.5) << text;
+            }
+            EXPECT_GT(1.05 / (luminance(palette.color(group, QPalette::Highlight)) + 0.05), 4.5);
+            EXPECT_EQ(palette.color(group, QPalette::HighlightedText), QColor(Qt::white));
+        }
+    }
+    QApplication::setPalette(before);
 }
 
 TEST_F(WidgetsTest, ColoursAreReadFromText) {
@@ -267,19 +400,6 @@ TEST_F(WidgetsTest, ColoursAreReadFromText) {
     };
     for (const auto& c : cases)
         EXPECT_EQ(dga_hexStringToColor(c.text).rgba(), c.colour.rgba()) << c.text;
-}
-
-TEST_F(WidgetsTest, AFrameIsChangedInOnePart) {
-    QWidget view(&window);
-    view.setGeometry(1, 2, 30, 40);
-    setDga_x(view, 5);
-    setDga_height(view, 50);
-    EXPECT_EQ(view.geometry(), QRect(5, 2, 30, 50));
-    setDga_y(view, 6);
-    setDga_width(view, 7);
-    EXPECT_EQ(view.geometry(), QRect(5, 6, 7, 50));
-    setDga_size(view, {8, 9});
-    EXPECT_EQ(view.geometry(), QRect(5, 6, 8, 9));
 }
 
 }  // namespace

@@ -83,6 +83,8 @@ TEST_F(PrivateFolderTest, RefusesWhateverIsNotTheUsersOwnFolder) {
         fs::remove_all(kRoot);
         seen_.clear();
         plant();
+        if (IsSkipped())
+            return;
         EXPECT_FALSE(openRoot()) << name;
         EXPECT_FALSE(PrivateFolder::open("/tmp/private/inner", PrivateFolder::Create::yes)) << name;
         EXPECT_FALSE(openRoot()) << name;

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -102,6 +103,23 @@ TEST(TaskTest, ReadsWhileTheProgramRuns) {
         EXPECT_EQ(result.exitStatus, 6);
         EXPECT_EQ(result.output, "");
     }
+}
+
+// A timer that interrupts every call that can be.
+TEST(TaskTest, GoesOnWhenItIsInterrupted) {
+    struct sigaction quiet {};
+    struct sigaction before {};
+    quiet.sa_handler = [](int) {};
+    sigaction(SIGALRM, &quiet, &before);
+    const itimerval often{{0, 500}, {0, 500}};
+    const itimerval never{};
+    setitimer(ITIMER_REAL, &often, nullptr);
+    const TaskResult result =
+        platform::runTask(shell("sleep 0.1; head -c 300000 /dev/zero; sleep 0.1; exit 3"));
+    setitimer(ITIMER_REAL, &never, nullptr);
+    sigaction(SIGALRM, &before, nullptr);
+    EXPECT_EQ(result.output.size(), 300000U);
+    EXPECT_EQ(result.exitStatus, 3);
 }
 
 TEST(TaskTest, GivesTheProgramACleanStart) {
@@ -295,7 +313,7 @@ TEST(ScreenshotTest, BuildsItsArguments) {
 
 TEST(CaptureTest, LeavesNoPictureWithoutADisplay) {
     fs::create_directories("/tmp/orvdga");
-    DGAScreenshotExtractor().generateScreenshot("/tmp/orvdga/shot.png");
+    EXPECT_EQ(DGAScreenshotExtractor().generateScreenshot("/tmp/orvdga/shot.png"), "there is no display");
     EXPECT_FALSE(fs::exists("/tmp/orvdga/shot.png"));
 }
 

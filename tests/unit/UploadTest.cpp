@@ -195,15 +195,4 @@ TEST(FileOperate, CountsAndReadsPieces) {
     }
 }
 
-TEST(TraceUpload, NamesItsRequests) {
-    CTraceUpload upload;
-    upload.setSiteURL("http://127.0.0.1/x");
-    EXPECT_EQ(upload.getURLAndEnodeByType("QW"), "http://127.0.0.1/x&AT=QW");
-    EXPECT_EQ(upload.getURLAndEnodeByType("UL"), "http://127.0.0.1/x&AT=UL");
-    EXPECT_EQ(upload.getURLAndEnodeByType("XX"), "http://127.0.0.1/x");
-    std::string user;
-    EXPECT_TRUE(upload.OnAskProxy(user, user));
-    EXPECT_EQ(user, "");
-}
-
 }  // namespace
