@@ -10,7 +10,9 @@
 #include <QPainter>
 #include <QPointer>
 #include <QScreen>
+#include <QTimer>
 #include <QWindow>
+#include <chrono>
 #include <utility>
 
 #include "DGAMonitor/View/DGADesktopFrame.h"
@@ -24,6 +26,7 @@
 namespace {
 
 constexpr int kFloatingLevel = 3;
+constexpr std::chrono::milliseconds kLongestActivation{400};
 
 // A plain widget counts as a mere group of others, whose name and text no screen reader tells.
 QAccessibleInterface* makeAccessible(const QString& /*className*/, QObject* object) {
@@ -70,14 +73,19 @@ void DGAWindowBase::bringToFront() {
     if (isMinimized())
         showNormal();
     // Compositors bring a new window to the front; one that they know they only mark as wanting attention.
-    if (!isActiveWindow() && shownBefore_ && !dgaMayActivateWindows()) {
-        setHiddenForPicture(true);
-        setVisible(true);
-    }
-    shownBefore_ = true;
+    const bool hadToken = dgaMayActivateWindows();
+    if (!isActiveWindow() && shownBefore_ && !hadToken)
+        showAnew();
+    const bool mayStayBehind = std::exchange(shownBefore_, true);
     if (!isActiveWindow())
         keyboardWantedBy() = this;
     dgaActivateWindow(*this);
+    // Not every compositor honours a token, or not that one.
+    if (mayStayBehind && hadToken && !dgaMayActivateWindows())
+        QTimer::singleShot(kLongestActivation, this, [this] {
+            if (keyboardWantedBy() == this && isVisible())
+                showAnew();
+        });
     // A window that comes back within the toolkit's patience with a lost keyboard (400 ms) still has the
     // keyboard for it, but is active no more, and would stay so: it hears of no change.
     if (windowHandle() && QGuiApplication::focusWindow() == windowHandle() && !isActiveWindow()) {
@@ -86,6 +94,12 @@ void DGAWindowBase::bringToFront() {
         QApplication::setActiveWindow(this);
         QT_WARNING_POP
     }
+}
+
+void DGAWindowBase::showAnew() {
+    setHiddenForPicture(true);
+    setHiddenForPicture(false);
+    shownBefore_ = true;
 }
 
 QRect DGAWindowBase::workArea() const {
@@ -208,11 +222,15 @@ void DGAWindowBase::setHiddenForPicture(bool hidden) {
     const QPoint place = pos();
     if (hidden) {
         hiddenForPicture_ = true;
+        focusBefore_ = focusWidget();
         QWidget::setVisible(false);
     } else {
         setVisible(true);
         move(place);
         shownBefore_ = false;
+        // One that was made active while it was hidden has handed the keyboard to its next control.
+        if (focusBefore_)
+            focusBefore_->setFocus(Qt::ActiveWindowFocusReason);
     }
 }
 

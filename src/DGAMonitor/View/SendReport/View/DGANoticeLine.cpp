@@ -1,14 +1,15 @@
 #include "DGAMonitor/View/SendReport/View/DGANoticeLine.h"
 
-#include <QAccessible>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
 
+#include "DGAMonitor/View/DGAAnnouncement.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/SendReport/View/DGAButton.h"
 
-DGANoticeLine::DGANoticeLine(QWidget* parent) : QWidget(parent), label_(new QLabel(this)), buttons_{} {
+DGANoticeLine::DGANoticeLine(QWidget* parent)
+    : QWidget(parent), label_(new QLabel(this)), announcement_(new DGAAnnouncement(this)), buttons_{} {
     auto* const row = new QHBoxLayout(this);
     row->setContentsMargins(DGAStyle::kGrid + 4, DGAStyle::kGrid - 2, DGAStyle::kGrid - 2,
                             DGAStyle::kGrid - 2);
@@ -40,12 +41,12 @@ void DGANoticeLine::say(const QString& text, const std::vector<Action>& actions)
             buttons_[i]->setText(actions_[i].title);
     }
     show();
-    QAccessibleEvent said(this, QAccessible::Alert);
-    QAccessible::updateAccessibility(&said);
+    announcement_->say(text);
 }
 
 void DGANoticeLine::clear() {
     actions_.clear();
+    announcement_->setAccessibleName({});
     hide();
 }
 
