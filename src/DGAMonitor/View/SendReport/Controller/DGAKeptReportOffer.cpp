@@ -30,9 +30,11 @@ QString timeText(const std::string& time) {
 
 }  // namespace
 
-void DGAKeptReportOffer::refresh(DGANoticeLine& line, std::function<void(const DGAKeptReport&)> send) {
+void DGAKeptReportOffer::refresh(DGANoticeLine& line, const char* title,
+                                 std::function<void(const DGAKeptReport&)> handOn) {
     line_ = &line;
-    send_ = std::move(send);
+    title_ = title;
+    handOn_ = std::move(handOn);
     line_->clear();
     services().keptReports([this, alive = std::weak_ptr(alive_)](const std::vector<DGAKeptReport>& reports) {
         if (alive.expired())
@@ -47,15 +49,15 @@ void DGAKeptReportOffer::offer() {
         line_->clear();
         return;
     }
-    const auto send = [this] {
+    const auto handOn = [this] {
         const DGAKeptReport report = reports_.back();
         next();
-        send_(report);
+        handOn_(report);
     };
     const std::string text = support::fillPlaceholders(DGAUtilities::dga_localize(kTextReportNotSent),
                                                        {timeText(reports_.back().time).toStdString()});
     line_->say(QString::fromStdString(text),
-               {{dgaText(kTextSend), send}, {dgaText(kTextDiscard), [this] { discard(); }}});
+               {{dgaText(title_), handOn}, {dgaText(kTextDiscard), [this] { discard(); }}});
 }
 
 void DGAKeptReportOffer::discard() {

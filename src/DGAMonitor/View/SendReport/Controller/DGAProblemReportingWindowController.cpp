@@ -113,9 +113,10 @@ void DGAProblemReportingWindowController::showPRWindow() {
         dgaForbidInReportForm(*ui_, rights_);
     }
     window().setLevel(DGAUtilities::dga_fetchWindowLevel());
-    window().center();
+    if (isFresh)
+        window().center();
     window().showInFront();
-    if (isFresh && sends_)
+    if (isFresh)
         offerKept();
 }
 
@@ -127,6 +128,7 @@ void DGAProblemReportingWindowController::beginNewReport() {
     dgaLabelReportForm(*ui_, window(), sends_, serviceType_);
     status_ = true;
     isHandedOn_ = false;
+    savesKept_.clear();
     ui_->_noticeV->clear();
     ui_->_textField->setStringValue("");
     ui_->_fullBtn->setSelected(true);
@@ -328,9 +330,14 @@ bool DGAProblemReportingWindowController::showUploadWindow(const DGAReportOption
     return true;
 }
 
-// It goes as it is, with the values of this session; what is being written here stays.
+// It goes as it is, with the values of this session, or into a file; what is being written here stays.
 void DGAProblemReportingWindowController::offerKept() {
-    kept_.refresh(*ui_->_keptV, [this](const DGAKeptReport& report) {
+    if (!sends_) {
+        kept_.refresh(*ui_->_keptV, lDGAProblemReportWindowSaveBtnStr,
+                      [this](const DGAKeptReport& report) { saveKept(report.number); });
+        return;
+    }
+    kept_.refresh(*ui_->_keptV, kTextSend, [this](const DGAKeptReport& report) {
         showUploadWindow({.serviceType = serviceType_,
                           .description = report.description,
                           .category = DGAReportCategory{report.category, {}},
@@ -339,6 +346,8 @@ void DGAProblemReportingWindowController::offerKept() {
 }
 
 DGAReportOptions DGAProblemReportingWindowController::options() const {
+    if (!savesKept_.empty())
+        return {.serviceType = serviceType_, .kept = savesKept_};
     DGAReportOptions options{
         .screenShot = ui_->_fullBtn->selected(),
         .systemInfo = ui_->_sysInfoBtn->selected(),
