@@ -234,7 +234,10 @@ private:
 
     void contentsOf(QWidget& window) {
         services().screen = "/tmp/screen.png";
-        window.grab().save(QString::fromStdString(services().screen));
+        QImage screen(1920, 1080, QImage::Format_RGB32);
+        screen.fill(kBackground.darker(120));
+        QPainter(&screen).drawPixmap(700, 200, window.grab());
+        screen.save(QString::fromStdString(services().screen));
         window.findChild<QAbstractButton*>("_contentsBtn")->click();
         take("report-contents");
     }

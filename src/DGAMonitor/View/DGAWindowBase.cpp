@@ -13,6 +13,7 @@
 #include <QTimer>
 #include <QWindow>
 #include <chrono>
+#include <cmath>
 #include <utility>
 
 #include "DGAMonitor/View/DGADesktopFrame.h"
@@ -38,6 +39,13 @@ QAccessibleInterface* makeAccessible(const QString& /*className*/, QObject* obje
 QPointer<DGAWindowBase>& keyboardWantedBy() {
     static auto* const window = new QPointer<DGAWindowBase>();
     return *window;
+}
+
+// Where a point is a fraction of pixels, the desktop's rounding takes a point away.
+constexpr int kRounding = 1;
+
+QSize beforeRounding(QSize size, qreal ratio) {
+    return std::abs(std::remainder(ratio, 1.0)) < 0.01 ? size : size + QSize(kRounding + 1, kRounding + 1);
 }
 
 }  // namespace
@@ -168,7 +176,9 @@ void DGAWindowBase::fit() {
     }
     // Not adjustSize(), which leaves a third of the screen.
     if (layout())
-        resize(layout()->totalSizeHint());
+        resize(beforeRounding(layout()->totalSizeHint(), devicePixelRatioF())
+                   .boundedTo(room)
+                   .expandedTo(layout()->totalSizeHint()));
     else
         adjustSize();
     fitted_ = size();
@@ -179,7 +189,9 @@ bool DGAWindowBase::event(QEvent* event) {
     if (event->type() == QEvent::WindowActivate)
         keyboardWantedBy().clear();
     // Its layout may have made it as large as it has to be at least.
-    if (event->type() == QEvent::LayoutRequest && isVisible() && size() == fitted_.expandedTo(minimumSize()))
+    const QSize off = size() - fitted_.expandedTo(minimumSize());
+    if (event->type() == QEvent::LayoutRequest && isVisible() && qAbs(off.width()) <= kRounding &&
+        qAbs(off.height()) <= kRounding)
         fit();
     return handled;
 }

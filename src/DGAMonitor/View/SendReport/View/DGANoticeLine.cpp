@@ -3,10 +3,21 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
+#include <QRegularExpression>
 
 #include "DGAMonitor/View/DGAAnnouncement.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/SendReport/View/DGAButton.h"
+
+namespace {
+
+// Labels break lines between words only: lets the paths and names of files break between their parts.
+QString breakable(const QString& text) {
+    static const QRegularExpression between(QStringLiteral("(?<=\\S[/_])(?=\\w)"));
+    return QString(text).replace(between, QChar(0x200b));  // zero width space
+}
+
+}  // namespace
 
 DGANoticeLine::DGANoticeLine(QWidget* parent)
     : QWidget(parent), label_(new QLabel(this)), announcement_(new DGAAnnouncement(this)), buttons_{} {
@@ -33,7 +44,8 @@ DGANoticeLine::DGANoticeLine(QWidget* parent)
 
 void DGANoticeLine::say(const QString& text, const std::vector<Action>& actions) {
     actions_ = actions;
-    label_->setText(text);
+    label_->setText(breakable(text));
+    label_->setAccessibleName(text);
     setAccessibleName(text);
     for (size_t i = 0; i < buttons_.size(); ++i) {
         buttons_[i]->setHidden(i >= actions_.size());
@@ -56,7 +68,7 @@ void DGANoticeLine::setActionsEnabled(bool enabled) {
 }
 
 QString DGANoticeLine::text() const {
-    return isHidden() ? QString() : label_->text();
+    return isHidden() ? QString() : label_->accessibleName();
 }
 
 void DGANoticeLine::paintEvent(QPaintEvent* /*event*/) {
