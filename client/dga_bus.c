@@ -15,6 +15,7 @@
 #define MEMBER_NAME "Posted"
 #define SIGNATURE "(ssa{sv})"
 #define JSON_KEY "DgaJsonData"
+#define TOKEN_KEY "activationToken"
 #define OWNED_NAME_PREFIX "com.tellan.orvane.client.p"
 #define READY_PREFIX "ORVANE_DGA_APP_READY_"
 #define RESULT_PREFIX "ORVANE_DGA_REPORT_RESULT_"
@@ -289,16 +290,20 @@ static gboolean reach_daemon(GDBusConnection* connection, GError** error) {
     return TRUE;
 }
 
-static GVariant* user_info(const char* json) {
+static GVariant* user_info(const char* json, const char* token) {
     GVariantBuilder builder;
     g_variant_builder_init(&builder, G_VARIANT_TYPE("a{sv}"));
     if (json != NULL) {
         g_variant_builder_add(&builder, "{sv}", JSON_KEY, g_variant_new_string(json));
     }
+    if (token != NULL) {
+        g_variant_builder_add(&builder, "{sv}", TOKEN_KEY, g_variant_new_string(token));
+    }
     return g_variant_builder_end(&builder);
 }
 
-gboolean dga_bus_post(DgaBus* bus, const char* base, GPid pid, const char* json, GError** error) {
+gboolean dga_bus_post(DgaBus* bus, const char* base, GPid pid, const char* json, const char* token,
+                      GError** error) {
     if (json != NULL && !g_utf8_validate(json, -1, NULL)) {
         g_set_error(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_TEXT, "the text for %s_%d is not UTF-8", base,
                     (int)pid);
@@ -311,7 +316,7 @@ gboolean dga_bus_post(DgaBus* bus, const char* base, GPid pid, const char* json,
     GError* reason = NULL;
     const gboolean sent =
         g_dbus_connection_emit_signal(bus->connection, NULL, OBJECT_PATH, INTERFACE_NAME, MEMBER_NAME,
-                                      g_variant_new("(ss@a{sv})", name, "", user_info(json)), &reason) &&
+                                      g_variant_new("(ss@a{sv})", name, "", user_info(json, token)), &reason) &&
         reach_daemon(bus->connection, &reason);
     if (!sent) {
         g_set_error(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_BUS, "%s could not be posted: %s", name,

@@ -41,6 +41,7 @@ struct OrvaneDga {
     GMutex lock;        /* guards what follows: the child is collected once */
     OrvaneDgaState state;
     int code;
+    char* activation_token; /* for the next window that is asked for; NULL if there is none */
 };
 
 G_DEFINE_QUARK(orvane - dga - error - quark, orvane_dga_error)
@@ -95,6 +96,7 @@ void orvane_dga_free(OrvaneDga* dga) {
         close(dga->pid_fd);
     }
     g_mutex_clear(&dga->lock);
+    g_free(dga->activation_token);
     g_free(dga);
 }
 
@@ -216,9 +218,10 @@ static gboolean still_alive(void* dga) {
 }
 
 /* Over the bus, else over the port. */
-static gboolean notify(OrvaneDga* dga, Notification what, const char* json, GError** error) {
+static gboolean notify(OrvaneDga* dga, Notification what, const char* json, const char* token,
+                       GError** error) {
     GError* bus_error = NULL;
-    if (dga_bus_post(dga->bus, notification_names[what], dga->pid, json, &bus_error)) {
+    if (dga_bus_post(dga->bus, notification_names[what], dga->pid, json, token, &bus_error)) {
         return TRUE;
     }
     if (!g_error_matches(bus_error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_BUS)) {
@@ -226,8 +229,13 @@ static gboolean notify(OrvaneDga* dga, Notification what, const char* json, GErr
         return FALSE;
     }
     GError* port_error = NULL;
+    /* The text of the others is the session parameters. */
+    char* members = what == GENERATE_REPORT && token != NULL
+                        ? g_strdup_printf("{\"activationToken\":\"%s\"}", token)
+                        : g_strdup(json != NULL ? json : "");
     const gboolean sent = dga_port_send(dga->notification_port, dga->pid, FIRST_NOTIFICATION_ID + (int)what,
-                                        json != NULL ? json : "", still_alive, dga, &port_error);
+                                        members, still_alive, dga, &port_error);
+    g_free(members);
     if (!sent && g_error_matches(port_error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_PORT)) {
         g_set_error(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_BUS, "%s; %s", bus_error->message,
                     port_error->message);
@@ -241,27 +249,51 @@ static gboolean notify(OrvaneDga* dga, Notification what, const char* json, GErr
 
 gboolean orvane_dga_send_parameters(OrvaneDga* dga, const char* json, GError** error) {
     g_return_val_if_fail(dga != NULL && json != NULL, FALSE);
-    return notify(dga, PARAMETERS, json, error);
+    return notify(dga, PARAMETERS, json, NULL, error);
 }
 
 gboolean orvane_dga_heartbeat(OrvaneDga* dga, GError** error) {
     g_return_val_if_fail(dga != NULL, FALSE);
-    return notify(dga, KEEP_ALIVE, NULL, error);
+    return notify(dga, KEEP_ALIVE, NULL, NULL, error);
+}
+
+static gboolean is_plain(const char* text) {
+    while (g_ascii_isgraph(*text) && *text != '"' && *text != '\\') {
+        text++;
+    }
+    return *text == '\0';
+}
+
+void orvane_dga_set_activation_token(OrvaneDga* dga, const char* token) {
+    g_return_if_fail(dga != NULL);
+    g_mutex_lock(&dga->lock);
+    g_free(dga->activation_token);
+    dga->activation_token = token != NULL && token[0] != '\0' && is_plain(token) ? g_strdup(token) : NULL;
+    g_mutex_unlock(&dga->lock);
+}
+
+static gboolean ask_for_window(OrvaneDga* dga, Notification what, const char* json, GError** error) {
+    g_mutex_lock(&dga->lock);
+    char* token = g_steal_pointer(&dga->activation_token);
+    g_mutex_unlock(&dga->lock);
+    const gboolean sent = notify(dga, what, json, token, error);
+    g_free(token);
+    return sent;
 }
 
 gboolean orvane_dga_request_report(OrvaneDga* dga, GError** error) {
     g_return_val_if_fail(dga != NULL, FALSE);
-    return notify(dga, GENERATE_REPORT, NULL, error);
+    return ask_for_window(dga, GENERATE_REPORT, NULL, error);
 }
 
 gboolean orvane_dga_report_and_exit(OrvaneDga* dga, const char* json, GError** error) {
     g_return_val_if_fail(dga != NULL, FALSE);
-    return notify(dga, GENERATE_REPORT_AND_EXIT, json, error);
+    return ask_for_window(dga, GENERATE_REPORT_AND_EXIT, json, error);
 }
 
 gboolean orvane_dga_quit(OrvaneDga* dga, GError** error) {
     g_return_val_if_fail(dga != NULL, FALSE);
-    return notify(dga, APP_EXIT, NULL, error);
+    return notify(dga, APP_EXIT, NULL, NULL, error);
 }
 
 gboolean orvane_dga_send_meeting_data(OrvaneDga* dga, const char* json, GError** error) {

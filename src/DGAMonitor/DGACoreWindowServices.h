@@ -12,7 +12,7 @@
 class DGAWindowProcess;
 
 /// What windows in this process ask for is done here and now.
-class DGACoreWindowServices final : public DGAWindowServices {
+class DGACoreWindowServices : public DGAWindowServices {
 public:
     /// `process` holds the windows that are hidden while a picture is taken; null for none.
     explicit DGACoreWindowServices(std::weak_ptr<DGAWindowProcess> process = {});

@@ -40,7 +40,7 @@ void DGAMonitorToolManager::startMonitoring() {
     }
     keptNotice_ = std::make_unique<DGAKeptReportNotice>([this](const std::string& number) {
         record_.keptReport.set(number);
-        targetTool_->showReportWindow();
+        targetTool_->showReportWindow({});
         record_.keptReport.set(std::nullopt);
     });
     addProcessObserver();
@@ -124,8 +124,14 @@ void DGAMonitorToolManager::handlePortNotification(std::string_view baseName,
                                                    const std::optional<std::string>& text) {
     portHeard_ = true;
     platform::Notification notification{.name = notificationName(baseName), .object = {}, .userInfo = {}};
-    if (text)
+    if (text && baseName == kDGANotificationGenerateReport) {
+        const auto members = support::parseJson(*text);
+        if (members && members->is_object() && members->contains(dActivationTokenKey) &&
+            members->at(dActivationTokenKey).is_string())
+            notification.userInfo[dActivationTokenKey] = members->at(dActivationTokenKey);
+    } else if (text) {
         notification.userInfo[dDGAJsonDataKey] = *text;
+    }
     if (const auto handler = handlers_.find(notification.name); handler != handlers_.end())
         handler->second(notification);
 }
@@ -139,7 +145,7 @@ void DGAMonitorToolManager::dealStartAndQuit(const platform::Notification& notif
     ORVN_LOG_METHOD();
     dealMessageFromClient(notification);
     dealWaitingParameters();
-    targetTool_->showReportWindow();
+    targetTool_->showReportWindow(notification);
     record_.readyToQuit = true;
 }
 

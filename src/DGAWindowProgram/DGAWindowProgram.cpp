@@ -9,6 +9,7 @@
 
 #include "DGAMonitor/Session/DGAPolicy.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
+#include "DGAMonitor/View/DGAWindowActivation.h"
 #include "DGAMonitor/View/DGAWindowBase.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "platform/FrameChannel.h"
@@ -85,9 +86,13 @@ public:
 
     void made(const ReportMade& message) const {
         const auto delegate = delegate_.lock();
-        if (delegate && message.fault.empty())
+        if (!delegate)
+            return;
+        if (message.lacksPicture)
+            delegate->reportHasNoPicture();
+        if (message.fault.empty())
             delegate->reportFileGeneratedAt(message.path);
-        else if (delegate)
+        else
             delegate->reportFailed(message.fault);
     }
     void ended(int64_t run) {
@@ -178,6 +183,7 @@ void DGAWindowProgram::keepDraft(const Draft& message) {
 }
 
 void DGAWindowProgram::show(const Show& message) {
+    dgaSetActivationToken(message.token);
     if (message.window == static_cast<int32_t>(DGAWindowKind::prompt))
         showPrompt(message.level);
     else if (message.window == static_cast<int32_t>(DGAWindowKind::report))
@@ -229,6 +235,7 @@ void DGAWindowProgram::toFront(const ToFront& message) {
     auto* const raised = window(message.window);
     if (!raised || !raised->isVisible())
         return;
+    dgaSetActivationToken(message.token);
     raised->bringToFront();
     if (message.center)
         raised->center();

@@ -107,16 +107,22 @@ TEST_F(ClientLibrary, PostsNamesAndPayloadsOfTheProtocolInOrder) {
     EXPECT_EQ(error_.code(), ORVANE_DGA_ERROR_TEXT) << "and the connection still works";
     EXPECT_TRUE(orvane_dga_send_parameters(dga, R"({"confName":"Öl"})", error_.out()));
     EXPECT_TRUE(orvane_dga_heartbeat(dga, error_.out()));
+    orvane_dga_set_activation_token(dga, "once");
     EXPECT_TRUE(orvane_dga_request_report(dga, error_.out()));
+    EXPECT_TRUE(orvane_dga_request_report(dga, error_.out()));
+    orvane_dga_set_activation_token(dga, "another");
     EXPECT_TRUE(orvane_dga_report_and_exit(dga, "{}", error_.out()));
+    orvane_dga_set_activation_token(dga, "no \"token\"");
     EXPECT_TRUE(orvane_dga_report_and_exit(dga, nullptr, error_.out()));
     EXPECT_TRUE(orvane_dga_quit(dga, error_.out()));
     const std::string end = "_" + std::to_string(orvane_dga_pid(dga)) + "||";
     const std::vector<std::string> expected{
         "ORVANE_DGA_PASSING_JSON_DATA" + end + R"({'DgaJsonData': <'{"confName":"Öl"}'>})",
         "ORVANE_DGA_KEEP_ALIVE" + end + "{}",
+        "ORVANE_DGA_GENERATE_REPORT" + end + "{'activationToken': <'once'>}",
         "ORVANE_DGA_GENERATE_REPORT" + end + "{}",
-        "ORVANE_DGA_GENERATE_REPORT_AND_EXIT" + end + "{'DgaJsonData': <'{}'>}",
+        "ORVANE_DGA_GENERATE_REPORT_AND_EXIT" + end +
+            "{'DgaJsonData': <'{}'>, 'activationToken': <'another'>}",
         "ORVANE_DGA_GENERATE_REPORT_AND_EXIT" + end + "{}",
         "ORVANE_DGA_APP_EXIT" + end + "{}",
     };

@@ -34,12 +34,13 @@ start_assistant() {
         fail "the assistant does not start"
 }
 
-# port_message JSON: one message to the port.
+# port_message JSON [ID]: one message to the port; the id as printf's four octal bytes, 0 by default.
 port_message() {
     local length
     length=$(printf '%s' "$1" | wc -c)
     {
-        printf '\0\0\0\0'
+        # shellcheck disable=SC2059
+        printf "${2:-\\0\\0\\0\\0}"
         # shellcheck disable=SC2059
         printf "$(printf '\\x%02x\\x%02x\\x%02x\\0' $((length % 256)) $((length / 256 % 256)) $((length / 65536)))"
         printf '%s' "$1"

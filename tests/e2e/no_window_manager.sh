@@ -8,6 +8,15 @@ upload_server
 start_meeting
 send_report 'Bare'
 says 'Report uploaded'
+# The drawn frame shows on every side.
+frame() {
+    local WINDOW X Y WIDTH HEIGHT SCREEN point
+    eval "$(xdotool search --onlyvisible --name "$title" getwindowgeometry --shell)"
+    for point in "$X,$((Y + HEIGHT / 2))" "$((X + WIDTH - 1)),$((Y + HEIGHT / 2))" "$((X + WIDTH / 2)),$((Y + HEIGHT - 1))"; do
+        import -window root png:- | convert - -format "%[hex:p{$point}] " info:
+    done
+}
+[[ $(frame) == '8C8C8C 8C8C8C 8C8C8C ' ]] || fail "no frame: $(frame)"
 click 'push button' OK
 gone dialog "$title"
 ask_for_report

@@ -24,12 +24,16 @@ echo late > /tmp/orvgpc.ovt
 key Escape
 gone tree 'These files*'
 in_front
+screen hear 'Connecting to the server*' 'Your problem report has been sent.' > heard.txt 2>&1 &
+heard=$!
+eventually grep -q listening heard.txt || fail "nobody listens: $(cat heard.txt)"
 key ctrl+Return
 says 'Report prepared' 'Connected to the server' 'Report uploaded' 'Your problem report has been sent.' \
     'A confirmation email will be sent to asa@example.com.'
 for_everybody
 in_front
 see 'push button' OK focused
+wait "$heard" || fail "a screen reader: $(cat heard.txt)"
 await_trace 'client upload success'
 
 archive=$(only_archive) || fail "not one archive: $(ls /tmp/orvdga)"

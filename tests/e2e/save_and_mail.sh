@@ -92,4 +92,28 @@ click 'push button' Yes
 says "The report was saved as $PWD/old.zip."
 ends_by Escape
 saved "$PWD/old.zip"
+
+# By the desktop's own dialog, which has asked before a file is replaced; a folder that is not there is told, and it asks again.
+echo old > "$elsewhere/own.zip"
+/usr/bin/python3 "$tests/../support/save_portal.py" asked.txt 1 "$elsewhere/missing/own.zip" "$elsewhere/own.zip" 2 &
+portal=$!
+gdbus wait --session --timeout 10 org.freedesktop.portal.Desktop || fail "the portal does not start"
+begin 'By the desktop'
+click 'push button' Save
+eventually grep -q '"x11:.*"current_name": "8834201177_536871042_' asked.txt || fail "the portal is asked: $(cat asked.txt)"
+see 'push button' 'Send Mail' sensitive # cancelled
+click 'push button' Save
+see 'push button' OK focused
+key Return
+says "The report was saved as $elsewhere/own.zip."
+saved "$elsewhere/own.zip"
+ends_by Escape
+begin 'It fails'
+click 'push button' Save
+see 'text' 'File name:' focused
+key Escape
+see 'push button' 'Send Mail' sensitive
+close_report
+kill "$portal"
+wait "$portal" || true
 leave

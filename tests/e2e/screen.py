@@ -7,6 +7,7 @@ screen.py place ROLE NAME                  waits for it and prints the middle of
 screen.py press ROLE NAME                  waits for it and does its first action
 screen.py write ROLE NAME FILE             waits for it and puts in the text of a file
 screen.py read ROLE NAME                   waits for it and prints its text
+screen.py hear TEXT...                     says "listening" and waits until a screen reader would say all these by itself
 screen.py labels                           prints the texts of all labels, a line each
 screen.py controls                         prints what is wrong: controls without a name, a role or an action
 NAME is a shell pattern. Waits up to $PATIENCE seconds; fails with a list of what shows.
@@ -110,11 +111,34 @@ def controls():
     return faults
 
 
+def hear(patterns):
+    """Screen readers say an alert that comes to be shown."""
+    missing = set(patterns)
+
+    def told(event):
+        event.source.clear_cache()
+        if event.detail1 == 1 and event.source.get_role_name() == "alert":
+            name = event.source.get_name()
+            missing.difference_update([one for one in missing if fnmatch.fnmatchcase(name, one)])
+        if not missing:
+            Atspi.event_quit()
+
+    listener = Atspi.EventListener.new(told)
+    listener.register("object:state-changed:showing")
+    GLib.timeout_add_seconds(int(os.environ["PATIENCE"]), Atspi.event_quit)
+    print("listening", flush=True)
+    Atspi.event_main()
+    if missing:
+        sys.exit(f"not heard: {sorted(missing)}")
+
+
 def main(command, *words):
     Atspi.set_timeout(5000, 15000)
     Atspi.init()
     if command == "labels":
         print("\n".join(part.get_name() for part in showing() if part.get_role_name() == "label"))
+    elif command == "hear":
+        hear(words)
     elif command == "controls":
         for fault in controls():
             print(fault)

@@ -66,6 +66,10 @@ eventually test "$(windows | grep -c '^1 .* [0-9]* [12][0-9][0-9] ')" = 1 || fai
 post ORVANE_DGA_GENERATE_REPORT > /dev/null
 report_is_focused() { windows | grep -q "^1 .* [3-9][0-9][0-9] [A-Z]"; }
 eventually report_is_focused || fail "the report window stays behind: $(windows)"
+# A token that the compositor does not honour loses nothing.
+swaymsg "[pid=$(pgrep -P "$other")] focus" > /dev/null
+post ORVANE_DGA_GENERATE_REPORT "{'activationToken': <'stale'>}" > /dev/null
+eventually report_is_focused || fail "the report window stays behind with a token: $(windows)"
 kill "$(pgrep -P "$other")"
 seen 1
 
@@ -76,3 +80,16 @@ key Return
 gone dialog "$title"
 [[ -s $(echo arrived/*.zip) ]] || fail "nothing arrived"
 leave
+
+# The client's token reaches the compositor.
+WAYLAND_DEBUG=1 start_meeting
+post ORVANE_DGA_GENERATE_REPORT "{'activationToken': <'from-the-client'>}" > /dev/null
+in_front
+activated() { grep -q "xdg_activation_v1@.*\.activate(\"$1\"" stderr.txt; }
+eventually activated from-the-client || fail "the token does not get there"
+port_message '{"activationToken": "over-the-port"}' '\003\104\126\117'
+eventually activated over-the-port || fail "the token of the port does not get there"
+post ORVANE_DGA_APP_EXIT > /dev/null
+key Escape
+kill "$client"
+wait "$dga" || fail "ended with $?"

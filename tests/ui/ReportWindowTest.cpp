@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QElapsedTimer>
+#include <QFileDialog>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPointer>
@@ -31,7 +32,7 @@ using ui::Upload;
 
 class ProblemReportingWindowTest : public ui::ReportWindowTest {
 protected:
-    DGASavePanel* savePanel() { return controller->window().findChild<DGASavePanel*>(); }
+    QFileDialog* savePanel() { return controller->window().findChild<QFileDialog*>(); }
 
     /// Save, up to the panel.
     void openSavePanel() {
@@ -284,12 +285,14 @@ TEST_F(ProblemReportingWindowTest, AReportThatFailsMayBeTriedAgain) {
 
     // Without a mail program the report lies where the user finds it.
     hasMailProgram = false;
+    pictureFault = "denied";
     for (const std::string name : {"123_7_20240315_143026.zip", "123_7_20240315_143026-2.zip"}) {
         EXPECT_TRUE(ui::waitUntil([this] { return status() == "1111"; }));
         ui::click(send());
         EXPECT_TRUE(ui::waitUntil([&] {
             return notice() == "No email program is set up. The report was saved as " +
-                                   std::string(std::getenv("HOME")) + "/" + name + ".";
+                                   std::string(std::getenv("HOME")) + "/" + name +
+                                   ". The report has no screen capture.";
         })) << notice();
         EXPECT_TRUE(controller->isVisible());
     }
@@ -488,6 +491,31 @@ TEST_F(ProblemReportingWindowTest, OffersReportsThatHaveNotBeenSent) {
     ui::press("Left Return");
     EXPECT_TRUE(ui::waitUntil([&] { return store.reports().size() == 1; }));
     EXPECT_EQ(says(), "");
+
+    // Where nothing may be sent it can be saved, whatever is being written.
+    controller->close();
+    record().enableSendReport = false;
+    open();
+    EXPECT_TRUE(
+        ui::waitUntil([&] { return says() == "A report from 21 November 2026 10:15 has not been sent."; }));
+    describe("More");
+    for (const bool really : {false, true}) {
+        EXPECT_EQ(kept.findChild<DGAButton*>()->text(), "Save");
+        ui::click(*kept.findChild<DGAButton*>());
+        ASSERT_TRUE(ui::waitUntil([this] { return savePanel() && savePanel()->isActiveWindow(); }));
+        if (really) {
+            ui::press("ctrl+a");
+            ui::type("/tmp/orvdga/kept.zip");
+        }
+        ui::press(really ? "Return" : "Escape");
+        EXPECT_TRUE(ui::waitUntil([&] { return !savePanel() && says().empty() == really; }));
+        EXPECT_EQ(status(), "0011") << "no category";
+    }
+    EXPECT_EQ(notice(), "The report was saved as /tmp/orvdga/kept.zip.");
+    EXPECT_EQ(field().stringValue(), "More");
+    EXPECT_TRUE(store.reports().empty());
+    EXPECT_TRUE(std::filesystem::exists("/tmp/orvdga/kept.zip"));
+    std::ofstream(store.archivePath(options.kept)) << "archive";
 
     struct Told final : DGAReportGeneratorDelegate {
         void reportFileGeneratedAt(const std::string& path) override { archive = path + ".zip"; }

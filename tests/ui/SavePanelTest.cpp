@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <QFileDialog>
 #include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
@@ -41,9 +42,11 @@ protected:
     DGASavePanel* open(const std::string& name) {
         panel = DGASavePanel::dga_showSavePanelWithName(name, {"zip"}, &window, &validator,
                                                         [this](int result) { results.push_back(result); });
-        EXPECT_TRUE(ui::waitUntilActive(*panel));
+        EXPECT_TRUE(ui::waitUntil([this] { return dialog() != nullptr; }));
+        EXPECT_TRUE(ui::waitUntilActive(*dialog()));
         return panel;
     }
+    QFileDialog* dialog() { return window.findChild<QFileDialog*>(); }
     void typeName(const std::string& name) {
         ui::press("ctrl+a");
         ui::type(name);
@@ -58,12 +61,12 @@ protected:
 
 TEST_F(SavePanelTest, SuggestsANameInDownloadsAndAddsTheEnding) {
     open("report.zip");
-    EXPECT_EQ(panel->findChild<QLineEdit*>()->text(), "report.zip");
+    EXPECT_EQ(dialog()->findChild<QLineEdit*>()->text(), "report.zip");
     ui::press("Escape");
     EXPECT_TRUE(ui::waitUntil([this] { return !panel; }));
     EXPECT_TRUE(validator.asked.empty());
     open("HV_report 1");
-    EXPECT_EQ(panel->findChild<QLineEdit*>()->text(), "HV_report 1.zip");
+    EXPECT_EQ(dialog()->findChild<QLineEdit*>()->text(), "HV_report 1.zip");
     ui::takePicture("save_panel");
     EXPECT_TRUE(window.isVisible());
     typeName("other.txt");
@@ -81,7 +84,7 @@ TEST_F(SavePanelTest, SpeaksTheLanguageOfTheClient) {
                                              {"English", "Save", "File &name:"}}) {
         language.set(name);
         open("report");
-        const auto* const fileName = panel->findChild<QLabel*>("fileNameLabel");
+        const auto* const fileName = dialog()->findChild<QLabel*>("fileNameLabel");
         EXPECT_EQ(fileName->text().toStdString(), label);
         EXPECT_EQ(panel->windowTitle().toStdString(), title);
         ui::press("Escape");
@@ -98,7 +101,7 @@ TEST_F(SavePanelTest, AsksBeforeItReplaces) {
         EXPECT_TRUE(validator.asked.empty());
         ui::press(replace ? "alt+y" : "Escape");
         ASSERT_TRUE(
-            ui::waitUntil([&] { return replace ? !panel : QApplication::activeWindow() == panel.data(); }));
+            ui::waitUntil([&] { return replace ? !panel : QApplication::activeWindow() == dialog(); }));
     }
     EXPECT_EQ(validator.asked, std::vector{folder + "/report.zip"});
     EXPECT_EQ(results, std::vector{1});
@@ -109,7 +112,7 @@ TEST_F(SavePanelTest, StaysWhereTheDelegateRefusesOrTheFolderCannotBeWritten) {
     open("report");
     ui::press("Return");
     EXPECT_EQ(validator.asked.size(), 1U);
-    EXPECT_TRUE(panel && panel->isVisible());
+    EXPECT_TRUE(dialog() && dialog()->isVisible());
     typeName("/nowhere/report");
     ui::press("Return");
     EXPECT_TRUE(ui::waitUntil([] { return qobject_cast<QMessageBox*>(QApplication::activeWindow()); }));

@@ -6,6 +6,7 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QClipboard>
+#include <QFileDialog>
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
@@ -234,6 +235,15 @@ TEST_F(UploadWindowTest, EachStatusOfTheUploaderIsShown) {
         ui::takePicture("upload_" + std::to_string(c.statuses.front()) + "_" +
                         std::to_string(c.statuses.back()));
     }
+    show();
+    vc().reportHasNoPicture();
+    generated();
+    EXPECT_EQ(seenNow(),
+              "+Report prepared\nThe report has no screen capture.|*Connecting to the server…|[Cancel]");
+    ui::takePicture("upload_without_picture");
+    fs::remove(kArchive + std::string(".zip"));
+    status(12);
+    EXPECT_EQ(seenNow(), "!The report could not be prepared|[Try Again][Cancel]") << "nothing to save";
 }
 
 TEST_F(UploadWindowTest, ProgressIsPolledAndTheNextStatusResetsIt) {
@@ -432,7 +442,7 @@ TEST_F(UploadWindowTest, SavingMovesTheArchiveAndSaysWhereItIs) {
         status(18);
         ASSERT_TRUE(ui::waitUntilActive(controller->window()));
         ui::click(*vc().view().findChild<QWidget*>("saveButton"));
-        ASSERT_TRUE(ui::waitUntil([] { return qobject_cast<DGASavePanel*>(QApplication::activeWindow()); }));
+        ASSERT_TRUE(ui::waitUntil([] { return qobject_cast<QFileDialog*>(QApplication::activeWindow()); }));
         if (how == "vanished")
             fs::remove(kArchive + std::string(".zip"));
         ui::press("Return");
@@ -443,7 +453,7 @@ TEST_F(UploadWindowTest, SavingMovesTheArchiveAndSaysWhereItIs) {
         }
         if (how == "vanished") {
             ASSERT_TRUE(
-                ui::waitUntil([] { return qobject_cast<DGASavePanel*>(QApplication::activeWindow()); }));
+                ui::waitUntil([] { return qobject_cast<QFileDialog*>(QApplication::activeWindow()); }));
             ui::press("Escape");
         }
         EXPECT_TRUE(

@@ -7,10 +7,11 @@
 // manager.
 
 #include <QApplication>
-#include <QDialog>
 #include <QDir>
 #include <QFile>
+#include <QFileDialog>
 #include <QLabel>
+#include <QMessageBox>
 #include <QPainter>
 #include <QScreen>
 #include <cstdio>
@@ -31,6 +32,7 @@
 #include "DGAUpload/ui/UploadWindowController.h"
 #include "DGAWindowProgram/DGAToolkit.h"
 #include "platform/RunLoop.h"
+#include "reportproblem/ReportSources.h"
 #include "support/widgets/QuivetSpinImageView.h"
 
 namespace {
@@ -65,7 +67,7 @@ QList<QWidget*> shownWindows() {
         return !one->parentWidget() && other->parentWidget();
     });
     // A panel hides the window that waits for it.
-    if (!shown.isEmpty() && qobject_cast<QDialog*>(shown.last()))
+    if (!shown.isEmpty() && shown.last()->isModal())
         shown = {shown.last()};
     return shown;
 }
@@ -121,6 +123,39 @@ std::shared_ptr<DGAReportGenerator> generatorThatWaits(std::mutex& ready) {
     return std::make_shared<DGAReportGenerator>(tools);
 }
 
+// What a report would hold, and which one is kept, the same every time.
+class Services final : public DGACoreWindowServices {
+public:
+    void listContents(int64_t /*listing*/, const DGAReportOptions& /*options*/,
+                      std::function<void(const DGAReportContents&)> told) override {
+        namespace Kind = ReportFileKind;
+        told({.files = {{"OrvaneAppLog.zip/orvgpc.ovt", Kind::kMeetingLog, 1'420'000, ""},
+                        {"OrvaneAppLog.zip/orvtra_dga_0102202603040500.ovt", Kind::kAssistantLog, 83'000, ""},
+                        {"orvdga_trace_meeting_0102202603040500.csv", Kind::kTrace, 46'000, ""},
+                        {"orvdga_screenshot_20260102_030405.png", Kind::kScreenshot, 612'000, ""},
+                        {"orvdga_system_profile.spx", Kind::kSystemProfile, 271'000, ""},
+                        {"orvdga_report.json", kDGAReportSummaryKind, 2'300, ""}},
+              .isComplete = true,
+              .picture = screen,
+              .pictureFault = ""});
+    }
+    void keptReports(std::function<void(const std::vector<DGAKeptReport>&)> told) override {
+        if (hasKept)
+            told({{"1_2_20260102_101500", "", 1, "2026-01-02T10:15:00+00:00"}});
+    }
+    std::string screen;
+    bool hasKept = false;
+};
+
+Services& services() {
+    static auto* const services = [] {
+        auto made = std::make_shared<Services>();
+        DGAApplicationWindows::sharedWindows().setServices(made);
+        return made.get();
+    }();
+    return *services;
+}
+
 class Pictures {
 public:
     Pictures(QString folder, std::string language)
@@ -130,11 +165,16 @@ public:
         record_.serviceType = 1;
         record_.confID.set("8834201177");
         record_.userID.set("536871042");
+        record_.userName.set("Åsa Öberg");
+        record_.userEmail.set(kAddress);
+        record_.confName.set("Weekly planning");
+        record_.uploadURL.set("https://reports.example.com/upload");
     }
 
     bool takeAll() {
         prompt();
         reportWindow();
+        keptReport();
         reportByMail();
         uploadWindow();
         return ok_;
@@ -189,6 +229,25 @@ private:
             window.findChild<DGACheckboxButton*>("_sysInfoBtn")->findChild<DGAMouseTrackingButton*>();
         info->setFocus(Qt::TabFocusReason);
         take("report-information");
+        contentsOf(window);
+    }
+
+    void contentsOf(QWidget& window) {
+        services().screen = "/tmp/screen.png";
+        QImage screen(1920, 1080, QImage::Format_RGB32);
+        screen.fill(kBackground.darker(120));
+        QPainter(&screen).drawPixmap(700, 200, window.grab());
+        screen.save(QString::fromStdString(services().screen));
+        window.findChild<QAbstractButton*>("_contentsBtn")->click();
+        take("report-contents");
+    }
+
+    void keptReport() {
+        record_.enableSendReport = services().hasKept = true;
+        const auto controller = makeReportWindow();
+        controller->showPRWindow();
+        take("report-kept");
+        services().hasKept = false;
     }
 
     void reportByMail() {
@@ -205,12 +264,17 @@ private:
         }
         runFor(1s);  // until the panel has read the folders
         take("report-save-panel");
-        auto* const panel = window.findChild<DGASavePanel*>();
+        auto* const panel = window.findChild<QFileDialog*>();
         QFile existing(panel->selectedFiles().value(0));
         existing.open(QIODevice::WriteOnly);
-        panel->accept();
+        static_cast<QDialog*>(panel)->accept();
         take("report-replace");
         existing.remove();
+        if (auto* const question = window.findChild<QMessageBox*>())
+            question->reject();
+        static_cast<QDialog*>(panel)->accept();
+        take("report-saved");
+        QFile::remove(existing.fileName());
         controller->close();
     }
 
@@ -227,7 +291,7 @@ private:
              }},
             {"upload-sent-mail", [](UploadView& v) { connected(v), v.showEmailSend_FinishStep(kAddress); }},
             {"upload-sent", [](UploadView& v) { connected(v), v.showEmailSend_FinishStep(""); }},
-            {"upload-prepare-failed", [](UploadView& v) { v.showReportPreparedStep(false); }},
+            {"upload-prepare-failed", [](UploadView& v) { v.showReportFailed(); }},
             {"upload-too-large",
              [](UploadView& v) { v.showReportPreparedStep(true), v.showSizeExcessiveStep(false); }},
             {"upload-connect-failed",
@@ -278,7 +342,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     DGAToolkit::start(nullptr);
-    DGAApplicationWindows::sharedWindows().setServices(std::make_shared<DGACoreWindowServices>());
+    services();
     QApplication::setCursorFlashTime(0);
     bool ok = true;
     for (int i = 2; i < argc; ++i)

@@ -4,6 +4,7 @@
 // "enableTelementry", "enableAccompnyDGA" and "smacTimestap" is the client's.
 
 inline constexpr char dDGAJsonDataKey[] = "DgaJsonData";
+inline constexpr char dActivationTokenKey[] = "activationToken";
 
 // Of what the assistant tells the client.
 inline constexpr char dProtocolKey[] = "protocol";

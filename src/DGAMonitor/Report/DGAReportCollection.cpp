@@ -219,6 +219,11 @@ void DGAReportCollection::complete(const DGAReportOptions& asked) {
         takePicture();
 }
 
+bool DGAReportCollection::lacksPicture(const DGAReportOptions& asked) const {
+    const std::lock_guard<std::mutex> hold(mutex_);
+    return allowed(asked).screenShot && !pictureName_.empty() && !pictureFault_.empty();
+}
+
 void DGAReportCollection::retakePicture() {
     const std::lock_guard<std::mutex> wait(oneAtATime_);
     if (!isUsedUp() && policy_.allows(DGAPolicyKey::screenCapture))

@@ -56,6 +56,9 @@ public:
     /// seconds.
     void complete(const DGAReportOptions& options);
 
+    /// Whether there is no picture though one was asked for and tried.
+    bool lacksPicture(const DGAReportOptions& asked) const;
+
     /// Takes another picture in place of the one that is there.
     void retakePicture();
 

@@ -85,48 +85,57 @@ bool DGAReportGenerator::lastRunFailed() {
     return theLastRunFailed;
 }
 
+struct DGAReportGenerator::Outcome {
+    std::string archive;  // its path without ".zip"
+    std::string fault;    // why there is none; "" if there is one
+    bool lacksPicture = false;
+};
+
 void DGAReportGenerator::generateReport(const DGAReportOptions& options) const {
-    std::string fault;
-    const std::string archive = makeArchive(options, fault);
-    if (!fault.empty())
-        logWarning("there is no report: {}", fault);
-    theLastRunFailed = !fault.empty();
-    tellDelegate(archive, fault);
+    const Outcome outcome = makeArchive(options);
+    if (!outcome.fault.empty())
+        logWarning("there is no report: {}", outcome.fault);
+    theLastRunFailed = !outcome.fault.empty();
+    tellDelegate(outcome);
 }
 
-// The archive's path without ".zip", or why there is none.
-std::string DGAReportGenerator::makeArchive(const DGAReportOptions& options, std::string& fault) const {
+DGAReportGenerator::Outcome DGAReportGenerator::makeArchive(const DGAReportOptions& options) const {
     if (!options.kept.empty()) {
         const auto kept = DGAKeptReports().pathOf(options.kept);
-        fault = kept ? "" : "it is not kept any more";
-        return kept.value_or("");
+        return {.archive = kept.value_or(""), .fault = kept ? "" : "it is not kept any more"};
     }
     auto collection = options.listing != 0 && tools_.listed ? tools_.listed(options.listing) : nullptr;
     if (!collection || collection->isUsedUp())
         collection = DGAReportCollection::open(options, tools_);
     if (!collection) {
-        fault = "the folder of reports cannot be used";
+        const char* const fault = "the folder of reports cannot be used";
         DGAReportResults::sharedResults().tell({"", DGAReportState::kFailed, fault});
-        return "";
+        return {.archive = "", .fault = fault};
     }
-    DGAReportResult result{collection->number(), DGAReportState::kMade};
     collection->complete(options);
-    fault = collection->pack(options);
-    const auto archive = fault.empty() ? collection->publish() : std::nullopt;
-    if (fault.empty() && !archive)
-        fault = "the archive cannot be put into its place";
-    if (!fault.empty())
-        result = {result.number, DGAReportState::kFailed, fault};
+    Outcome outcome{
+        .archive = "", .fault = collection->pack(options), .lacksPicture = collection->lacksPicture(options)};
+    const auto archive = outcome.fault.empty() ? collection->publish() : std::nullopt;
+    if (outcome.fault.empty() && !archive)
+        outcome.fault = "the archive cannot be put into its place";
+    outcome.archive = archive.value_or("");
+    DGAReportResult result{collection->number(), DGAReportState::kMade};
+    if (!outcome.fault.empty())
+        result = {result.number, DGAReportState::kFailed, outcome.fault};
     DGAReportResults::sharedResults().tell(std::move(result));
-    return archive.value_or("");
+    return outcome;
 }
 
-void DGAReportGenerator::tellDelegate(const std::string& archivePath, const std::string& fault) const {
-    platform::performOnMain([weak = delegate_, archivePath, fault] {
+void DGAReportGenerator::tellDelegate(const Outcome& outcome) const {
+    platform::performOnMain([weak = delegate_, outcome] {
         const auto delegate = weak.lock();
-        if (delegate && fault.empty())
-            delegate->reportFileGeneratedAt(archivePath);
-        else if (delegate)
-            delegate->reportFailed(fault);
+        if (!delegate)
+            return;
+        if (outcome.lacksPicture)
+            delegate->reportHasNoPicture();
+        if (outcome.fault.empty())
+            delegate->reportFileGeneratedAt(outcome.archive);
+        else
+            delegate->reportFailed(outcome.fault);
     });
 }

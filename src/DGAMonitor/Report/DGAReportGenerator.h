@@ -56,8 +56,9 @@ private:
 
     // The steps of a run; on the queue's thread, one run at a time.
     void generateReport(const DGAReportOptions& options) const;
-    std::string makeArchive(const DGAReportOptions& options, std::string& fault) const;
-    void tellDelegate(const std::string& archivePath, const std::string& fault) const;
+    struct Outcome;
+    Outcome makeArchive(const DGAReportOptions& options) const;
+    void tellDelegate(const Outcome& outcome) const;
 
     std::weak_ptr<DGAReportGeneratorDelegate> delegate_;
     Tools tools_;

@@ -52,6 +52,8 @@ struct DGAReportContents {
 class DGAReportGeneratorDelegate {
 public:
     virtual ~DGAReportGeneratorDelegate() = default;
+    /// Before the next call: the screen was to be captured, and could not be.
+    virtual void reportHasNoPicture() {}
     /// The archive is whole. Its path without its ".zip" ending.
     virtual void reportFileGeneratedAt(const std::string& path) = 0;
     /// There is no archive. `reason` is for the log, in English; the logs and the trace that were to go into

@@ -30,10 +30,11 @@ QMessageBox* makeMessage(QWidget* window, const QString& text) {
 
 }  // namespace
 
-void dgaTell(QWidget* window, const QString& text) {
+QMessageBox* dgaTell(QWidget* window, const QString& text) {
     auto* const message = makeMessage(window, text);
     message->addButton(dgaText(lDGAOKStr), QMessageBox::AcceptRole);
     message->open();
+    return message;
 }
 
 QPointer<QMessageBox> dgaAsk(QWidget* window, const QString& text, const QString& yes, const QString& no,

@@ -8,7 +8,7 @@
 // end with their window. Main thread.
 
 /// Says something that there is nothing to decide about.
-void dgaTell(QWidget* window, const QString& text);
+QMessageBox* dgaTell(QWidget* window, const QString& text);
 
 /// Asks whether to do something. Return and Escape mean no. `answered` is told once, also when the message is
 /// taken away by reject(); not after `context` has ended.

@@ -1,12 +1,20 @@
 #pragma once
 
-#include <QFileDialog>
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 class DGASavePanel;
+class QFileDialog;
+
+namespace platform {
+class SaveDialogPortal;
+}
 
 /// Asked before the panel takes the user's choice.
 class DGASavePanelDelegate {
@@ -19,9 +27,10 @@ public:
                        std::string* error) = 0;
 };
 
-/// Asks where to save a file, as a window-modal panel. It deletes itself when it is done, and ends with its
-/// window.
-class DGASavePanel final : public QFileDialog {
+/// Asks where to save a file: by the desktop's own dialog (its portal's, or that of the toolkit's theme for
+/// it), else by one of the toolkit, over the window, as a window-modal panel. It deletes itself when it is
+/// done, and ends with its window.
+class DGASavePanel final : public QObject {
     Q_OBJECT
 
 public:
@@ -41,17 +50,32 @@ public:
     /// which the panel begins.
     static std::string freePathFor(const std::string& name);
 
+    ~DGASavePanel() override;
+
     void setDelegate(DGASavePanelDelegate* delegate) { delegate_ = delegate; }
 
-    void accept() override;
+    /// Takes it away, as if the user had cancelled it.
+    void reject() { end(kCancelled); }
 
 private:
     explicit DGASavePanel(QWidget* window);
-    void arrange();
+    void ask();
+    void openDialog();
+    void judge(const QString& chosen, bool isAsked);
+    void tell(const QString& text);
+    void askAgain();
     QString withAllowedEnding(const QString& path) const;
     void confirmReplacing(const QString& path);
     void take(const QString& path);
+    void end(int result);
+    QWidget* asker() const;
 
+    QWidget* window_;
+    QString name_;
     QStringList endings_;
     DGASavePanelDelegate* delegate_ = nullptr;
+    std::function<void(int result)> handler_;
+    std::unique_ptr<platform::SaveDialogPortal> portal_;
+    QPointer<QFileDialog> dialog_;
+    bool ended_ = false;
 };

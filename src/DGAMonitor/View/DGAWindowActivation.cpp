@@ -11,6 +11,9 @@
 
 namespace {
 
+// The toolkit reads it with its next activation, and takes it away.
+constexpr char kToken[] = "XDG_ACTIVATION_TOKEN";
+
 struct Freer {
     void operator()(void* memory) const { std::free(memory); }
 };
@@ -77,6 +80,12 @@ void dgaActivateWindow(QWidget& window) {
 }
 
 bool dgaMayActivateWindows() {
-    return QGuiApplication::platformName() != QLatin1String("wayland") ||
-           qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN");
+    return QGuiApplication::platformName() != QLatin1String("wayland") || qEnvironmentVariableIsSet(kToken);
+}
+
+void dgaSetActivationToken(const std::string& token) {
+    if (token.empty())
+        qunsetenv(kToken);
+    else if (QGuiApplication::platformName() == QLatin1String("wayland"))
+        qputenv(kToken, QByteArray::fromStdString(token));
 }

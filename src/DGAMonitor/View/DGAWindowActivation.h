@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 class QWidget;
 
 /// Raises a shown window and gives it the keyboard, also while another application has it. Where the desktop
@@ -10,3 +12,6 @@ void dgaActivateWindow(QWidget& window);
 /// and Wayland with a token of the program that the user has just used (xdg-activation,
 /// XDG_ACTIVATION_TOKEN).
 bool dgaMayActivateWindows();
+
+/// Takes such a token for the next activation; "" takes one away that is left.
+void dgaSetActivationToken(const std::string& token);

@@ -10,7 +10,10 @@
 #include <QPainter>
 #include <QPointer>
 #include <QScreen>
+#include <QTimer>
 #include <QWindow>
+#include <chrono>
+#include <cmath>
 #include <utility>
 
 #include "DGAMonitor/View/DGADesktopFrame.h"
@@ -24,6 +27,7 @@
 namespace {
 
 constexpr int kFloatingLevel = 3;
+constexpr std::chrono::milliseconds kLongestActivation{400};
 
 // A plain widget counts as a mere group of others, whose name and text no screen reader tells.
 QAccessibleInterface* makeAccessible(const QString& /*className*/, QObject* object) {
@@ -35,6 +39,13 @@ QAccessibleInterface* makeAccessible(const QString& /*className*/, QObject* obje
 QPointer<DGAWindowBase>& keyboardWantedBy() {
     static auto* const window = new QPointer<DGAWindowBase>();
     return *window;
+}
+
+// Where a point is a fraction of pixels, the desktop's rounding takes a point away.
+constexpr int kRounding = 1;
+
+QSize beforeRounding(QSize size, qreal ratio) {
+    return std::abs(std::remainder(ratio, 1.0)) < 0.01 ? size : size + QSize(kRounding + 1, kRounding + 1);
 }
 
 }  // namespace
@@ -70,14 +81,19 @@ void DGAWindowBase::bringToFront() {
     if (isMinimized())
         showNormal();
     // Compositors bring a new window to the front; one that they know they only mark as wanting attention.
-    if (!isActiveWindow() && shownBefore_ && !dgaMayActivateWindows()) {
-        setHiddenForPicture(true);
-        setVisible(true);
-    }
-    shownBefore_ = true;
+    const bool hadToken = dgaMayActivateWindows();
+    if (!isActiveWindow() && shownBefore_ && !hadToken)
+        showAnew();
+    const bool mayStayBehind = std::exchange(shownBefore_, true);
     if (!isActiveWindow())
         keyboardWantedBy() = this;
     dgaActivateWindow(*this);
+    // Not every compositor honours a token, or not that one.
+    if (mayStayBehind && hadToken && !dgaMayActivateWindows())
+        QTimer::singleShot(kLongestActivation, this, [this] {
+            if (keyboardWantedBy() == this && isVisible())
+                showAnew();
+        });
     // A window that comes back within the toolkit's patience with a lost keyboard (400 ms) still has the
     // keyboard for it, but is active no more, and would stay so: it hears of no change.
     if (windowHandle() && QGuiApplication::focusWindow() == windowHandle() && !isActiveWindow()) {
@@ -86,6 +102,12 @@ void DGAWindowBase::bringToFront() {
         QApplication::setActiveWindow(this);
         QT_WARNING_POP
     }
+}
+
+void DGAWindowBase::showAnew() {
+    setHiddenForPicture(true);
+    setHiddenForPicture(false);
+    shownBefore_ = true;
 }
 
 QRect DGAWindowBase::workArea() const {
@@ -154,7 +176,9 @@ void DGAWindowBase::fit() {
     }
     // Not adjustSize(), which leaves a third of the screen.
     if (layout())
-        resize(layout()->totalSizeHint());
+        resize(beforeRounding(layout()->totalSizeHint(), devicePixelRatioF())
+                   .boundedTo(room)
+                   .expandedTo(layout()->totalSizeHint()));
     else
         adjustSize();
     fitted_ = size();
@@ -165,7 +189,9 @@ bool DGAWindowBase::event(QEvent* event) {
     if (event->type() == QEvent::WindowActivate)
         keyboardWantedBy().clear();
     // Its layout may have made it as large as it has to be at least.
-    if (event->type() == QEvent::LayoutRequest && isVisible() && size() == fitted_.expandedTo(minimumSize()))
+    const QSize off = size() - fitted_.expandedTo(minimumSize());
+    if (event->type() == QEvent::LayoutRequest && isVisible() && qAbs(off.width()) <= kRounding &&
+        qAbs(off.height()) <= kRounding)
         fit();
     return handled;
 }
@@ -208,11 +234,15 @@ void DGAWindowBase::setHiddenForPicture(bool hidden) {
     const QPoint place = pos();
     if (hidden) {
         hiddenForPicture_ = true;
+        focusBefore_ = focusWidget();
         QWidget::setVisible(false);
     } else {
         setVisible(true);
         move(place);
         shownBefore_ = false;
+        // One that was made active while it was hidden has handed the keyboard to its next control.
+        if (focusBefore_)
+            focusBefore_->setFocus(Qt::ActiveWindowFocusReason);
     }
 }
 

@@ -68,6 +68,7 @@ protected:
 
 private:
     void setHiddenForPicture(bool hidden);
+    void showAnew();
     void adoptFrame();
     void fit();
     QRect workArea() const;
@@ -77,6 +78,7 @@ private:
     QPointer<DGAScrollArea> scroll_;
     QSize fitted_;  // the size that its contents have given it
     bool hiddenForPicture_ = false;
+    QPointer<QWidget> focusBefore_;  // what had its keyboard before that
     bool shownBefore_ = false;  // it is no new window to the desktop
     bool wasActive_ = false;    // before that
     bool dragging_ = false;

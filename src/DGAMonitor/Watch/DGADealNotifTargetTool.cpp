@@ -4,7 +4,9 @@
 #include <utility>
 
 #include "DGAMeetingData/DGACSVFileTool.h"
+#include "DGAMonitor/Const/DGADicKeyStrings.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
+#include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/Windows/DGAUtilitiesWindows.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/RunLoop.h"
@@ -25,14 +27,19 @@ void DGADealNotifTargetTool::dealHeartBeatFromClient(const platform::Notificatio
     checkTool_.reloadCheck();
 }
 
-void DGADealNotifTargetTool::dealGenerateReportFromClient(const platform::Notification& /*notification*/) {
+void DGADealNotifTargetTool::dealGenerateReportFromClient(const platform::Notification& notification) {
     ORVN_LOG_METHOD();
+    auto& windows = DGAApplicationWindows::sharedWindows();
+    const auto token = notification.userInfo.find(dActivationTokenKey);
+    if (token != notification.userInfo.end())
+        windows.setActivationToken(token->second);
     checkTool_.judgeIfShowReportWindow();
+    windows.setActivationToken({});
 }
 
-void DGADealNotifTargetTool::showReportWindow() {
+void DGADealNotifTargetTool::showReportWindow(const platform::Notification& notification) {
     ORVN_LOG_METHOD();
-    dealGenerateReportFromClient({});
+    dealGenerateReportFromClient(notification);
 }
 
 void DGADealNotifTargetTool::dealNormalQuitFromClient(const platform::Notification& /*notification*/) {

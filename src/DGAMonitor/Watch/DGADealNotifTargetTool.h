@@ -25,8 +25,8 @@ public:
     /// ORVANE_DGA_GENERATE_REPORT.
     void dealGenerateReportFromClient(const platform::Notification& notification);
 
-    /// As a report request of the client.
-    void showReportWindow();
+    /// As a report request of the client, with the activation token of the notification, if it has one.
+    void showReportWindow(const platform::Notification& notification);
 
     /// Session parameters came: the client's process is watched from now on.
     void clientIsKnown();

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -44,6 +45,11 @@ public:
     /// Told whenever a window has become visible or has ceased to be.
     std::function<void()> onChange;
 
+    /// With which the client lets a window of ours come to the front (Wayland's xdg-activation); "" if it
+    /// gave none. It holds for what is shown or brought to the front while it is set.
+    void setActivationToken(std::string token) { activationToken_ = std::move(token); }
+    const std::string& activationToken() const { return activationToken_; }
+
     /// Brings those windows to the front that were made here and are visible.
     void bringAllVisibleToFront();
 
@@ -60,4 +66,5 @@ private:
     std::vector<std::weak_ptr<DGAWindowInterface>> made_;
     std::set<const void*> visible_;
     std::atomic<size_t> visibleCount_{0};
+    std::string activationToken_;
 };

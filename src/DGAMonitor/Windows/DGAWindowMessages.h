@@ -32,6 +32,7 @@ struct Show {  ///< a window is to be seen
     int64_t number = 0;  ///< counts up; State::handled answers it
     int32_t window = 0;  ///< a DGAWindowKind
     int32_t level = 0;   ///< of the prompt: 3 floats, 0 does not
+    std::string token;   ///< the client's activation token; "" if it gave none
 };
 struct Close {
     static constexpr int32_t kId = 3;
@@ -41,12 +42,14 @@ struct ToFront {  ///< a visible window before all others
     static constexpr int32_t kId = 4;
     int32_t window = 0;
     bool center = false;  ///< also to the middle of the screen
+    std::string token;    ///< as with Show
 };
 struct ReportMade {  ///< of the maker of that number; or it could not be made
     static constexpr int32_t kId = 5;
     int64_t maker = 0;
-    std::string path;   ///< the archive's, without ".zip"
-    std::string fault;  ///< why there is none; "" if there is one
+    std::string path;           ///< the archive's, without ".zip"
+    std::string fault;          ///< why there is none; "" if there is one
+    bool lacksPicture = false;  ///< the screen could not be captured
 };
 struct ReportEnded {  ///< the run has ended, with an archive or without
     static constexpr int32_t kId = 6;

@@ -94,14 +94,16 @@ struct DGAWindowProcess::Maker final : DGAReportGeneratorDelegate {
     int64_t number = 0;
     std::weak_ptr<DGAWindowProcess> process;
     std::shared_ptr<DGAReportMaker> maker;
+    bool lacksPicture = false;
 
-    void reportFileGeneratedAt(const std::string& path) override {
+    void reportHasNoPicture() override { lacksPicture = true; }
+    void reportFileGeneratedAt(const std::string& path) override { tell(path, {}); }
+    void reportFailed(const std::string& reason) override { tell({}, reason); }
+
+    void tell(const std::string& path, const std::string& fault) {
+        const ReportMade message{number, path, fault, std::exchange(lacksPicture, false)};
         if (const auto held = process.lock())
-            held->send(ReportMade{number, path, {}});
-    }
-    void reportFailed(const std::string& reason) override {
-        if (const auto held = process.lock())
-            held->send(ReportMade{number, {}, reason});
+            held->send(message);
     }
 };
 
@@ -216,7 +218,8 @@ void DGAWindowProcess::show(DGAWindowKind kind, int level) {
         send(Draft{services().draft()});
     window(kind).asked = ++lastNumber_;
     setVisible(kind, true);
-    send(Show{lastNumber_, static_cast<int32_t>(kind), level});
+    send(Show{lastNumber_, static_cast<int32_t>(kind), level,
+              DGAApplicationWindows::sharedWindows().activationToken()});
 }
 
 void DGAWindowProcess::close(DGAWindowKind kind) {
@@ -227,7 +230,8 @@ void DGAWindowProcess::close(DGAWindowKind kind) {
 }
 
 void DGAWindowProcess::toFront(DGAWindowKind kind, bool center) {
-    send(ToFront{static_cast<int32_t>(kind), center});
+    send(ToFront{static_cast<int32_t>(kind), center,
+                 DGAApplicationWindows::sharedWindows().activationToken()});
 }
 
 template <typename Message>

@@ -4,24 +4,20 @@
 #include <QClipboard>
 #include <QFontMetrics>
 #include <QGuiApplication>
-#include <QLocale>
-#include <QPainter>
 #include <QPointer>
 #include <chrono>
 #include <initializer_list>
 #include <string>
-#include <string_view>
 #include <utility>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
-#include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
 #include "DGAMonitor/View/DGAForbidden.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAText.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "DGAUpload/ui/UploadTexts.h"
 #include "platform/RunLoop.h"
 #include "support/ORVNLogger.h"
-#include "support/TextTemplate.h"
 #include "support/widgets/LarimoNotificationView.h"
 #include "ui_uploadView.h"
 
@@ -60,36 +56,6 @@ size_t warningRow(int32_t type) {
     }
 }
 
-QFont lucida(int size, bool bold) {
-    QFont font = DGAStyle::systemFont(size, bold);
-    font.setFamilies(QStringList{QStringLiteral("Lucida Grande")} + font.families());
-    return font;
-}
-
-QString filled(const char* key, std::initializer_list<std::string_view> values) {
-    return QString::fromStdString(support::fillPlaceholders(DGAUtilities::dga_localize(key), values));
-}
-
-std::string timeText(int64_t seconds) {
-    if (seconds >= 90)
-        return filled(kTextMinutes, {std::to_string((seconds + 30) / 60)}).toStdString();
-    // Nobody can tell to the second.
-    return filled(kTextSeconds, {std::to_string(seconds > 10 ? (seconds + 4) / 5 * 5 : seconds)})
-        .toStdString();
-}
-
-// Labels break lines between words only: lets one that is longer than a line, such as an address, break
-// anywhere.
-QString breakable(const QString& text, const QFontMetrics& metrics) {
-    constexpr int kLabelWidth = 364;
-    QStringList words = text.split(QLatin1Char(' '));
-    for (QString& word : words) {
-        if (metrics.horizontalAdvance(word) > kLabelWidth)
-            word = word.split(QString()).join(QChar(0x200b));  // zero width space
-    }
-    return words.join(QLatin1Char(' '));
-}
-
 }  // namespace
 
 UploadView::UploadView(QWidget* parent) : QWidget(parent), ui_(std::make_unique<Ui::uploadView>()) {
@@ -101,7 +67,7 @@ UploadView::~UploadView() = default;
 
 void UploadView::awakeFromNib() {
     ORVN_LOG_METHOD();
-    m_stepLabelfont = lucida(kStepFontSize, false);
+    m_stepLabelfont = uploadFont(kStepFontSize, false);
     initialContentView();
 }
 
@@ -133,7 +99,7 @@ void UploadView::initialContentView() {
 }
 
 void UploadView::initialTexts() {
-    ui_->titleLabel->setFont(lucida(DGAStyle::kTitleFontSize, true));
+    ui_->titleLabel->setFont(uploadFont(DGAStyle::kTitleFontSize, true));
     ui_->titleLabel->setText(dgaText(lDGARPWindowTitleStr));
     ui_->closeImage->setAccessibleName(dgaText(kTextCloseButtonSendReport));
     ui_->againButton->setText(dgaText(kTextTryAgain));
@@ -187,16 +153,15 @@ void UploadView::showEvent(QShowEvent* event) {
         setFocus();
 }
 
-void UploadView::paintEvent(QPaintEvent* /*event*/) {
-    QPainter(this).fillRect(rect(), DGAStyle::kWindow);
-}
-
 // Steps
 
 void UploadView::showReportPreparedStep(bool succeeded) {
     ORVN_LOG_METHOD();
     if (succeeded) {
-        setText(*ui_->prepareLabel, dgaText(kTextReportPareparedSendReport));
+        QString prepared = dgaText(kTextReportPareparedSendReport);
+        if (lacksPicture_)
+            prepared += QLatin1Char('\n') + dgaText(kTextNoScreenCapture);
+        setText(*ui_->prepareLabel, prepared);
         ui_->imageStep1->show();
         ui_->connectionLabel->show();
         setText(*ui_->connectionLabel, dgaText(kTextConnectingToServer));
@@ -214,6 +179,7 @@ void UploadView::showReportFailed() {
     ORVN_LOG_METHOD();
     setText(*ui_->prepareLabel, dgaText(kTextReportPareparedFailed));
     showError(0);
+    ui_->connectionLabel->hide();
     saveTrace("client upload failed");
     stopSpinner();
     showTryAgainButton();
@@ -275,23 +241,13 @@ void UploadView::showSizeExcessiveStep(bool succeeded) {
 
 void UploadView::showUploading_presentage(uint32_t percent) {
     ORVN_LOG_METHOD();
-    setText(*ui_->uploadingLabel, filled(kTextUploadingReport, {std::to_string(percent)}));
+    setText(*ui_->uploadingLabel, uploadText(kTextUploadingReport, {std::to_string(percent)}));
     ui_->progressBar->setValue(static_cast<int>(percent));
     ui_->progressBar->setAccessibleName(ui_->uploadingLabel->text());
 }
 
 void UploadView::showTransferred(int64_t sent, int64_t total, int64_t secondsLeft) {
-    constexpr int64_t kMegabyte = 1'000'000;
-    const int64_t unit = total < kMegabyte ? 1000 : kMegabyte;
-    const auto number = [unit](int64_t bytes) {
-        const double amount = static_cast<double>(bytes) / static_cast<double>(unit);
-        return QLocale().toString(amount, 'f', amount < 10 && unit == kMegabyte ? 1 : 0).toStdString();
-    };
-    const std::string all =
-        filled(unit == kMegabyte ? kTextMegabytes : kTextKilobytes, {number(total)}).toStdString();
-    ui_->progressLabel->setText(
-        secondsLeft > 0 ? filled(kTextUploadedOfTimeLeft, {number(sent), all, timeText(secondsLeft)})
-                        : filled(kTextUploadedOf, {number(sent), all}));
+    ui_->progressLabel->setText(uploadTransferText(sent, total, secondsLeft));
     ui_->progressLabel->show();
 }
 
@@ -305,7 +261,7 @@ void UploadView::showEmailSend_FinishStep(const std::string& emailAddress) {
     const bool hasAddress = !emailAddress.empty();
     if (hasAddress) {
         saveTrace("client upload success");
-        setText(*ui_->emailSendLabel, filled(kTextEmailConfirmationSendReport, {emailAddress}));
+        setText(*ui_->emailSendLabel, uploadText(kTextEmailConfirmationSendReport, {emailAddress}));
         setText(*ui_->reportSendedLabel, dgaText(kTextReportSendSentReport));
     } else {
         setText(*ui_->emailSendLabel, dgaText(kTextReportSendSentReport));
@@ -346,7 +302,7 @@ void UploadView::showResult() {
     ui_->progressBar->hide();
     ui_->progressLabel->hide();
     ui_->numberLabel->setText(
-        breakable(filled(kTextReportNumber, {number_}), ui_->numberLabel->fontMetrics()));
+        uploadBreakable(uploadText(kTextReportNumber, {number_}), ui_->numberLabel->fontMetrics()));
     ui_->numberLabel->setAccessibleName(ui_->numberLabel->text());
     ui_->numberLabel->setVisible(!number_.empty());
     ui_->copyButton->setVisible(!number_.empty());
@@ -364,7 +320,7 @@ void UploadView::copyNumber() {
 
 void UploadView::showSaved(const std::string& path) {
     const size_t row = ui_->uploadingLabel->isHidden() ? ui_->connectionLabel->isHidden() ? 0 : 1 : 2;
-    showBanner(kNoticeStyle, filled(kTextReportSaved, {path}), row);
+    showBanner(kNoticeStyle, uploadText(kTextReportSaved, {path}), row);
     ui_->againButton->hide();
     ui_->saveButton->hide();
     ui_->folderButton->setButtonType(kPlainButton);
@@ -431,10 +387,11 @@ void UploadView::stopSpinner() {
 void UploadView::setText(QLabel& label, const QString& text) {
     label.setFont(m_stepLabelfont);
     // Its first line is level with its image and with the wheel; other scripts have higher lines.
-    const QRect line = QFontMetrics(m_stepLabelfont).boundingRect({0, 0, QWIDGETSIZE_MAX, 0}, 0, text);
+    const QRect line =
+        QFontMetrics(m_stepLabelfont).boundingRect({0, 0, QWIDGETSIZE_MAX, 0}, Qt::TextSingleLine, text);
     const int inset = qMax(0, (kLineHeight - line.height()) / 2);
     label.setContentsMargins(0, inset, 0, inset);
-    label.setText(breakable(text, QFontMetrics(m_stepLabelfont)));
+    label.setText(uploadBreakable(text, QFontMetrics(m_stepLabelfont)));
     label.setAccessibleName(text);
     // Not each percent.
     if (&label != ui_->uploadingLabel || ui_->progressBar->value() == 0)

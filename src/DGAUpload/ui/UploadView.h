@@ -40,6 +40,9 @@ public:
 
     void setDelegate(std::weak_ptr<UploadViewDelegate> delegate) { delegate_ = std::move(delegate); }
 
+    /// Whatever is prepared holds no picture of the screen, which the first step tells.
+    void setLacksPicture() { lacksPicture_ = true; }
+
     // The steps: true shows that one has succeeded, false that it has failed.
     void showReportPreparedStep(bool succeeded);
     /// There is no archive, so that nothing can be saved, but it may be made again.
@@ -89,7 +92,6 @@ public:
 
 protected:
     void showEvent(QShowEvent* event) override;
-    void paintEvent(QPaintEvent* event) override;
 
 private:
     struct Row {
@@ -126,5 +128,6 @@ private:
     std::array<Row, 5> rows_{};
     std::string number_;
     bool savingAllowed_ = true;
+    bool lacksPicture_ = false;
     std::weak_ptr<UploadViewDelegate> delegate_;
 };

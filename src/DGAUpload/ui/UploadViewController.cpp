@@ -81,6 +81,11 @@ void UploadViewController::generateReport() {
     maker_->startGenerateReportIfScreenShot(options_, {});
 }
 
+void UploadViewController::reportHasNoPicture() {
+    if (uploadView)
+        uploadView->setLacksPicture();
+}
+
 void UploadViewController::reportFileGeneratedAt(const std::string& path) {
     if (!uploadView)
         return;
@@ -291,8 +296,10 @@ void UploadViewController::showFailedSteps() {
         return;
     if (question_)
         question_->reject();
-    if (steps_.needShowPrepareFailedStep)
+    if (steps_.needShowPrepareFailedStep && hasArchive())
         uploadView->showReportPreparedStep(false);
+    else if (steps_.needShowPrepareFailedStep)
+        uploadView->showReportFailed();
     if (steps_.needShowConnectingFailedStep)
         uploadView->showConnectServerStep(false);
     if (steps_.needShowConnectingFailedStep && whyNotConnected_)

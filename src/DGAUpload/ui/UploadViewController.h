@@ -47,6 +47,7 @@ public:
     /// Ends the upload and gives up the view: nothing that happens later has an effect.
     void detach();
 
+    void reportHasNoPicture() override;
     void reportFileGeneratedAt(const std::string& path) override;
     void reportFailed(const std::string& reason) override;
 

@@ -32,6 +32,9 @@ LarimoNotificationView::LarimoNotificationView(const QRect& frame, int style, co
     QAccessible::installFactory(makeAccessible);  // once, however often
     setAccessibleName(message);
     setGeometry(frame.x(), frame.y(), frame.width(), heightForWidth(frame.width()));
+    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    policy.setHeightForWidth(true);
+    setSizePolicy(policy);
 }
 
 QRect LarimoNotificationView::textRect(int width) const {

@@ -2,6 +2,7 @@
 
 #include <QDateTime>
 #include <QLocale>
+#include <QRegularExpression>
 #include <algorithm>
 #include <utility>
 
@@ -18,15 +19,16 @@ DGAWindowServices& services() {
     return DGAApplicationWindows::sharedWindows().services();
 }
 
-// Day, month and year as the language puts them, without the day of the week where that can be left out.
+// Day, month and year as the language puts them, without the day of the week.
 QString timeText(const std::string& time) {
     const QDateTime local = QDateTime::fromString(QString::fromStdString(time), Qt::ISODate).toLocalTime();
     const QLocale locale;
-    const QString format = locale.dateFormat(QLocale::LongFormat);
-    const bool isYearFirst = format.startsWith(QLatin1Char('y'));
-    return (isYearFirst ? locale.toString(local.date(), QLocale::LongFormat)
-                        : locale.toString(local.date(), QStringLiteral("d MMMM yyyy"))) +
-           QLatin1Char(' ') + local.toString(QStringLiteral("HH:mm"));
+    QString format = QStringLiteral("d MMMM yyyy");
+    if (locale.language() != QLocale::English) {
+        static const QRegularExpression weekday(QStringLiteral("^dddd[, ]*|[, ]*dddd$"));
+        format = locale.dateFormat(QLocale::LongFormat).remove(weekday);
+    }
+    return locale.toString(local.date(), format) + QLatin1Char(' ') + local.toString(QStringLiteral("HH:mm"));
 }
 
 QString offerText(const DGAKeptReport& report) {
@@ -57,13 +59,13 @@ void DGAKeptReportOffer::offer() {
         line_->clear();
         return;
     }
-    const auto send = [this] {
+    const auto handOn = [this] {
         const DGAKeptReport report = reports_[offered_];
         end(report.number);
-        way_.send(report);
+        way_.handOn(report);
     };
     std::vector<DGANoticeLine::Action> actions{
-        {.title = dgaText(kTextSend), .act = send, .isForbidden = !way_.maySend},
+        {.title = dgaText(way_.title), .act = handOn, .isForbidden = !way_.isAllowed},
         {.title = dgaText(kTextDiscard), .act = [this] { discard(); }}};
     if (reports_.size() > 1) {
         const auto& following = reports_[(offered_ + 1) % reports_.size()];

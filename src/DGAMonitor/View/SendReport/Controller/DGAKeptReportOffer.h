@@ -10,7 +10,7 @@
 
 class DGANoticeLine;
 
-/// Offers the reports that have not been sent, one at a time, the newest first: to send it, to discard it,
+/// Offers the reports that have not been sent, one at a time, the newest first: to hand it on, to discard it,
 /// which it asks about, or to see the next one. Main thread. The line outlives it.
 class DGAKeptReportOffer {
 public:
@@ -18,10 +18,12 @@ public:
     DGAKeptReportOffer(const DGAKeptReportOffer&) = delete;
     DGAKeptReportOffer& operator=(const DGAKeptReportOffer&) = delete;
 
+    /// What becomes of a report that is handed on: it is sent, or saved.
     struct Way {
-        std::function<void(const DGAKeptReport&)> send;
-        bool maySend = true;  ///< false where the administrator's policy forbids it
-        std::string first;    ///< the number of the one that is offered first, if it is kept
+        const char* title;  ///< the key of its button's text
+        std::function<void(const DGAKeptReport&)> handOn;
+        bool isAllowed = true;  ///< false where the administrator's policy forbids it
+        std::string first;      ///< the number of the one that is offered first, if it is kept
     };
 
     /// Asks what is kept, and shows it when that is known.

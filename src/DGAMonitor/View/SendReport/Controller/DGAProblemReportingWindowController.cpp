@@ -113,9 +113,10 @@ void DGAProblemReportingWindowController::showPRWindow() {
         dgaForbidInReportForm(*ui_, rights_);
     }
     window().setLevel(DGAUtilities::dga_fetchWindowLevel());
-    window().center();
+    if (isFresh)
+        window().center();
     window().showInFront();
-    if (sends_ && (isFresh || record().keptReport.get()))
+    if (isFresh || record().keptReport.get())
         offerKept();
 }
 
@@ -127,6 +128,7 @@ void DGAProblemReportingWindowController::beginNewReport() {
     dgaLabelReportForm(*ui_, window(), sends_, serviceType_);
     status_ = true;
     isHandedOn_ = false;
+    savesKept_.clear();
     ui_->_noticeV->clear();
     ui_->_textField->setStringValue("");
     ui_->_fullBtn->setSelected(true);
@@ -328,8 +330,17 @@ bool DGAProblemReportingWindowController::showUploadWindow(const DGAReportOption
     return true;
 }
 
-// It goes as it is, with the values of this session; what is being written here stays.
+// It goes as it is, with the values of this session, or into a file; what is being written here stays.
 void DGAProblemReportingWindowController::offerKept() {
+    const std::string first = record().keptReport.get().value_or("");
+    if (!sends_) {
+        const auto save = [this](const DGAKeptReport& report) { saveKept(report.number); };
+        kept_.refresh(*ui_->_keptV, {.title = lDGAProblemReportWindowSaveBtnStr,
+                                     .handOn = save,
+                                     .isAllowed = rights_.save,
+                                     .first = first});
+        return;
+    }
     const auto send = [this](const DGAKeptReport& report) {
         showUploadWindow({.serviceType = serviceType_,
                           .description = report.description,
@@ -337,10 +348,12 @@ void DGAProblemReportingWindowController::offerKept() {
                           .kept = report.number});
     };
     kept_.refresh(*ui_->_keptV,
-                  {.send = send, .maySend = rights_.send, .first = record().keptReport.get().value_or("")});
+                  {.title = kTextSend, .handOn = send, .isAllowed = rights_.send, .first = first});
 }
 
 DGAReportOptions DGAProblemReportingWindowController::options() const {
+    if (!savesKept_.empty())
+        return {.serviceType = serviceType_, .kept = savesKept_};
     DGAReportOptions options{
         .screenShot = ui_->_fullBtn->selected(),
         .systemInfo = ui_->_sysInfoBtn->selected(),

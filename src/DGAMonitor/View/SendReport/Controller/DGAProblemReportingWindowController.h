@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "DGAMonitor/Session/DGAPolicy.h"
 #include "DGAMonitor/View/DGAMessage.h"
@@ -18,6 +19,7 @@
 #include "DGAMonitor/View/SendReport/Controller/DGAReportForm.h"
 #include "DGAMonitor/View/SendReport/Controller/DGAReportListing.h"
 #include "DGAMonitor/View/SendReport/View/DGADropDownListView.h"
+#include "DGAMonitor/View/SendReport/View/DGANoticeLine.h"
 #include "DGAMonitor/View/SendReport/View/DGAProblemReportingWindow.h"
 #include "DGAMonitor/Windows/DGAWindowInterfaces.h"
 #include "reportproblem/ReportMail.h"
@@ -87,14 +89,18 @@ private:
     DGAReportOptions options() const;
     bool showUploadWindow(const DGAReportOptions& options);
     void offerKept();
+    void saveKept(const std::string& number);
+    bool endKept();
     void generateReport();
     void abandonReport();
+    void reportHasNoPicture() override { lacksPicture_ = true; }
     void reportFileGeneratedAt(const std::string& path) override;
     void reportFailed(const std::string& reason) override;
     void generateReportMailWithFilePath(const std::string& path);
     void mailEnded(bool composed);
     void offerAgain(const char* text);
     void tellSaved(const char* text, const std::string& path);
+    void tellDone(const QString& text, const std::vector<DGANoticeLine::Action>& actions);
     void saveWithFilePath(const std::string& path);
     bool panel(DGASavePanel& panel, const std::optional<std::string>& validateURL,
                std::string* error) override;
@@ -110,8 +116,10 @@ private:
     std::optional<QString> problemCatagoryTitle_;
     bool isSaveBtnClicked_ = false;
     std::string filePath_;
+    bool lacksPicture_ = false;  ///< the archive, though one was asked for
 
     DGAKeptReportOffer kept_;
+    std::string savesKept_;  ///< the number of the kept report that is being saved
     DGAReportListing listing_;
     bool sends_ = false;
     int64_t serviceType_ = 0;

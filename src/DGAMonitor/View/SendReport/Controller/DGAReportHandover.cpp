@@ -6,9 +6,6 @@
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
-#include "DGAMonitor/View/DGAText.h"
-#include "DGAMonitor/View/SendReport/View/DGANoticeLine.h"
-#include "platform/FileManager.h"
 #include "platform/FileMove.h"
 #include "support/ORVNLogger.h"
 #include "support/TextTemplate.h"
@@ -37,8 +34,6 @@ std::string dgaMoveArchive(const std::string& archive, const std::string& target
                                      {DGAUtilities::dga_localize(reason)});
 }
 
-void dgaSaySaved(DGANoticeLine& line, const char* text, const std::string& path) {
-    const std::string said = support::fillPlaceholders(DGAUtilities::dga_localize(text), {path});
-    line.say(QString::fromStdString(said),
-             {{dgaText(kTextShowInFolder), [path] { platform::showInFileManager(path); }}});
+QString dgaSavedText(const char* text, const std::string& path) {
+    return QString::fromStdString(support::fillPlaceholders(DGAUtilities::dga_localize(text), {path}));
 }

@@ -1,10 +1,9 @@
 #pragma once
 
+#include <QString>
 #include <string>
 
 #include "reportproblem/ReportMail.h"
-
-class DGANoticeLine;
 
 /// The message with which the user mails a report, in the client's language; nobody is addressed yet.
 ReportMail dgaReportMail(const std::string& archive, const std::string& catagory,
@@ -14,5 +13,5 @@ ReportMail dgaReportMail(const std::string& archive, const std::string& catagory
 /// why; else "".
 std::string dgaMoveArchive(const std::string& archive, const std::string& target);
 
-/// Says where an archive was saved (`text` has a place for the path), and offers to show it in its folder.
-void dgaSaySaved(DGANoticeLine& line, const char* text, const std::string& path);
+/// Where an archive was saved, for the user; `text` has a place for the path.
+QString dgaSavedText(const char* text, const std::string& path);

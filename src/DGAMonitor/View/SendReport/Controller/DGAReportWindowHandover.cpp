@@ -8,6 +8,7 @@
 #include "DGAMonitor/View/SendReport/Controller/DGAReportForm.h"
 #include "DGAMonitor/View/SendReport/Controller/DGAReportHandover.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
+#include "platform/FileManager.h"
 #include "platform/RunLoop.h"
 #include "reportproblem/MailExtension.h"
 #include "support/ORVNLogger.h"
@@ -25,6 +26,7 @@ DGAWindowServices& services() {
 }  // namespace
 
 void DGAProblemReportingWindowController::generateReport() {
+    lacksPicture_ = false;
     if (!maker_) {
         awaiting_.reset(static_cast<DGAReportGeneratorDelegate*>(this), [](DGAReportGeneratorDelegate*) {});
         maker_ = parts_.makeReportMaker();
@@ -49,7 +51,29 @@ void DGAProblemReportingWindowController::reportFileGeneratedAt(const std::strin
 
 void DGAProblemReportingWindowController::reportFailed(const std::string& /*reason*/) {
     changeWindowStatus(true);
-    offerAgain(kTextReportPareparedFailed);
+    if (endKept())
+        ui_->_noticeV->say(dgaText(kTextReportGone), {});
+    else
+        offerAgain(kTextReportPareparedFailed);
+}
+
+void DGAProblemReportingWindowController::saveKept(const std::string& number) {
+    ORVN_LOG_METHOD();
+    savesKept_ = number;
+    isSaveBtnClicked_ = true;
+    ui_->_noticeV->clear();
+    changeWindowStatus(false);
+    generateReport();
+}
+
+// Whether it was one; what is still kept is offered.
+bool DGAProblemReportingWindowController::endKept() {
+    const bool isKept = !std::exchange(savesKept_, {}).empty();
+    if (isKept) {
+        refreshForm();  // nothing need be entered for it
+        offerKept();
+    }
+    return isKept;
 }
 
 void DGAProblemReportingWindowController::offerAgain(const char* text) {
@@ -81,7 +105,10 @@ void DGAProblemReportingWindowController::mailEnded(bool composed) {
     if (composed) {
         endDraft();
         services().uploadChanged({.path = filePath_, .state = DGAReportState::kMailed});
-        close();
+        if (lacksPicture_)
+            tellDone(dgaText(kTextNoScreenCapture), {});
+        else
+            close();
         return;
     }
     if (!rights_.save) {
@@ -97,9 +124,23 @@ void DGAProblemReportingWindowController::mailEnded(bool composed) {
 }
 
 void DGAProblemReportingWindowController::tellSaved(const char* text, const std::string& path) {
-    endDraft();
     services().uploadChanged({.path = filePath_, .state = DGAReportState::kSaved});
-    dgaSaySaved(*ui_->_noticeV, text, path);
+    QString said = dgaSavedText(text, path);
+    if (lacksPicture_)
+        said += QLatin1Char(' ') + dgaText(kTextNoScreenCapture);
+    const std::vector<DGANoticeLine::Action> actions{
+        {dgaText(kTextShowInFolder), [path] { platform::showInFileManager(path); }}};
+    if (endKept()) {
+        ui_->_noticeV->say(said, actions);
+        return;
+    }
+    endDraft();
+    tellDone(said, actions);
+}
+
+void DGAProblemReportingWindowController::tellDone(const QString& text,
+                                                   const std::vector<DGANoticeLine::Action>& actions) {
+    ui_->_noticeV->say(text, actions);
     ui_->_cancelBtn->setText(dgaText(kTextCloseButtonSendReport));
 }
 
@@ -128,12 +169,16 @@ bool DGAProblemReportingWindowController::panel(DGASavePanel& /*panel*/,
     changeWindowStatus(true);
     if (isThere)
         tellSaved(kTextReportSaved, *validateURL);
+    else if (endKept())
+        ui_->_noticeV->say(dgaText(kTextReportGone), {});
     else
         offerAgain(kTextReportGone);
     return true;
 }
 
 void DGAProblemReportingWindowController::judgePanelStatusWithIndex(int index) {
-    if (index == DGASavePanel::kCancelled)
-        changeWindowStatus(true);
+    if (index != DGASavePanel::kCancelled)
+        return;
+    changeWindowStatus(true);
+    endKept();
 }

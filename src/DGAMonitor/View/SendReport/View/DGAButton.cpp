@@ -76,7 +76,8 @@ void DGAButton::paintEvent(QPaintEvent* /*event*/) {
 }
 
 void DGAButton::keyPressEvent(QKeyEvent* event) {
-    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && !event->isAutoRepeat())
+    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && !event->isAutoRepeat() &&
+        (event->modifiers() & Qt::ControlModifier) == 0)
         click();
     else
         QPushButton::keyPressEvent(event);

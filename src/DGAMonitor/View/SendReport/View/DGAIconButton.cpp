@@ -45,7 +45,8 @@ void DGAIconButton::paintEvent(QPaintEvent* /*event*/) {
 }
 
 void DGAIconButton::keyPressEvent(QKeyEvent* event) {
-    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && !event->isAutoRepeat())
+    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && !event->isAutoRepeat() &&
+        (event->modifiers() & Qt::ControlModifier) == 0)
         click();
     else
         QPushButton::keyPressEvent(event);

@@ -1,15 +1,27 @@
 #include "DGAMonitor/View/SendReport/View/DGANoticeLine.h"
 
-#include <QAccessible>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
+#include <QRegularExpression>
 
+#include "DGAMonitor/View/DGAAnnouncement.h"
 #include "DGAMonitor/View/DGAForbidden.h"
 #include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/SendReport/View/DGAButton.h"
 
-DGANoticeLine::DGANoticeLine(QWidget* parent) : QWidget(parent), label_(new QLabel(this)), buttons_{} {
+namespace {
+
+// Labels break lines between words only: lets the paths and names of files break between their parts.
+QString breakable(const QString& text) {
+    static const QRegularExpression between(QStringLiteral("(?<=\\S[/_])(?=\\w)"));
+    return QString(text).replace(between, QChar(0x200b));  // zero width space
+}
+
+}  // namespace
+
+DGANoticeLine::DGANoticeLine(QWidget* parent)
+    : QWidget(parent), label_(new QLabel(this)), announcement_(new DGAAnnouncement(this)), buttons_{} {
     auto* const row = new QHBoxLayout(this);
     row->setContentsMargins(DGAStyle::kGrid + 4, DGAStyle::kGrid - 2, DGAStyle::kGrid - 2,
                             DGAStyle::kGrid - 2);
@@ -33,7 +45,8 @@ DGANoticeLine::DGANoticeLine(QWidget* parent) : QWidget(parent), label_(new QLab
 
 void DGANoticeLine::say(const QString& text, const std::vector<Action>& actions) {
     actions_ = actions;
-    label_->setText(text);
+    label_->setText(breakable(text));
+    label_->setAccessibleName(text);
     setAccessibleName(text);
     for (size_t i = 0; i < buttons_.size(); ++i) {
         buttons_[i]->setHidden(i >= actions_.size());
@@ -47,12 +60,12 @@ void DGANoticeLine::say(const QString& text, const std::vector<Action>& actions)
             dgaForbid(*buttons_[i]);
     }
     show();
-    QAccessibleEvent said(this, QAccessible::Alert);
-    QAccessible::updateAccessibility(&said);
+    announcement_->say(text);
 }
 
 void DGANoticeLine::clear() {
     actions_.clear();
+    announcement_->setAccessibleName({});
     hide();
 }
 
@@ -62,7 +75,7 @@ void DGANoticeLine::setActionsEnabled(bool enabled) {
 }
 
 QString DGANoticeLine::text() const {
-    return isHidden() ? QString() : label_->text();
+    return isHidden() ? QString() : label_->accessibleName();
 }
 
 void DGANoticeLine::paintEvent(QPaintEvent* /*event*/) {

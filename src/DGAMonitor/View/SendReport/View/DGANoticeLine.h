@@ -5,6 +5,7 @@
 #include <functional>
 #include <vector>
 
+class DGAAnnouncement;
 class DGAButton;
 class QLabel;
 
@@ -37,6 +38,7 @@ protected:
 
 private:
     QLabel* label_;
+    DGAAnnouncement* announcement_;
     std::array<DGAButton*, 3> buttons_;
     std::vector<Action> actions_;
 };

@@ -26,6 +26,7 @@ namespace {
 
 constexpr int kMargin = 3 * DGAStyle::kGrid;
 constexpr QSize kFilesSize(600, 160);
+constexpr int kNameWidth = 320;
 constexpr QSize kThumbnailSize(240, 135);
 constexpr QSize kTextSize(760, 520);
 constexpr size_t kLongestText = size_t{1024} * 1024;  // bytes that are shown of a file
@@ -73,6 +74,14 @@ QLabel* makeLabel(const QString& text, QWidget* parent) {
     return label;
 }
 
+// One line on all sides: the toolkit's sunken frame is white on white at two of them.
+void drawEdge(QFrame& view) {
+    view.setFrameStyle(QFrame::Box | QFrame::Plain);
+    QPalette palette = view.palette();
+    palette.setColor(QPalette::WindowText, DGAStyle::kControlEdge);
+    view.setPalette(palette);
+}
+
 // A dialog of its own for one thing to look at.
 QDialog* makeViewer(const QString& title, QWidget* content, QWidget* parent) {
     auto* const viewer = new QDialog(parent);
@@ -110,6 +119,7 @@ DGAReportContentsWindow::DGAReportContentsWindow(const Receiver& receiver, QWidg
     files_->setUniformRowHeights(true);
     files_->setAccessibleName(heading);
     files_->setMinimumSize(kFilesSize);
+    drawEdge(*files_);
     files_->header()->setStretchLastSection(false);
     files_->header()->setSectionResizeMode(0, QHeaderView::Stretch);
     files_->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
@@ -165,6 +175,13 @@ void DGAReportContentsWindow::setContents(const DGAReportContents& contents,
             files_->setCurrentItem(item);
     }
     isFilling_ = false;
+    // Names are read to their ends in languages, too, that say more about them.
+    int meanings = 0;
+    for (const int column : {1, 2}) {
+        files_->resizeColumnToContents(column);
+        meanings += files_->columnWidth(column);
+    }
+    files_->setMinimumWidth(qMax(kFilesSize.width(), kNameWidth + meanings));
     refreshPicture(contents);
 }
 
@@ -179,8 +196,7 @@ void DGAReportContentsWindow::addFile(const DGAReportContent& file, bool wanted)
     const Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
     const bool isOptional = file.kind != kDGAReportSummaryKind;
     item->setFlags(isOptional ? flags | Qt::ItemIsUserCheckable : flags);
-    if (isOptional)
-        item->setCheckState(0, wanted ? Qt::Checked : Qt::Unchecked);
+    item->setCheckState(0, wanted || !isOptional ? Qt::Checked : Qt::Unchecked);
 }
 
 void DGAReportContentsWindow::fileChanged(QTreeWidgetItem* item) {
@@ -212,6 +228,7 @@ void DGAReportContentsWindow::showText(const QString& title, const std::string& 
     view->setReadOnly(true);
     view->setAccessibleName(title);
     view->setLineWrapMode(QPlainTextEdit::NoWrap);
+    drawEdge(*view);
     auto* const viewer = makeViewer(title, view, this);
     viewer->resize(kTextSize);
     viewer->open();
