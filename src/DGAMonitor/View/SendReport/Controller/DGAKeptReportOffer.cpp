@@ -59,8 +59,8 @@ void DGAKeptReportOffer::offer() {
     }
     const auto send = [this] {
         const DGAKeptReport report = reports_[offered_];
-        end(report.number);
-        way_.send(report);
+        if (way_.send(report))
+            end(report.number);
     };
     std::vector<DGANoticeLine::Action> actions{
         {.title = dgaText(kTextSend), .act = send, .isForbidden = !way_.maySend},

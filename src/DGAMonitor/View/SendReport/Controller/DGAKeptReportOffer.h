@@ -19,7 +19,7 @@ public:
     DGAKeptReportOffer& operator=(const DGAKeptReportOffer&) = delete;
 
     struct Way {
-        std::function<void(const DGAKeptReport&)> send;
+        std::function<bool(const DGAKeptReport&)> send;  ///< false if it is not sent now
         bool maySend = true;  ///< false where the administrator's policy forbids it
         std::string first;    ///< the number of the one that is offered first, if it is kept
     };

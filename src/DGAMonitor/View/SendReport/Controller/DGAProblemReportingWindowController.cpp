@@ -324,6 +324,11 @@ bool DGAProblemReportingWindowController::showUploadWindow(const DGAReportOption
         upload = windows().makeUploadWindow();
     if (!upload)
         return false;
+    // Another report is on its way, which this one would end.
+    if (upload->isVisible()) {
+        upload->bringToFront();
+        return false;
+    }
     upload->showUploadWindowIfScreenShot(options, options.description, options.category->number);
     return true;
 }
@@ -331,10 +336,10 @@ bool DGAProblemReportingWindowController::showUploadWindow(const DGAReportOption
 // It goes as it is, with the values of this session; what is being written here stays.
 void DGAProblemReportingWindowController::offerKept() {
     const auto send = [this](const DGAKeptReport& report) {
-        showUploadWindow({.serviceType = serviceType_,
-                          .description = report.description,
-                          .category = DGAReportCategory{report.category, {}},
-                          .kept = report.number});
+        return showUploadWindow({.serviceType = serviceType_,
+                                 .description = report.description,
+                                 .category = DGAReportCategory{report.category, {}},
+                                 .kept = report.number});
     };
     kept_.refresh(*ui_->_keptV,
                   {.send = send, .maySend = rights_.send, .first = record().keptReport.get().value_or("")});
