@@ -4,7 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <utility>
+#include <string_view>
 
 namespace platform {
 
@@ -19,9 +19,9 @@ std::vector<std::string> namesInOpenFolder(int folder) {
         return names;
     }
     while (const dirent* entry = readdir(listing)) {
-        std::string name = entry->d_name;
+        const std::string_view name = entry->d_name;
         if (name != "." && name != "..")
-            names.push_back(std::move(name));
+            names.emplace_back(name);
     }
     closedir(listing);
     return names;

@@ -96,7 +96,7 @@ bool matches(const Host& host, int32_t port, const std::string& entry) {
     const Owned<GInetAddress> address(g_inet_address_new_from_string(pattern.c_str()));
     if (address)
         return host.address && g_inet_address_equal(address.get(), host.address.get());
-    if (pattern.starts_with("*."))
+    if (pattern.starts_with("*.") && pattern.find_first_of("*?", 1) == std::string::npos)
         pattern.erase(0, 1);
     if (pattern.find_first_of("*?") != std::string::npos)
         return fnmatch(pattern.c_str(), host.name.c_str(), 0) == 0;

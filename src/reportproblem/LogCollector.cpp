@@ -1,7 +1,7 @@
 #include "reportproblem/LogCollector.h"
 
 #include <algorithm>
-#include <iterator>
+#include <ctime>
 
 #include "platform/HomePath.h"
 #include "platform/PrivateFolder.h"
@@ -10,8 +10,6 @@
 namespace {
 
 constexpr size_t kTimeDigits = 14;
-constexpr std::string_view kTimePattern = "MMddyyyyHHmmss";
-constexpr std::string_view kLogEnding = ".ovt";
 constexpr std::string_view kSharedFolder = "/tmp/";
 
 std::vector<std::string> namesIn(const std::string& folderPath) {
@@ -19,6 +17,19 @@ std::vector<std::string> namesIn(const std::string& folderPath) {
         return platform::namesInUserFolder(platform::expandTilde(folderPath));
     const auto folder = platform::PrivateFolder::open(folderPath, platform::PrivateFolder::Create::no);
     return folder ? folder->entries() : std::vector<std::string>();
+}
+
+// The first digits of a text, at most so many.
+std::string digitsOf(std::string_view text, size_t most) {
+    std::string digits;
+    for (const char c : text) {
+        if (c < '0' || c > '9')
+            continue;
+        digits += c;
+        if (digits.size() == most)
+            break;
+    }
+    return digits;
 }
 
 }  // namespace
@@ -49,29 +60,40 @@ std::string LogCollector::latestLog() {
 
 void LogCollector::findAllLogs() {
     const std::string folder = platform::expandTilde(logFolderPath_) + "/";
-    for (const auto& name : namesIn(logFolderPath_)) {
-        if (isExpectedLog(name))
-            allLogs_.push_back(folder + name);
+    const auto names = namesIn(logFolderPath_);
+    allLogs_.reserve(allLogs_.size() + names.size());
+    for (const auto& name : names) {
+        if (!isExpectedLog(name))
+            continue;
+        auto& path = allLogs_.emplace_back();
+        path.reserve(folder.size() + name.size());
+        path.append(folder).append(name);
     }
 }
 
 std::optional<support::SystemTime> LogCollector::timestampFromLogFile(const std::string& path) const {
     const auto time = getTimeStringFromLogFile(path);
-    return time ? support::parseDate(*time, kTimePattern) : std::nullopt;
+    if (!time || time->size() != kTimeDigits)
+        return std::nullopt;
+    const auto pair = [&](size_t at) { return ((*time)[at] - '0') * 10 + (*time)[at + 1] - '0'; };
+    std::tm said{};
+    said.tm_mon = pair(0) - 1;
+    said.tm_mday = pair(2);
+    said.tm_year = pair(4) * 100 + pair(6) - 1900;
+    said.tm_hour = pair(8);
+    said.tm_min = pair(10);
+    said.tm_sec = pair(12);
+    return support::localTime(said);
 }
 
 std::optional<std::string> LogCollector::getTimeStringFromLogFile(const std::string& path) const {
-    std::string name = path.substr(path.rfind('/') + 1);
-    for (size_t at = 0; (at = name.find(kLogEnding, at)) != std::string::npos;)
-        name.erase(at, kLogEnding.size());
-    return getFirst14DigitsFromPureDigitsString(stringByRemovingAllNonDigits(name));
+    // No more of them are needed, and a short text costs no memory: there are thousands of logs.
+    const std::string_view name = std::string_view(path).substr(path.rfind('/') + 1);
+    return getFirst14DigitsFromPureDigitsString(digitsOf(name, kTimeDigits));
 }
 
 std::string LogCollector::stringByRemovingAllNonDigits(const std::string& text) const {
-    std::string digits;
-    std::copy_if(text.begin(), text.end(), std::back_inserter(digits),
-                 [](char c) { return c >= '0' && c <= '9'; });
-    return digits;
+    return digitsOf(text, std::string::npos);
 }
 
 std::optional<std::string> LogCollector::getFirst14DigitsFromPureDigitsString(
@@ -102,6 +124,7 @@ void LogCollector::sortLogsByTimeStamp() {
         begin = end;
     }
     allLogs_.clear();
+    allLogs_.reserve(logs.size());
     for (const auto& log : logs)
         allLogs_.push_back(std::move(*log.path));
 }

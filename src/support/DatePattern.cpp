@@ -86,6 +86,16 @@ std::string formatDate(SystemTime time, std::string_view pattern) {
     return text;
 }
 
+std::optional<SystemTime> localTime(const std::tm& said) {
+    std::tm found = said;
+    found.tm_isdst = -1;
+    const std::time_t plain = std::mktime(&found);
+    if (found.tm_year != said.tm_year || found.tm_mon != said.tm_mon || found.tm_mday != said.tm_mday ||
+        found.tm_min != said.tm_min || found.tm_sec != said.tm_sec)
+        return std::nullopt;
+    return std::chrono::system_clock::from_time_t(plain);
+}
+
 std::optional<SystemTime> parseDate(std::string_view text, std::string_view pattern) {
     std::tm said{};
     said.tm_mday = 1;
@@ -108,13 +118,7 @@ std::optional<SystemTime> parseDate(std::string_view text, std::string_view patt
     }
     if (!text.empty())
         return std::nullopt;
-    std::tm found = said;
-    found.tm_isdst = -1;
-    const std::time_t plain = std::mktime(&found);
-    if (found.tm_year != said.tm_year || found.tm_mon != said.tm_mon || found.tm_mday != said.tm_mday ||
-        found.tm_min != said.tm_min || found.tm_sec != said.tm_sec)
-        return std::nullopt;
-    return std::chrono::system_clock::from_time_t(plain);
+    return localTime(said);
 }
 
 }  // namespace support

@@ -28,7 +28,7 @@ using Upload = std::tuple<DGAReportOptions, std::string, int64_t>;
 
 class FakeUploadWindow final : public DGAUploadWindowInterface {
 public:
-    bool isVisible() const override { return false; }
+    bool isVisible() const override { return visible; }
     void bringToFront() override {}
     void center() override {}
     void close() override {}
@@ -39,6 +39,7 @@ public:
             {"/tmp/x.zip", "sending", "", comment, problemCatagory});
     }
     std::vector<Upload> asked;
+    bool visible = false;
 };
 
 /// The problem reporting window with the real report generator, whose tools are stood in for: its archive is

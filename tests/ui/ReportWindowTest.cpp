@@ -478,6 +478,10 @@ TEST_F(ProblemReportingWindowTest, OffersReportsThatHaveNotBeenSent) {
     EXPECT_TRUE(ui::waitUntil([&] { return says().find("20 November") != std::string::npos; })) << says();
     record().keptReport.set(std::nullopt);
     ui::click(button(2));
+    upload->visible = true;
+    ui::click(button(0));
+    EXPECT_TRUE(upload->asked.empty()) << "another one is on its way";
+    upload->visible = false;
     ui::click(button(0));
     ASSERT_EQ(upload->asked.size(), 1U);
     const DGAReportOptions options = std::get<0>(upload->asked[0]);

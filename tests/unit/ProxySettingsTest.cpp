@@ -197,6 +197,7 @@ TEST_F(ProxySettingsTest, KnowsTheExceptions) {
         {"127.", "127.example", 80, false},
         {"192.168.", "192.16.8.1", 80, false},
         {"r?p.x", "rap.x", 80, true},
+        {"*.corp.*", "a.corp.example", 80, true},
         {"r?p.x", "raap.x", 80, false},
     };
     for (const auto& item : cases) {

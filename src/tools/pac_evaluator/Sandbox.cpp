@@ -88,30 +88,6 @@ private:
     std::vector<sock_filter> code_;
 };
 
-// Everything that the kernel's version of Landlock can forbid, with no exception: no file is to be opened,
-// and no port bound or connected to.
-bool forbidFilesAndPorts() {
-    const long version = syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
-    if (version < 1)
-        return true;
-    struct {
-        uint64_t files;
-        uint64_t ports;
-    } rules{};
-    constexpr uint64_t kFilesOfVersion1 = (1U << 13U) - 1;
-    rules.files = kFilesOfVersion1;
-    for (const auto& [since, bit] : {std::pair(2, 13U), std::pair(3, 14U), std::pair(5, 15U)})
-        rules.files |= version >= since ? uint64_t{1} << bit : 0;
-    rules.ports = version >= 4 ? 3 : 0;
-    const size_t size = version >= 4 ? sizeof rules : sizeof rules.files;
-    const int set = static_cast<int>(syscall(SYS_landlock_create_ruleset, &rules, size, 0));
-    const bool forbidden = set >= 0 && prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-                           syscall(SYS_landlock_restrict_self, set, 0) == 0;
-    if (set >= 0)
-        close(set);
-    return forbidden;
-}
-
 void closeAllBut(int socket) {
     const auto number = static_cast<unsigned>(socket);
     if (number > 0)
@@ -129,6 +105,10 @@ bool forbidNewCode() {
     return true;
 }
 
+bool forbidOutside() {
+    return true;
+}
+
 bool seal(int /*socket*/) {
     return true;
 }
@@ -142,9 +122,35 @@ bool forbidNewCode() {
     return filter.apply(SECCOMP_RET_ALLOW);
 }
 
+// The fields and bits of Landlock's versions: https://docs.kernel.org/userspace-api/landlock.html
+bool forbidOutside() {
+    const long version = syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
+    if (version < 1)
+        return true;
+    struct {
+        uint64_t files;
+        uint64_t ports;
+        uint64_t scopes;
+    } rules{};
+    constexpr uint64_t kFilesOfVersion1 = (1U << 13U) - 1;
+    rules.files = kFilesOfVersion1;
+    for (const auto& [since, bit] : {std::pair(2, 13U), std::pair(3, 14U), std::pair(5, 15U)})
+        rules.files |= version >= since ? uint64_t{1} << bit : 0;
+    rules.ports = version >= 4 ? 3 : 0;
+    rules.scopes = version >= 6 ? 3 : 0;
+    const size_t fields = version >= 6 ? 3 : version >= 4 ? 2 : 1;
+    const int set =
+        static_cast<int>(syscall(SYS_landlock_create_ruleset, &rules, fields * sizeof(uint64_t), 0));
+    const bool forbidden = set >= 0 && prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+                           syscall(SYS_landlock_restrict_self, set, 0) == 0;
+    if (set >= 0)
+        close(set);
+    return forbidden;
+}
+
 bool seal(int socket) {
     closeAllBut(socket);
-    if (!forbidFilesAndPorts())
+    if (!forbidOutside())
         return false;
     Filter filter;
     for (const auto& bounded : kCode)

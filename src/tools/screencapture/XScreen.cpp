@@ -58,6 +58,19 @@ uint8_t colour(unsigned long point, unsigned long mask) {
     return static_cast<uint8_t>(((point & mask) >> std::countr_zero(mask)) * 255 / most);
 }
 
+// Of a row whose points are bytes already: blue, green, red and one without a meaning.
+void appendRow(const XImage& image, int y, Picture& picture) {
+    const auto* const row = reinterpret_cast<const uint8_t*>(image.data) +
+                            static_cast<size_t>(y) * static_cast<size_t>(image.bytes_per_line);
+    for (int x = 0; x < picture.width; ++x)
+        picture.points.insert(picture.points.end(), {row[4 * x + 2], row[4 * x + 1], row[4 * x]});
+}
+
+bool isPlain(const XImage& image, const Visual& visual) {
+    return image.bits_per_pixel == 32 && image.byte_order == LSBFirst && visual.red_mask == 0xff0000 &&
+           visual.green_mask == 0xff00 && visual.blue_mask == 0xff;
+}
+
 }  // namespace
 
 std::optional<XScreen> XScreen::open() {
@@ -110,8 +123,11 @@ std::optional<Picture> XScreen::grab(const Rectangle& part, std::string& fault) 
     }
     Picture picture{part.width, part.height, {}};
     picture.points.reserve(size_t{3} * static_cast<size_t>(part.width) * static_cast<size_t>(part.height));
+    const bool plain = isPlain(*image, *visual);
     for (int y = 0; y < part.height; ++y) {
-        for (int x = 0; x < part.width; ++x) {
+        if (plain)
+            appendRow(*image, y, picture);
+        for (int x = 0; x < part.width && !plain; ++x) {
             const unsigned long point = XGetPixel(image.get(), x, y);
             for (const unsigned long mask : {visual->red_mask, visual->green_mask, visual->blue_mask})
                 picture.points.push_back(colour(point, mask));

@@ -61,8 +61,8 @@ void DGAKeptReportOffer::offer() {
     }
     const auto handOn = [this] {
         const DGAKeptReport report = reports_[offered_];
-        end(report.number);
-        way_.handOn(report);
+        if (way_.handOn(report))
+            end(report.number);
     };
     std::vector<DGANoticeLine::Action> actions{
         {.title = dgaText(way_.title), .act = handOn, .isForbidden = !way_.isAllowed},

@@ -20,8 +20,8 @@ public:
 
     /// What becomes of a report that is handed on: it is sent, or saved.
     struct Way {
-        const char* title;  ///< the key of its button's text
-        std::function<void(const DGAKeptReport&)> handOn;
+        const char* title;                                 ///< the key of its button's text
+        std::function<bool(const DGAKeptReport&)> handOn;  ///< false if it is not taken now
         bool isAllowed = true;  ///< false where the administrator's policy forbids it
         std::string first;      ///< the number of the one that is offered first, if it is kept
     };

@@ -326,6 +326,11 @@ bool DGAProblemReportingWindowController::showUploadWindow(const DGAReportOption
         upload = windows().makeUploadWindow();
     if (!upload)
         return false;
+    // Another report is on its way, which this one would end.
+    if (upload->isVisible()) {
+        upload->bringToFront();
+        return false;
+    }
     upload->showUploadWindowIfScreenShot(options, options.description, options.category->number);
     return true;
 }
@@ -334,7 +339,12 @@ bool DGAProblemReportingWindowController::showUploadWindow(const DGAReportOption
 void DGAProblemReportingWindowController::offerKept() {
     const std::string first = record().keptReport.get().value_or("");
     if (!sends_) {
-        const auto save = [this](const DGAKeptReport& report) { saveKept(report.number); };
+        const auto save = [this](const DGAKeptReport& report) {
+            if (!status_)
+                return false;
+            saveKept(report.number);
+            return true;
+        };
         kept_.refresh(*ui_->_keptV, {.title = lDGAProblemReportWindowSaveBtnStr,
                                      .handOn = save,
                                      .isAllowed = rights_.save,
@@ -342,10 +352,10 @@ void DGAProblemReportingWindowController::offerKept() {
         return;
     }
     const auto send = [this](const DGAKeptReport& report) {
-        showUploadWindow({.serviceType = serviceType_,
-                          .description = report.description,
-                          .category = DGAReportCategory{report.category, {}},
-                          .kept = report.number});
+        return showUploadWindow({.serviceType = serviceType_,
+                                 .description = report.description,
+                                 .category = DGAReportCategory{report.category, {}},
+                                 .kept = report.number});
     };
     kept_.refresh(*ui_->_keptV,
                   {.title = kTextSend, .handOn = send, .isAllowed = rights_.send, .first = first});
