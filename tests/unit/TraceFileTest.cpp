@@ -15,6 +15,7 @@
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "platform/RunLoop.h"
 #include "platform/WorkQueue.h"
+#include "support/ORVNLogger.h"
 
 namespace {
 
@@ -173,9 +174,15 @@ TEST_F(TraceFile, AFullTraceStaysAsItIs) {
     drain();
     constexpr auto kLargest = uintmax_t{256} * 1000 * 1000;
     fs::resize_file(tool().orvdgaCSVFilePath(), kLargest - 30);
-    save(1);
-    save(1);
+    const std::string logPath = ORVNLogger::sharedLogger().logFileName().value_or("");
+    for (int i = 0; i < 4; ++i)
+        save(1);
     drain();
+    std::ostringstream log;
+    log << std::ifstream(logPath).rdbuf();
+    const std::string said = log.str();
+    EXPECT_NE(said.find("the trace file is full"), std::string::npos);
+    EXPECT_EQ(said.find("the trace file is full"), said.rfind("the trace file is full")) << "once";
     const auto size = fs::file_size(tool().orvdgaCSVFilePath());
     EXPECT_GT(size, kLargest - 30);
     EXPECT_LE(size, kLargest);
