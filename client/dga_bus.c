@@ -35,6 +35,7 @@ typedef struct {
 static pthread_mutex_t collected_lock = PTHREAD_MUTEX_INITIALIZER;
 
 struct DgaBus {
+    GMainContext* context;
     GDBusConnection* connection; /* NULL when there is no bus */
     GError* open_error;          /* why */
     Collected* collected;
@@ -198,9 +199,9 @@ static GDBusConnection* connect_to_bus(GError** error) {
 DgaBus* dga_bus_open(DgaEvents* events) {
     DgaBus* bus = g_new0(DgaBus, 1);
     bus->collected = collected_new(events);
-    /* A context that nobody serves takes what GDBus would otherwise dispatch in the caller's own one. */
-    GMainContext* context = g_main_context_new();
-    g_main_context_push_thread_default(context);
+    /* Takes what GDBus would otherwise dispatch in the caller's own one; served at the end only. */
+    bus->context = g_main_context_new();
+    g_main_context_push_thread_default(bus->context);
     bus->connection = connect_to_bus(&bus->open_error);
     if (bus->connection != NULL) {
         bus->filter = g_dbus_connection_add_filter(bus->connection, collect, collected_hold(bus->collected),
@@ -212,8 +213,7 @@ DgaBus* dga_bus_open(DgaEvents* events) {
             g_clear_object(&bus->connection);
         }
     }
-    g_main_context_pop_thread_default(context);
-    g_main_context_unref(context);
+    g_main_context_pop_thread_default(bus->context);
     return bus;
 }
 
@@ -223,6 +223,10 @@ void dga_bus_close(DgaBus* bus) {
         g_dbus_connection_close_sync(bus->connection, NULL, NULL);
         g_object_unref(bus->connection);
     }
+    while (g_main_context_iteration(bus->context, FALSE)) {
+        /* the filter's data is freed here */
+    }
+    g_main_context_unref(bus->context);
     collected_release(bus->collected);
     g_clear_error(&bus->open_error);
     g_free(bus);

@@ -6,7 +6,9 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <mutex>
 #include <vector>
 
@@ -73,6 +75,22 @@ protected:
     TemporaryFolder folder_;
     Error error_;
 };
+
+TEST_F(ClientLibrary, FreeingLeavesNothingOpen) {
+    orvane_dga_free(nullptr);
+    const auto handles = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+    };
+    start("exec sleep 60");  // what stays is there now
+    const auto before = handles();
+    for (int i = 0; i < 3; ++i) {
+        start("exec sleep 60");
+    }
+    for (int i = 0; i < 500 && handles() > before; ++i) {
+        g_usleep(10000);  // the bus connection ends on a thread of its own
+    }
+    EXPECT_LE(handles(), before);
+}
 
 TEST_F(ClientLibrary, ReadyComesFromTheStartedProcessOnly) {
     const Assistant other = start(postReady() + "exec sleep 60");

@@ -71,7 +71,7 @@ TEST(BadScenario, SaysWhatIsWrongWithAStep) {
          R"( (meeting-data): "changes" needs "every" and "until")"},
         {R"("at": 0, "do": "meeting-data", "with": {}, "every": 1, "until": 5, "changes": [{}, 7])",
          R"( (meeting-data): "changes", entry 2: expected an object, found 7)"},
-        {R"("at": 0, "do": "meeting-data", "with": {}, "every": 1, "until": 1.5, "changes": [{}, {}])",
+        {R"("at": 0, "do": "meeting-data", "with": {}, "every": 0.5, "until": 0.9, "changes": [{}, {}])",
          R"( (meeting-data): "changes" has 2 entries, but only 1 messages follow the first)"},
     };
     for (const Case& c : cases) {

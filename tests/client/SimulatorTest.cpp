@@ -100,6 +100,7 @@ TEST_F(Simulator, SpeedDividesTheTimes) {
     const auto before = std::chrono::steady_clock::now();
     simulate(postReadyAndAwait("APP_EXIT"), R"({"at": 300, "do": "quit"})", "--speed 1000");
     EXPECT_EQ(status_, 0) << output_;
+    EXPECT_EQ(output_.find(", every"), std::string::npos) << "of a step that is not repeated";
     const auto took = std::chrono::steady_clock::now() - before;
     EXPECT_GE(took, std::chrono::milliseconds(300));
     EXPECT_LT(took, std::chrono::seconds(20));
@@ -122,6 +123,19 @@ TEST_F(Simulator, ShowsAndCopiesTheTraceOfAFolderThatIsRemoved) {
     std::ifstream file(copy);
     std::getline(file, line);
     EXPECT_EQ(line, "40,1,1,client quit,0,,0,,0,T,3");
+}
+
+TEST_F(Simulator, TheClientEndsWithASimulatorThatIsKilled) {
+    const std::string assistant = folder_.script("assistant", postReady() + "exec sleep 30");
+    const std::string scenario = folder_.path() + "/scenario.json";
+    std::ofstream(scenario) << R"({"steps": [{"at": 0, "do": "heartbeat"}, {"at": 60, "do": "quit"}]})";
+    const std::string script =
+        std::string(SIMULATOR_PATH) + " --assistant " + assistant + " " + scenario +
+        " > /dev/null 2>&1 & simulator=$!\n"
+        "until client=$(pgrep -P $simulator) && pgrep -P $client; do sleep 0.05; done\n"
+        "kill -KILL $simulator\n"
+        "for try in $(seq 100); do kill -0 $client || exit 0; sleep 0.05; done\nexit 1";
+    EXPECT_EQ(std::system(("exec > /dev/null 2>&1; " + script).c_str()), 0);
 }
 
 TEST_F(Simulator, BadInputIsStatusTwoAndNamed) {

@@ -25,6 +25,10 @@ socat "TCP-LISTEN:$silent,bind=127.0.0.1,fork" 'SYSTEM:sleep 60' &
 ) &
 silent_upload=$!
 
+status=0
+orvane-upload --quiet "$plain" none.bin 2> errors.txt || status=$?
+[[ $status -eq 1 ]] && grep -q 'none.bin: cannot be opened' errors.txt || fail "no file: $status $(cat errors.txt)"
+
 expect "direct: http" 19 none "$plain"
 expect "direct: https" 19 none "$secure"
 

@@ -1,7 +1,10 @@
+#include <xcb/xcb.h>
+
 #include <QApplication>
 #include <QLabel>
 #include <QPointer>
 #include <QScreen>
+#include <cstdlib>
 #include <thread>
 
 #include "DGAMonitor/Const/DGALocalizationStrings.h"
@@ -108,8 +111,24 @@ TEST_F(FrozeWindowTest, ShowsItsTextsWholeInTheMiddleAboveOthersAsItsLevelSays) 
 
     other.activateWindow();
     ASSERT_TRUE(ui::waitUntilActive(other));
+    xcb_connection_t* const watcher = xcb_connect(nullptr, nullptr);
+    const uint32_t events = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+    xcb_change_window_attributes(watcher, xcb_setup_roots_iterator(xcb_get_setup(watcher)).data->root,
+                                 XCB_CW_EVENT_MASK, &events);
+    std::free(xcb_get_input_focus_reply(watcher, xcb_get_input_focus(watcher), nullptr));
     windows.bringAllVisibleToFront();
     EXPECT_TRUE(ui::waitUntilActive(*window));
+    // Strict window managers want it asked for on the user's behalf, with a time.
+    uint32_t time = 0;
+    while (xcb_generic_event_t* const event = xcb_poll_for_event(watcher)) {
+        const auto* const message = reinterpret_cast<xcb_client_message_event_t*>(event);
+        if ((event->response_type & 0x7f) == XCB_CLIENT_MESSAGE && message->window == window->winId() &&
+            message->data.data32[0] == 2)
+            time = message->data.data32[1];
+        std::free(event);
+    }
+    xcb_disconnect(watcher);
+    EXPECT_GT(time, 2U);
 
     answers->prompt->setLevel(0);
     EXPECT_TRUE(

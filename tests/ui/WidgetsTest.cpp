@@ -2,6 +2,8 @@
 #include <QApplication>
 #include <QLabel>
 #include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QVBoxLayout>
 #include <cmath>
 #include <ctime>
@@ -13,6 +15,7 @@
 #include "DGAMonitor/View/SendReport/View/DGACheckboxButton.h"
 #include "DGAMonitor/View/SendReport/View/DGADropDownListView.h"
 #include "DGAMonitor/View/SendReport/View/DGAImageView.h"
+#include "DGAMonitor/View/SendReport/View/DGALinkButton.h"
 #include "DGAMonitor/View/SendReport/View/DGAMouseTrackingButton.h"
 #include "DGAMonitor/View/SendReport/View/DGAProblemReportingWindow.h"
 #include "DGAMonitor/View/SendReport/View/DGASendReportInfoView.h"
@@ -177,11 +180,14 @@ TEST_F(WidgetsTest, AWindowStaysInTheWorkAreaAndItsButtonsInTheWindow) {
     const QRect room = window.screen()->availableGeometry();
     const int low = window.height();
     EXPECT_EQ(text->visibleRegion().boundingRect().height(), text->height());
+    const auto* const bar = window.findChild<QScrollArea*>()->verticalScrollBar();
+    EXPECT_FALSE(bar->isVisible());
     text->setText(QString("line\n").repeated(100));
     EXPECT_TRUE(ui::waitUntil([&] { return window.height() > room.height() * 3 / 4; }));
     window.center();
     EXPECT_TRUE(ui::waitUntil([&] { return room.contains(window.frameGeometry()); }));
     EXPECT_TRUE(window.rect().contains(button->geometry()));
+    EXPECT_TRUE(bar->isVisible());
     // Who has given it a size keeps it.
     window.resize(window.width(), 300);
     ui::runFor(100ms);
@@ -278,6 +284,9 @@ TEST_F(WidgetsTest, StatesAreSeen) {
     off->setEnabled(false);
     for (auto* const button : {plain, primary, off})
         column->addWidget(button);
+    auto* const link = new DGALinkButton(&window);
+    link->setText("What will be sent");
+    column->addWidget(link);
     auto* const banner = new LarimoNotificationView(QRect(0, 0, 200, 32), 1, "It failed", &window);
     column->addWidget(banner);
     banner->show();
@@ -312,6 +321,8 @@ TEST_F(WidgetsTest, StatesAreSeen) {
         {"ring", list, list, {1, 16}, kAccent},
         {"no ring", plain, box, {20, 9}, kWindow},
         {"ring", box, box, {20, 9}, kAccent},
+        {"no ring", plain, link, {1, 8}, kWindow},
+        {"ring", link, link, {1, 8}, kAccent},
         {"banner", plain, banner, {-4, 16}, warning},
     };
     const auto picture = [this](const QWidget* focused) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/DGALoopThread.h"
+#include "platform/Report.h"
 #include "platform/WorkQueue.h"
 
 namespace {
@@ -15,6 +16,14 @@ namespace {
 using namespace std::chrono_literals;
 using platform::RunLoop;
 using platform::Timer;
+
+TEST(Report, WarningsAndNothingLessReachStandardError) {
+    platform::setReporter(nullptr);
+    testing::internal::CaptureStderr();
+    platform::reportWarning("first");
+    platform::reportNotice("second");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "orvanedga: first\n");
+}
 
 TEST(RunLoop, CallsOfManyThreadsArriveOnceAndEachThreadsInOrder) {
     constexpr int kThreads = 4;

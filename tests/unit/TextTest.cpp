@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <limits>
+#include <regex>
 
 #include "DGAMonitor/Utilities/Catagory/DGAStringDate.h"
 #include "DGAMonitor/Utilities/DGAUtilitiesFiles.h"
@@ -112,6 +113,8 @@ TEST(Dates, FormatAndParseByPattern) {
     EXPECT_FALSE(dga_fetchDateFromSpecificFormat("2024-03-15", "yyyy/MM/dd"));
     setenv("TZ", "UTC", 1);
     tzset();
+    const std::regex iso(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d[+-]\d\d:\d\d)");
+    EXPECT_TRUE(std::regex_match(dga_currentISODateString(), iso)) << dga_currentISODateString();
 }
 
 TEST(Utilities, TextsAndIdentifiers) {

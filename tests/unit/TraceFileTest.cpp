@@ -11,9 +11,11 @@
 #include <thread>
 
 #include "DGAMeetingData/DGACSVFileTool.h"
+#include "DGAMonitor/DGAMonitorToolManager.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
 #include "platform/RunLoop.h"
 #include "platform/WorkQueue.h"
+#include "support/ORVNLogger.h"
 
 namespace {
 
@@ -172,9 +174,15 @@ TEST_F(TraceFile, AFullTraceStaysAsItIs) {
     drain();
     constexpr auto kLargest = uintmax_t{256} * 1000 * 1000;
     fs::resize_file(tool().orvdgaCSVFilePath(), kLargest - 30);
-    save(1);
-    save(1);
+    const std::string logPath = ORVNLogger::sharedLogger().logFileName().value_or("");
+    for (int i = 0; i < 4; ++i)
+        save(1);
     drain();
+    std::ostringstream log;
+    log << std::ifstream(logPath).rdbuf();
+    const std::string said = log.str();
+    EXPECT_NE(said.find("the trace file is full"), std::string::npos);
+    EXPECT_EQ(said.find("the trace file is full"), said.rfind("the trace file is full")) << "once";
     const auto size = fs::file_size(tool().orvdgaCSVFilePath());
     EXPECT_GT(size, kLargest - 30);
     EXPECT_LE(size, kLargest);
@@ -188,15 +196,21 @@ TEST_F(TraceFile, SaysWhenItHasRoomAgain) {
     for (; DGACSVFileTool::hasRoom() && saved < 100000; ++saved)
         save(0);
     bool told = false;
+    // A message that comes now is read later: first, as those who wait are told in their order.
+    auto& version = DGASessionRecord::sharedRecord().clientVersion;
+    DGAMonitorToolManager::shareManager().dealMessageFromClient(
+        {"name", std::nullopt, {{"DgaJsonData", R"({"clientVersion": "late"})"}}});
     DGACSVFileTool::whenRoom([&] { told = true; });
     platform::RunLoop::main().runFor(10ms);
     EXPECT_FALSE(told);
+    EXPECT_NE(version.get(), "late");
     stuck = false;
     stuck.notify_all();
     for (int i = 0; i < 1000 && !told; ++i)
         platform::RunLoop::main().runFor(5ms);
     EXPECT_TRUE(told && DGACSVFileTool::hasRoom());
-    EXPECT_EQ(traceLines().size(), static_cast<size_t>(saved));
+    EXPECT_EQ(version.get(), "late");
+    EXPECT_GE(traceLines().size(), static_cast<size_t>(saved));
 }
 
 TEST_F(TraceFile, RemovingTakesTheFolderAfterTheQueuedRecords) {

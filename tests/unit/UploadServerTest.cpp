@@ -289,6 +289,9 @@ TEST(Upload, MayBeDestroyedInTheMiddle) {
     }
     // A challenge that never ends, too.
     Server challenging({"--quiet", "--fail", "407"});
+    const std::string curl =
+        "curl -si '" + challenging.url() + "&AT=QW' | grep -q '^Proxy-Authenticate: Basic'";
+    EXPECT_EQ(std::system(curl.c_str()), 0);
     auto uploader = std::make_unique<CTraceUpload>();
     uploader->preparingReport(challenging.url(), "/tmp/report.zip");
     uploader->queryAndUploadToSever();

@@ -33,6 +33,12 @@ protected:
     }
 };
 
+TEST_F(UserFilesTest, ReadsAFileUpToALength) {
+    const std::string path = write(kOutside / "a.log");
+    EXPECT_EQ(platform::readUserFile(path, 100), "text");
+    EXPECT_EQ(platform::readUserFile(path, 3), "tex");
+}
+
 TEST_F(UserFilesTest, OnlyTheUsersOwnFilesMayBeTaken) {
     const auto giveAway = [](const fs::path& path) {
         if (lchown(path.c_str(), 12345, 12345) != 0)

@@ -214,6 +214,10 @@ TEST(RunningApplicationsTest, FindsRunningProcessesByTheirExactId) {
     setrlimit(RLIMIT_NOFILE, &before);
     EXPECT_TRUE(unreadable && unreadable->startTime == 0) << "out of handles: it may well run";
     EXPECT_FALSE(gone);
+    // A folder that cannot be looked at says nothing, either.
+    std::filesystem::create_symlink(tree.root + "/12", tree.root + "/12");
+    const auto odd = tree.applications().withProcessIdentifier("12");
+    EXPECT_TRUE(odd && odd->startTime == 0);
 }
 
 TEST_F(WatchTest, AsksAtTheTickThatReaches182SecondsAndAtMostTwice) {

@@ -33,6 +33,15 @@ unzip -p broken.masked.zip orvdga_masked.txt | grep -q 'left out: orvgpc.ovt (da
 unzip -l broken.masked.zip | grep -q orvdga_trace_ || fail "no trace is left"
 rm broken.*
 
+# Nor is a picture, in which nothing can be masked, left in.
+printf '\211PNG\r\n\032\n\0' > picture.png
+cp mixed/good.zip seen.zip
+zip -q seen.zip picture.png
+orvane-report --mask seen.zip -o seen.html || fail "masking with a picture"
+unzip -p seen.masked.zip orvdga_masked.txt | grep -q 'left out: picture.png (not a text)' || fail "the picture is not named"
+! unzip -l seen.masked.zip | grep -q picture.png || fail "the picture is left"
+rm seen.*
+
 # Nothing that names somebody is left in what is masked, and the same person is the same everywhere.
 secrets='tom[áa]s|rivera|[åa]sa|[öo]berg|kenji|watanabe|example\.com|53687|4417700923|5550001111|203\.0\.113|9e107d9d|arion'
 orvane-report --mask --mapping mapping.json "$archives"/*/*.zip -o masked.html || fail "masking"
