@@ -86,7 +86,7 @@ TEST_F(SavePanelTest, SpeaksTheLanguageOfTheClient) {
         open("report");
         const auto* const fileName = dialog()->findChild<QLabel*>("fileNameLabel");
         EXPECT_EQ(fileName->text().toStdString(), label);
-        EXPECT_EQ(panel->windowTitle().toStdString(), title);
+        EXPECT_EQ(dialog()->windowTitle().toStdString(), title);
         ui::press("Escape");
         EXPECT_TRUE(ui::waitUntil([this] { return !panel; }));
     }
