@@ -2,6 +2,7 @@
 
 #include <gio/gio.h>
 
+#include <chrono>
 #include <utility>
 
 #include "platform/Report.h"
@@ -17,7 +18,11 @@ constexpr char kRequest[] = "org.freedesktop.portal.Request";
 // It may have to be started. The user has all the time in the world: the call only opens the dialog.
 constexpr int kMilliseconds = 10000;
 
+constexpr guint32 kChosen = 0;
 constexpr guint32 kCancelled = 1;
+// Any other answer that comes sooner is of a dialog that nobody has seen. One that comes later, as GTK's
+// portal tells of Escape, is the user's.
+constexpr std::chrono::milliseconds kSoonestUser{500};
 
 GVariant* saveArguments(const SaveDialogPortal::Question& question) {
     GVariantBuilder options;
@@ -49,6 +54,7 @@ struct SaveDialogPortal::State {
     // Its own, so that every answer on it is to this question, and the dialog ends with it.
     GDBusConnection* bus = nullptr;
     guint responses = 0;
+    std::chrono::steady_clock::time_point begun;
 
     ~State() {
         g_cancellable_cancel(ended);
@@ -105,6 +111,7 @@ struct SaveDialogPortal::State {
         if (isOver(error) || self->failed(error))
             return;
         self->bus = made;
+        self->begun = std::chrono::steady_clock::now();
         // Before the call, as the answer may come at once.
         self->responses =
             g_dbus_connection_signal_subscribe(made, kService, kRequest, "Response", nullptr, nullptr,
@@ -131,11 +138,14 @@ struct SaveDialogPortal::State {
         guint32 code = 0;
         GVariant* results = nullptr;
         g_variant_get(parameters, "(u@a{sv})", &code, &results);
-        const std::string path = code == 0 ? chosenPath(results) : "";
+        const std::string path = code == kChosen ? chosenPath(results) : "";
         g_variant_unref(results);
-        // Any other code: the dialog did not show, or ended by itself.
-        const End end = code == kCancelled ? End::cancelled : path.empty() ? End::unavailable : End::chosen;
-        static_cast<State*>(data)->tell(end, path);
+        const auto* const self = static_cast<State*>(data);
+        const bool wasSeen = std::chrono::steady_clock::now() - self->begun >= kSoonestUser;
+        const End end = !path.empty()                   ? End::chosen
+                        : code == kCancelled || wasSeen ? End::cancelled
+                                                        : End::unavailable;
+        self->tell(end, path);
     }
 };
 

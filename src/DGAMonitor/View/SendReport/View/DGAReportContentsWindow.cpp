@@ -125,6 +125,7 @@ DGAReportContentsWindow::DGAReportContentsWindow(const Receiver& receiver, QWidg
     files_->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
     files_->header()->setSectionResizeMode(2, QHeaderView::ResizeToContents);
     column->addWidget(files_, 1);
+    files_->setFocus();
     makePicture();
     column->addWidget(pictureRow_);
     if (!receiver.details.isEmpty()) {
