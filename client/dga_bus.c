@@ -318,10 +318,10 @@ gboolean dga_bus_post(DgaBus* bus, const char* base, GPid pid, const char* json,
     }
     char* name = g_strdup_printf("%s_%d", base, (int)pid);
     GError* reason = NULL;
-    const gboolean sent =
-        g_dbus_connection_emit_signal(bus->connection, NULL, OBJECT_PATH, INTERFACE_NAME, MEMBER_NAME,
-                                      g_variant_new("(ss@a{sv})", name, "", user_info(json, token)), &reason) &&
-        reach_daemon(bus->connection, &reason);
+    const gboolean sent = g_dbus_connection_emit_signal(
+                              bus->connection, NULL, OBJECT_PATH, INTERFACE_NAME, MEMBER_NAME,
+                              g_variant_new("(ss@a{sv})", name, "", user_info(json, token)), &reason) &&
+                          reach_daemon(bus->connection, &reason);
     if (!sent) {
         g_set_error(error, ORVANE_DGA_ERROR, ORVANE_DGA_ERROR_BUS, "%s could not be posted: %s", name,
                     reason->message);

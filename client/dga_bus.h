@@ -22,8 +22,8 @@ void dga_bus_own_name(DgaBus* bus, GPid pid);
 /* Has what comes of reports told as well; nothing without a bus. After the above. */
 void dga_bus_collect_results(DgaBus* bus);
 
-/* Posts "<base>_<pid>" with the JSON text and the activation token, unless these are NULL, and returns once the
- * bus has it. Any thread. */
+/* Posts "<base>_<pid>" with the JSON text and the activation token, unless these are NULL, and returns once
+ * the bus has it. Any thread. */
 gboolean dga_bus_post(DgaBus* bus, const char* base, GPid pid, const char* json, const char* token,
                       GError** error);
 

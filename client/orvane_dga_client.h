@@ -131,8 +131,9 @@ ORVANE_DGA_API gboolean orvane_dga_heartbeat(OrvaneDga* dga, GError** error);
 /**
  * Gives the assistant the right to put its window before others: a token of the desktop, as Wayland's
  * xdg-activation makes them (with GTK g_app_launch_context_get_startup_notify_id()), asked for when the user
- * presses what asks for the window. It goes with the next orvane_dga_request_report() or orvane_dga_report_and_exit(), once; without a session bus
- * with the former only. An assistant that knows no tokens ignores it.
+ * presses what asks for the window. It goes with the next orvane_dga_request_report() or
+ * orvane_dga_report_and_exit(), once; without a session bus with the former only. An assistant that knows no
+ * tokens ignores it.
  *
  * @param token printable ASCII characters without quotes, backslashes and blanks; NULL, "" or anything else
  *     takes an earlier one away.

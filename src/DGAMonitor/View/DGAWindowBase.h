@@ -79,8 +79,8 @@ private:
     QSize fitted_;  // the size that its contents have given it
     bool hiddenForPicture_ = false;
     QPointer<QWidget> focusBefore_;  // what had its keyboard before that
-    bool shownBefore_ = false;  // it is no new window to the desktop
-    bool wasActive_ = false;    // before that
+    bool shownBefore_ = false;       // it is no new window to the desktop
+    bool wasActive_ = false;         // before that
     bool dragging_ = false;
     QPoint dragStart_;
     QPoint dragOrigin_;
