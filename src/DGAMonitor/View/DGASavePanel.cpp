@@ -6,6 +6,7 @@
 #include <QGuiApplication>
 #include <QHeaderView>
 #include <QLayout>
+#include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
 #include <QSplitter>
@@ -93,6 +94,9 @@ void Dialog::arrange() {
             places << url;
     }
     setSidebarUrls(places);
+    // What is typed is what is meant: a completion that comes while Return is pressed would take its place.
+    if (auto* const name = findChild<QLineEdit*>(QStringLiteral("fileNameEdit")))
+        name->setCompleter(nullptr);
     if (auto* const splitter = findChild<QSplitter*>())
         splitter->setSizes({kSidebarWidth, kPanelWidth - kSidebarWidth});
     if (auto* const files = findChild<QTreeView*>()) {
