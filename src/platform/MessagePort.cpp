@@ -329,6 +329,8 @@ struct MessagePort::State {
 
     void disconnect(Connection& peer) {
         std::erase(withMessages, &peer);
+        // Closing alone would not do while a process that is being started still has the handle, too.
+        ignore(peer.handle);
         close(peer.handle);
         peer.began = 0;
         peer.parked = false;

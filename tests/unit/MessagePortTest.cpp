@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <memory>
 #include <new>
@@ -161,6 +162,27 @@ TEST_F(MessagePortTest, TooLongAMessageCostsOnlyItsOwnConnection) {
     EXPECT_EQ(std::erase(got_, "0:last"), 1U) << "of another connection: at any moment";
     const std::vector<std::string> expected = {"0:before", "-2:(none)", "3:" + longest, "4:four\xFF"};
     EXPECT_TRUE(got_ == expected) << got_.size() << " messages";
+}
+
+TEST_F(MessagePortTest, APeerIsForgottenWhileAStartingProcessStillHoldsItsHandle) {
+    open();
+    ASSERT_TRUE(port_);
+    const Peer bad(port_->path());
+    bad.send(frame("before"));
+    serveUntil(1);
+    const pid_t starting = fork();
+    if (starting == 0) {
+        pause();
+        _exit(0);
+    }
+    bad.send(frame(std::string(MessagePort::kMaxMessageLength + 1, 'm')).substr(0, 8));
+    serve();
+    bad.send("for nobody");
+    const std::clock_t begin = std::clock();
+    serve();
+    EXPECT_LT(std::clock() - begin, CLOCKS_PER_SEC / 20) << "it keeps the loop awake";
+    kill(starting, SIGKILL);
+    waitpid(starting, nullptr, 0);
 }
 
 TEST_F(MessagePortTest, AFloodKeepsTheLoopTurning) {
