@@ -10,7 +10,6 @@
 #include <QPainter>
 #include <QPointer>
 #include <QScreen>
-#include <QTimer>
 #include <QWindow>
 #include <chrono>
 #include <cmath>
@@ -90,9 +89,9 @@ void DGAWindowBase::bringToFront() {
     dgaActivateWindow(*this);
     // Not every compositor honours a token, or not that one.
     if (mayStayBehind && hadToken && !dgaMayActivateWindows())
-        QTimer::singleShot(kLongestActivation, this, [this] {
-            if (keyboardWantedBy() == this && isVisible())
-                showAnew();
+        platform::performOnMainAfter(kLongestActivation, [window = QPointer<DGAWindowBase>(this)] {
+            if (window && keyboardWantedBy().data() == window.data() && window->isVisible())
+                window->showAnew();
         });
     // A window that comes back within the toolkit's patience with a lost keyboard (400 ms) still has the
     // keyboard for it, but is active no more, and would stay so: it hears of no change.
