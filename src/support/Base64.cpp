@@ -75,7 +75,7 @@ int Base64Encode(char* output, const unsigned char* input, int length) {
     if (__builtin_cpu_supports("ssse3")) {
         const int done = encodeTwelveByTwelve(output, input, length);
         input += done;
-        output += done / 3 * 4;
+        output += GetBase64EncodeSize(done);
     }
 #endif
     // Six bytes at a time while eight can be read: twice as fast as three by three.

@@ -62,8 +62,8 @@ uint8_t colour(unsigned long point, unsigned long mask) {
 void appendRow(const XImage& image, int y, Picture& picture) {
     const auto* const row = reinterpret_cast<const uint8_t*>(image.data) +
                             static_cast<size_t>(y) * static_cast<size_t>(image.bytes_per_line);
-    for (int x = 0; x < picture.width; ++x)
-        picture.points.insert(picture.points.end(), {row[4 * x + 2], row[4 * x + 1], row[4 * x]});
+    for (const uint8_t* point = row; point != row + ptrdiff_t{4} * picture.width; point += 4)
+        picture.points.insert(picture.points.end(), {point[2], point[1], point[0]});
 }
 
 bool isPlain(const XImage& image, const Visual& visual) {
