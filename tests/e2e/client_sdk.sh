@@ -30,9 +30,15 @@ nm -D --defined-only "$LD_LIBRARY_PATH/liborvane_dga_client.so.0" | awk '$3 !~ /
 cc "${flags[@]}" "$examples/minimal.c" $(pkg-config --cflags --libs orvane-dga-client) -o minimal ||
     fail "pkg-config's way does not work"
 
+# The assistant of the round before may still make the report of its client's end.
+nobody_runs() { ! pgrep -x orvanedga > /dev/null; }
+forget_rounds() {
+    eventually nobody_runs || fail "the assistant does not end"
+    rm -rf /tmp/orvtrace /tmp/orvdga
+}
 check() { # NAME COMMAND...
     local name=$1
-    rm -rf /tmp/orvtrace /tmp/orvdga
+    forget_rounds
     shift
     timeout 60 "$@" > output.txt 2>&1 || fail "$name ends with $?: $(cat output.txt)"
     eventually log_says 'DGADealNotifTargetTool::dealNormalQuitFromClient' || fail "$name: no quit arrived"
@@ -51,7 +57,7 @@ tests=$(dirname "$0")
 # shellcheck disable=SC2046
 cc "${flags[@]}" "$tests/outcome.c" $(pkg-config --cflags --libs orvane-dga-client) -o outcome || fail "outcome.c"
 hears() { # COMMAND...
-    rm -rf /tmp/orvtrace /tmp/orvdga
+    forget_rounds
     timeout 60 "$@" > output.txt 2> errors.txt || fail "$* ends with $?: $(cat output.txt errors.txt)"
     printf 'ready 2 %s\nresult %s made -\nprotocol 2\n' "$(pkg-config --modversion orvane-dga-client)" \
         "$(basename /tmp/orvdga/12_3_*.zip .zip)" | cmp - output.txt || fail "$* hears: $(cat output.txt)"
