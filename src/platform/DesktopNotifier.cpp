@@ -6,6 +6,7 @@
 
 #include "platform/Report.h"
 #include "platform/RunLoop.h"
+#include "platform/SessionBus.h"
 
 namespace platform {
 namespace {
@@ -76,19 +77,7 @@ struct DesktopNotifier::State {
         g_clear_object(&bus);
     }
 
-    void connect() {
-        GError* error = nullptr;
-        char* const address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, ended, &error);
-        g_clear_error(&error);
-        if (!address)
-            return;
-        g_dbus_connection_new_for_address(
-            address,
-            static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-            nullptr, ended, &connected, this);
-        g_free(address);
-    }
+    void connect() { connectToSessionBus(ended, &connected, this, nullptr); }
 
     // After the end of this object nothing here may use it: what was cancelled says so.
     static bool failed(GError* error) {

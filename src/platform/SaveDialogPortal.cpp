@@ -7,6 +7,7 @@
 
 #include "platform/Report.h"
 #include "platform/RunLoop.h"
+#include "platform/SessionBus.h"
 
 namespace platform {
 namespace {
@@ -68,15 +69,8 @@ struct SaveDialogPortal::State {
 
     void ask() {
         GError* error = nullptr;
-        char* const address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, ended, &error);
-        if (failed(error))
-            return;
-        g_dbus_connection_new_for_address(
-            address,
-            static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-            nullptr, ended, &connected, this);
-        g_free(address);
+        if (!connectToSessionBus(ended, &connected, this, &error))
+            failed(error);
     }
 
     // From inside a signal or a call's end; whoever is told may end this object.
