@@ -422,8 +422,9 @@ TEST_F(ResourceTrace, OneShotRecordsMachineClientAndOwn) {
 std::vector<std::string> samplerWakeUps() {
     std::vector<std::string> counts;
     for (const auto& task : fs::directory_iterator("/proc/self/task")) {
-        std::ifstream file(task.path() / "status");
-        const std::string status(std::istreambuf_iterator<char>(file), {});
+        std::ostringstream text;  // left empty by a thread that has just ended
+        text << std::ifstream(task.path() / "status").rdbuf();
+        const std::string status = text.str();
         if (status.starts_with("Name:\tdga-sampler\n"))
             counts.push_back(status.substr(status.find("voluntary_ctxt_switches:")));
     }

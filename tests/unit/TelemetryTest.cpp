@@ -9,6 +9,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <sstream>
 #include <thread>
 
 #include "DGAMonitor/DGAMonitorToolManager.h"
@@ -40,10 +41,11 @@ bool eventually(const std::function<bool()>& holds) {
     return holds();
 }
 
+// A thread's file may vanish while it is read.
 bool fileSays(const std::string& path, const std::string& text) {
-    std::ifstream file(path);
-    const std::string content{std::istreambuf_iterator<char>(file), {}};
-    return content.find(text) != std::string::npos;
+    std::ostringstream content;
+    content << std::ifstream(path).rdbuf();
+    return content.str().find(text) != std::string::npos;
 }
 
 bool telemetryThreadLives() {
