@@ -3,8 +3,7 @@
 //     window_bench ASSISTANT [ROUNDS [IDLE-SECONDS]]
 //
 // - from the request for a report (the notification is posted) to a window on the screen, the first time,
-// which
-//   starts the window program, and later; medians over several runs
+//   which starts the window program, and later; medians over several runs, by turns with the peer
 // - how much memory the window program grows over ROUNDS (100) of opening and closing the problem reporting
 //   window and the upload window, what both programs take, and when the window program is gone
 // - processor time and wake-ups before any window, and after all are closed again
@@ -194,42 +193,51 @@ double openOnce(Screen& screen, const Subject& subject, xcb_window_t& window) {
     return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
 }
 
-struct Figures {
-    double first = 0;      // milliseconds
-    double later = 0;      // milliseconds
-    double growth = 0;     // kB over all rounds
-    double ownGrowth = 0;  // the same of the program that asks for the windows
+/// One of the programs that are compared.
+struct Contender {
+    std::function<Subject()> start;
+    Subject running;
+    std::vector<double> first;  ///< milliseconds
+    std::vector<double> later;  ///< milliseconds
 };
 
-Figures measure(Screen& screen, const std::function<Subject()>& start, int rounds, Subject& last) {
-    Figures figures;
-    std::vector<double> first;
+/// By turns, so that what else the machine does meets all alike.
+void measureOpenings(Screen& screen, const std::vector<Contender*>& contenders) {
     xcb_window_t window = 0;
     for (int i = 0; i < kFirstTimes; ++i) {
-        if (last.end)
-            last.end();
-        last = start();
-        first.push_back(openOnce(screen, last, window));
-        screen.close(window);
+        for (Contender* const contender : contenders) {
+            if (contender->running.end)
+                contender->running.end();
+            contender->running = contender->start();
+            contender->first.push_back(openOnce(screen, contender->running, window));
+            screen.close(window);
+        }
     }
-    std::vector<double> later;
     for (int i = 0; i < kLaterTimes; ++i) {
-        std::this_thread::sleep_for(50ms);
-        later.push_back(openOnce(screen, last, window));
-        screen.close(window);
+        for (Contender* const contender : contenders) {
+            std::this_thread::sleep_for(50ms);
+            contender->later.push_back(openOnce(screen, contender->running, window));
+            screen.close(window);
+        }
     }
-    const long before = statusValue(last.windowPid(), "", "VmRSS");
-    const long ownBefore = statusValue(last.pid(), "", "VmRSS");
+}
+
+struct Growth {
+    double windows = 0;  ///< kB, of the program that has the windows
+    double own = 0;      ///< kB, of the program that asks for them
+};
+
+Growth growthOver(Screen& screen, const Subject& subject, int rounds) {
+    const long before = statusValue(subject.windowPid(), "", "VmRSS");
+    const long ownBefore = statusValue(subject.pid(), "", "VmRSS");
     for (int i = 0; i < rounds; ++i) {
-        openOnce(screen, last, window);
+        xcb_window_t window = 0;
+        openOnce(screen, subject, window);
         screen.close(window);
     }
     std::this_thread::sleep_for(500ms);
-    figures.first = median(first);
-    figures.later = median(later);
-    figures.growth = static_cast<double>(statusValue(last.windowPid(), "", "VmRSS") - before);
-    figures.ownGrowth = static_cast<double>(statusValue(last.pid(), "", "VmRSS") - ownBefore);
-    return figures;
+    return {static_cast<double>(statusValue(subject.windowPid(), "", "VmRSS") - before),
+            static_cast<double>(statusValue(subject.pid(), "", "VmRSS") - ownBefore)};
 }
 
 // The assistant
@@ -393,9 +401,13 @@ int main(int argc, char** argv) {
     const Idle before = idle(fresh.pid(), idleSeconds);
     fresh.end();
 
-    Subject assistant;
-    const Figures own = measure(
-        screen, [&] { return startAssistant(argv[1], server.url()); }, rounds, assistant);
+    Contender own{[&] { return startAssistant(argv[1], server.url()); }, {}, {}, {}};
+    Contender peer{startPeer, {}, {}, {}};
+    measureOpenings(screen, {&own, &peer});
+    const Growth peerGrowth = growthOver(screen, peer.running, rounds);
+    peer.running.end();
+    const Subject& assistant = own.running;
+    const Growth ownGrowth = growthOver(screen, assistant, rounds);
     std::this_thread::sleep_for(2s);
     const Idle after = idle(assistant.pid(), idleSeconds);
     const xcb_window_t upload = openUploadWindow(screen, assistant);
@@ -412,10 +424,6 @@ int main(int argc, char** argv) {
     const double rssAfter = megabytes(assistant.pid());
     assistant.end();
 
-    Subject peer;
-    const Figures others = measure(screen, startPeer, rounds, peer);
-    peer.end();
-
     const auto row = [](const char* what, double mine, std::optional<double> peers = {}) {
         std::printf("%-46s %10.3f", what, mine);
         if (peers)
@@ -425,16 +433,16 @@ int main(int argc, char** argv) {
         std::printf("\n");
     };
     std::printf("%-46s %10s %10s %8s\n", "", "assistant", "peer", "ratio");
-    row("request to the first window, ms (median)", own.first, others.first);
-    row("request to a later window, ms (median)", own.later, others.later);
-    row("growth over all rounds, report window, kB", own.growth, others.growth);
+    row("request to the first window, ms (median)", median(own.first), median(peer.first));
+    row("request to a later window, ms (median)", median(own.later), median(peer.later));
+    row("growth over all rounds, report window, kB", ownGrowth.windows, peerGrowth.windows);
     row("growth over all rounds, upload window, kB", growth);
     row("resident before any window, MB", rssBefore);
     row("resident with the upload window, MB", rssWith);
     row("resident after windows were closed, MB", rssAfter);
     row("the window program with the upload window, MB", windowsRss);
     row("the window program is gone after, s", gone);
-    row("growth of the assistant over all rounds, kB", own.ownGrowth);
+    row("growth of the assistant over all rounds, kB", ownGrowth.own);
     row("processor time before any window, %", before.cpuPercent);
     row("processor time after windows were closed, %", after.cpuPercent);
     row("wake-ups a second before any window", before.wakeUpsPerSecond);
