@@ -172,7 +172,7 @@ private:
     void Report(int result, const char* data);
 
     void ReadPacProxy(const char* url);
-    void UseSystemProxy(std::optional<platform::ProxySettings> found);
+    void UseSystemProxy(const std::optional<platform::ProxySettings>& found);
     platform::ProxyServer ProxyInUse() const;
     void UseKnownLogin();
     void UseRoute();

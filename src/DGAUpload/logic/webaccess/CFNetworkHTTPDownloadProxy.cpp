@@ -30,11 +30,11 @@ void CNetworkDownload::GetIEProxySetting(const char* url) {
         return;
     }
     m_bProxyChecked = true;
-    auto settings = platform::copySystemProxySettings();
+    const auto& settings = m_proxyMemory->settings();
     if (CPacParser::IsPacEnabled(settings))
         ReadPacProxy(url);
     else
-        UseSystemProxy(std::move(settings));
+        UseSystemProxy(settings);
 }
 
 void CNetworkDownload::ReadPacProxy(const char* url) {
@@ -62,8 +62,8 @@ void CNetworkDownload::ReadPacProxy(const char* url) {
     logNotice("CNetworkDownload::GetIEProxySetting,kern.osrelease={}", *release);
 }
 
-void CNetworkDownload::UseSystemProxy(std::optional<platform::ProxySettings> found) {
-    settings_ = std::move(found);
+void CNetworkDownload::UseSystemProxy(const std::optional<platform::ProxySettings>& found) {
+    settings_ = found;
     if (!settings_)
         return;
     const auto& settings = settings_;

@@ -12,6 +12,7 @@ using Clock = ProxyMemory::Clock;
 using platform::ProxyServer;
 
 constexpr std::chrono::minutes kRest{5};
+constexpr std::chrono::seconds kSettingsLast{1};
 // The keyring has one protocol for proxies of every kind.
 constexpr char kKeyringProtocol[] = "http";
 
@@ -53,6 +54,14 @@ bool rests(const PacProxy& route) {
 }
 
 }  // namespace
+
+const std::optional<platform::ProxySettings>& ProxyMemory::settings() {
+    if (const auto now = Clock::now(); !settingsRead_ || now - *settingsRead_ >= kSettingsLast) {
+        settings_ = platform::copySystemProxySettings();
+        settingsRead_ = now;
+    }
+    return settings_;
+}
 
 std::optional<ProxyMemory::Login> ProxyMemory::login(const ProxyServer& proxy) const {
     const auto found = attempts_.find(nameOf(proxy));

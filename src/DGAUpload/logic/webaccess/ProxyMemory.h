@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "DGAUpload/logic/webaccess/PacParser.h"
+#include "platform/ProxySettings.h"
 #include "platform/net/HttpReadStream.h"
 
 /// What the requests of one upload have learnt about its proxies, so that none has to find it out again: the
@@ -23,6 +24,9 @@ public:
         platform::HttpAuth auth = platform::kHttpAuthBasic;
     };
     using Found = std::function<void(const std::optional<Login>&)>;
+
+    /// The desktop's settings, read anew at most once a second: pieces follow each other much faster.
+    const std::optional<platform::ProxySettings>& settings();
 
     /// What was tried last at a proxy, with which a new request begins. None before nextLogin(), and when all
     /// was refused.
@@ -50,6 +54,8 @@ private:
         std::optional<Login> last;
     };
 
+    std::optional<platform::ProxySettings> settings_;
+    std::optional<Clock::time_point> settingsRead_;
     std::map<std::string, Attempts> attempts_;
     std::optional<PacProxy> working_;
 };
