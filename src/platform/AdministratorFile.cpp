@@ -31,9 +31,10 @@ uid_t strangersNumber() {
     return text ? static_cast<uid_t>(std::strtoul(text->c_str(), nullptr, 10)) : 0;
 }
 
+// A process that runs with the strangers' number itself cannot tell root's files from its own.
 bool isRootsAlone(const struct stat& info) {
-    return (info.st_uid == 0 || info.st_uid == strangersNumber()) &&
-           (info.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+    const bool isRoots = info.st_uid == 0 || (info.st_uid == strangersNumber() && info.st_uid != geteuid());
+    return isRoots && (info.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
 bool isSame(const struct stat& a, const struct stat& b) {

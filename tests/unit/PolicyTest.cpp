@@ -93,6 +93,13 @@ TEST(PolicyTest, KnowsWhomToTrust) {
         EXPECT_EQ(chown(kFile, 1000, 0), 0);
         EXPECT_EQ(AdministratorFile::read(kFile).state, State::ignored);
     }
+    constexpr uid_t kStranger = 65534;  // whose files may be root's, seen from a namespace of users
+    if (isRoot && chown(kFile, kStranger, 0) == 0) {
+        EXPECT_EQ(AdministratorFile::read(kFile).state, State::read);
+        ASSERT_EQ(seteuid(kStranger), 0);
+        EXPECT_EQ(AdministratorFile::read(kFile).state, State::ignored) << "its own";
+        ASSERT_EQ(seteuid(0), 0);
+    }
     EXPECT_EQ(narrowed(DGAPolicy(AdministratorFile::read("/tmp/policy/none.conf"))), "");
 
     // What stands in its place, but is no file.
