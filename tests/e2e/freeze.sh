@@ -19,12 +19,17 @@ if [[ $(id -u) -eq 0 ]]; then
     unset -f orvanedga
     unasked=$dga unaskeds_client=$client
 fi
-sleep 1
+# A window that is closed again: what windows need is gone long before the prompt.
+dga=$hasty
+ask_for_report
+key Escape
+gone dialog "$title"
 for dga in $patient $hasty $unasked; do post ORVANE_DGA_KEEP_ALIVE > /dev/null; done
 SECONDS=0
 sleep 178
 for dga in $patient $hasty; do
     ! has_logged 'DGAHeartBeatCheckTool::frozeAlert' || fail "asked after only $SECONDS s"
+    [[ -z $(window_program) ]] || fail "the window program stays"
 done
 for dga in $patient $hasty; do await_log 'DGAHeartBeatCheckTool::frozeAlert'; done
 ((SECONDS >= 179 && SECONDS <= 186)) || fail "asked after $SECONDS s"

@@ -116,4 +116,5 @@ see 'push button' 'Send Mail' sensitive
 close_report
 kill "$portal"
 wait "$portal" || true
+! log_says "administrator's policy" || fail "forbidden without a policy"
 leave

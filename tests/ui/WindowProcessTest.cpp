@@ -158,11 +158,13 @@ TEST_F(WindowProcessTest, WithoutAProgramOrADisplayNobodyWaits) {
 }
 
 TEST_F(WindowProcessTest, AnUnknownMessageIsPassedOverAndATornOneEndsTheChannel) {
-    // A message of kind 4711, then the answer 0 to the prompt; then an answer that is none.
+    // A message of kind 4711, then the answer 0 to the prompt, then that no window shows, which is out of
+    // date; then an answer that is none.
     const std::string unknown = R"(printf '\x67\x12\0\0\x02\0\0\0{}' >&1)";
     const std::string answer = R"(printf '\x66\0\0\0\x0b\0\0\0{"index":0}' >&1)";
+    const std::string idle = R"(printf '\x6e\0\0\0\x02\0\0\0{}' >&1)";
     const std::string torn = R"(printf '\x66\0\0\0\x03\0\0\0{"i' >&1)";
-    use({.program = program(unknown + "\n" + answer + "\n" + torn + "\nsleep 60")});
+    use({.program = program(unknown + "\n" + answer + "\n" + idle + "\n" + torn + "\nsleep 60")});
     const std::string said = complaint([&] {
         ask();
         EXPECT_TRUE(eventually([&] { return answers->indices.size() == 2; }));

@@ -199,6 +199,38 @@ TEST_F(ReportGeneratorRunTest, TheMeetingServicePacksWhatIsAskedFor) {
     }
 }
 
+TEST_F(ReportGeneratorRunTest, WhatIsListedIsWhatIsThere) {
+    const std::string picture = std::string("orvdga_screenshot_") + kTime + ".png";
+    for (int flags = 0; flags < 4; ++flags) {
+        SCOPED_TRACE(flags);
+        const DGAReportOptions options{(flags & 1) != 0, (flags & 2) != 0, false, kHV};
+        const auto files = DGAReportCollection::open(options, DGAReportCollection::realTools(tools_));
+        const auto expectListed = [&](Paths expected, bool isComplete) {
+            const DGAReportContents contents = files->contents(options);
+            expected.insert(expected.end(), always_.begin(), always_.end());
+            expected.emplace_back("orvdga_report.json");
+            Paths names;
+            for (const auto& file : contents.files) {
+                names.push_back(file.name);
+                EXPECT_LE(file.size, fs::file_size(file.path)) << file.name << " may have grown since";
+            }
+            EXPECT_THAT(names, UnorderedElementsAreArray(expected));
+            EXPECT_EQ(contents.isComplete, isComplete);
+            std::ifstream summary(contents.files.back().path);
+            EXPECT_EQ(nlohmann::json::parse(summary)["leftOut"].size(), 0U)
+                << "nothing was there to leave out";
+        };
+        expectListed({}, flags == 0);
+        files->complete(options);
+        Paths made;
+        if (options.screenShot)
+            made.push_back(picture);
+        if (options.systemInfo)
+            made.emplace_back("orvdga_system_profile.spx");
+        expectListed(made, true);
+    }
+}
+
 TEST_F(ReportGeneratorRunTest, WhatThePolicyForbidsIsNotEvenMade) {
     const auto never = [](const char* key) {
         return platform::AdministratorFile::Entry{"Report", key, "never"};

@@ -161,7 +161,6 @@ void CPacParser::load() {
         m_strPacContent = filterAscII(platform::readSmallFile(path, kLongestScript).value_or(""));
     } else {
         logInfo("CPacParser::sharedInstance, Pac file is a remote file");
-        m_bAnswered = false;
         downloadPacScript(url, this, m_pDownload, [this] { return m_bAnswered || m_bCleanedUp; });
     }
     if (m_bCleanedUp)
