@@ -49,6 +49,12 @@ type_text 'Typed on Wayland'
 key Tab Down Down
 see 'combo box' Audio
 for_everybody
+# The list of what is sent comes, and all windows go and come for the picture.
+key Tab Tab Tab Tab Return
+see dialog 'See What Is Sent' active
+see 'push button' Retake sensitive
+key Escape
+gone dialog 'See What Is Sent'
 
 # Another program's window lies over it; the next request brings it back to the front.
 /usr/bin/python3 - << 'END' &

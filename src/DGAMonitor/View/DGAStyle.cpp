@@ -36,7 +36,12 @@ QPalette windowPalette() {
 }  // namespace
 
 void apply() {
-    QApplication::setPalette(windowPalette());
+    // On Wayland desktops that draw no frames the toolkit does, white in white, in the colours of no widget.
+    QPalette frame = windowPalette();
+    frame.setColor(QPalette::Window, kFrame);
+    frame.setColor(QPalette::Disabled, QPalette::WindowText, kSecondaryText);
+    QApplication::setPalette(frame);
+    QApplication::setPalette(windowPalette(), "QWidget");
     QApplication::setFont(systemFont(kFontSize));
     QApplication::setWindowIcon(WidgetIcon::applicationIcon(qApp->devicePixelRatio()));
 }

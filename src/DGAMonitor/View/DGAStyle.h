@@ -31,6 +31,7 @@ inline constexpr QColor kAccentHover{0x0c, 0x53, 0xab};
 inline constexpr QColor kAccentPressed{0x09, 0x43, 0x8c};
 inline constexpr QColor kHover{0xf2, 0xf2, 0xf2};
 inline constexpr QColor kPressed{0xe2, 0xe2, 0xe2};
+inline constexpr QColor kFrame{0xde, 0xde, 0xde};
 
 /// Gives the application its palette, its font size and its icon. Once, after QApplication was made.
 void apply();

@@ -106,7 +106,6 @@ void DGAWindowBase::bringToFront() {
 void DGAWindowBase::showAnew() {
     setHiddenForPicture(true);
     setHiddenForPicture(false);
-    shownBefore_ = true;
 }
 
 QRect DGAWindowBase::workArea() const {
@@ -223,8 +222,10 @@ void DGAWindowBase::setAllHiddenForPicture(bool hidden) {
             window->setHiddenForPicture(hidden);
     }
     // The last of all: window managers give the keyboard to whichever came last.
-    if (front)
+    if (front) {
+        front->shownBefore_ = false;  // it is new to them
         front->bringToFront();
+    }
 }
 
 void DGAWindowBase::setHiddenForPicture(bool hidden) {
@@ -238,7 +239,7 @@ void DGAWindowBase::setHiddenForPicture(bool hidden) {
     } else {
         setVisible(true);
         move(place);
-        shownBefore_ = false;
+        shownBefore_ = true;
         // One that was made active while it was hidden has handed the keyboard to its next control.
         if (focusBefore_)
             focusBefore_->setFocus(Qt::ActiveWindowFocusReason);
