@@ -10,8 +10,12 @@ target_compile_options(orvanedga_warnings INTERFACE
 if(ORVANEDGA_WERROR)
   target_compile_options(orvanedga_warnings INTERFACE -Werror)
 endif()
-# What an empty optional or an index beyond the end would do unseen ends a debug build, and so its tests.
-target_compile_definitions(orvanedga_options INTERFACE $<$<AND:$<CONFIG:Debug>,$<COMPILE_LANGUAGE:CXX>>:_GLIBCXX_ASSERTIONS>)
+if(NOT ORVANEDGA_SANITIZE)
+  # What an empty optional or an index beyond the end would do unseen ends a debug build, and so its tests. The
+  # sanitizers have their own checks.
+  target_compile_definitions(orvanedga_options INTERFACE
+    $<$<AND:$<CONFIG:Debug>,$<COMPILE_LANGUAGE:CXX>>:_GLIBCXX_ASSERTIONS>)
+endif()
 if(ORVANEDGA_SANITIZE)
   target_compile_options(orvanedga_options INTERFACE
     -fsanitize=${ORVANEDGA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all
