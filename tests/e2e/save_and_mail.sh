@@ -25,6 +25,7 @@ save_as() {
 }
 begin() { # TEXT
     ask_for_report
+    see 'push button' 'Send Mail' -sensitive # nothing of the report before
     fill_in "$1" 3 Video
 }
 # ends_by KEY: nothing would be lost, so nobody is asked.
