@@ -16,10 +16,17 @@ frame() {
         import -window root png:- | convert - -format "%[hex:p{$point}] " info:
     done
 }
-[[ $(frame) == '8C8C8C 8C8C8C 8C8C8C ' ]] || fail "no frame: $(frame)"
+framed() { [[ $(frame) == '8C8C8C 8C8C8C 8C8C8C ' ]]; }
+covered() { ! framed; }
+framed || fail "no frame: $(frame)"
 click 'push button' OK
 gone dialog "$title"
 ask_for_report
+xev -geometry 1280x1024+0+0 > /dev/null &
+eventually covered || fail "another window does not cover it"
+ask_for_report
+eventually framed || fail "it stays behind another window"
+kill $!
 xdotool type again
 see label "$title" # what stands for the frame
 click 'push button' Close

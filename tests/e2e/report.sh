@@ -20,6 +20,13 @@ click 'push button' 'See What Is Sent'
 see tree 'These files will be sent to 127.0.0.1:'
 see 'push button' Retake sensitive
 see tree 'These files will be sent to 127.0.0.1:' focused
+picture() { find /tmp/orvdga -name 'orvdga_screenshot_*.png' -size +0 -printf '%f %i %T@\n'; }
+first=$(picture)
+another() { [[ $(picture | wc -l) == 1 && $(picture) != "$first" ]]; }
+click 'push button' Retake
+eventually another || fail "no other picture in place of $first: $(picture)"
+see 'push button' Retake sensitive
+in_front
 echo late > /tmp/orvgpc.ovt
 key Escape
 gone tree 'These files*'

@@ -3,14 +3,14 @@
 elsewhere=$(mktemp -d /dev/shm/journey.XXXXXX)
 trap 'rm -r "$elsewhere"' EXIT
 
-mail_program() { # writes down its argument
+program() { # MIME-TYPE: one that writes down its argument
     mkdir -p ~/.local/share/applications ~/.config
     # shellcheck disable=SC2016
-    printf '#!/bin/sh\nprintf %%s "$1" > /tmp/link.new && mv /tmp/link.new /tmp/link\n' > ~/mail
-    chmod +x ~/mail
-    printf '[Desktop Entry]\nType=Application\nName=Mail\nExec=%s %%u\nMimeType=x-scheme-handler/mailto;\n' ~/mail \
-        > ~/.local/share/applications/mail.desktop
-    printf '[Default Applications]\nx-scheme-handler/mailto=mail.desktop\n' > ~/.config/mimeapps.list
+    printf '#!/bin/sh\nprintf %%s "$1" > /tmp/link.new && mv /tmp/link.new /tmp/link\n' > ~/program
+    chmod +x ~/program
+    printf '[Desktop Entry]\nType=Application\nName=Test\nExec=%s %%u\nMimeType=%s;\n' ~/program "$1" \
+        > ~/.local/share/applications/test.desktop
+    printf '[Default Applications]\n%s=test.desktop\n' "$1" > ~/.config/mimeapps.list
 }
 value() { sed -n "s/.*[?&]$1=\([^&]*\).*/\1/p" /tmp/link | sed 's/%/\\x/g' | xargs -0 printf '%b' | tr -d '\r'; }
 # shellcheck disable=SC2012 # their names are plain
@@ -25,6 +25,7 @@ save_as() {
 }
 begin() { # TEXT
     ask_for_report
+    see 'push button' 'Send Mail' -sensitive # nothing of the report before
     fill_in "$1" 3 Video
 }
 # ends_by KEY: nothing would be lost, so nobody is asked.
@@ -39,10 +40,10 @@ start_meeting '"enableSendProblemReport": false'
 begin 'It flickers & stutters: 50%'
 for_everybody
 says '*The report is not anonymous: it contains your name*'
-mail_program
+program x-scheme-handler/mailto
 click 'push button' 'Send Mail'
+gone dialog "$title" # once the report is made
 eventually test -e /tmp/link || fail "the mail program is not started"
-gone dialog "$title"
 archive=$(only_archive)
 [[ $(value subject) == 'Problem report: Tellan Orvane Meetings for Linux (version 43.6.0.118)' ]] ||
     fail "the subject is $(value subject)"
@@ -56,7 +57,18 @@ rm -r ~/.config/mimeapps.list ~/.local/share/applications /tmp/link
 begin 'No mail'
 click 'push button' 'Send Mail'
 says "No email program is set up. The report was saved as $HOME/*"
-saved "$(ls ~/*.zip)"
+archive=$(ls ~/*.zip)
+saved "$archive"
+# Which a file manager is asked to show; where there is none, what opens folders.
+program inode/directory
+dbus-monitor --session "interface='org.freedesktop.FileManager1',member='ShowItems'" > watched.txt &
+monitor=$!
+eventually test -s watched.txt || fail "the bus cannot be watched"
+click 'push button' 'Show in Folder'
+eventually test -e /tmp/link || fail "no folder is opened"
+grep -qF "\"file://$archive\"" watched.txt || fail "the file manager is asked: $(cat watched.txt)"
+[[ $(cat /tmp/link) == *"$HOME"/ ]] || fail "another folder: $(cat /tmp/link)"
+kill "$monitor"
 ends_by Escape
 
 # A file, in another file system. A folder that is not there is refused, a cancelled panel leaves the window.

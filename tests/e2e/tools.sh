@@ -9,6 +9,10 @@ for tool in sw_vers osascript system_profiler screencapture; do
     [[ $status -eq 2 && ! -s output.txt ]] || fail "$tool takes nonsense: $status"
     grep -q "^$tool: " error.txt || fail "$tool does not say what is wrong"
 done
+# Nobody starts the windows by hand.
+status=0
+"$tools/orvanedga-windows" > output.txt 2> error.txt || status=$?
+[[ $status -eq 1 ]] && grep -q 'is started by orvanedga' error.txt || fail "the windows by themselves: $status $(cat error.txt)"
 
 [[ $("$tools/sw_vers" -productVersion) == "$("$tools/sw_vers" | sed -n 's/^ProductVersion:\t//p')" ]] ||
     fail "sw_vers tells two versions"

@@ -1,15 +1,18 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
+#include <thread>
 
 #include "DGAMonitor/DGACoreWindowServices.h"
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAMonitor/Windows/DGAWindowProcess.h"
 #include "platform/RunLoop.h"
+#include "support/telemetry_sender/TelemetrySender.h"
 
 // The windows as the core sees them: this program links no toolkit.
 
@@ -172,6 +175,40 @@ TEST_F(WindowProcessTest, AnUnknownMessageIsPassedOverAndATornOneEndsTheChannel)
     EXPECT_EQ(answers->indices, (std::vector{0, 1}));
     EXPECT_NE(said.find("unknown kind, 4711"), std::string::npos) << said;
     EXPECT_FALSE(process->isRunning());
+}
+
+TEST_F(WindowProcessTest, WhoPostsHearsTheWholeAnswer) {
+    use({.program = program(
+             R"(until [ -e /tmp/asked ]; do sleep 0.01; done; printf '\x6f\0\0\0\x4d\0\0\0%s' )"
+             R"('{"number":1,"mayHaveArrived":true,"status":503,"retryAfter":7,"fault":"busy"}' >&1; sleep 60)")});
+    ask();
+    OrvTelemetryAnswer answer{};
+    std::atomic<bool> heard{false};
+    int rounds = 0;
+    std::thread poster([&] {
+        process->post({.url = "http://metrics.example/",
+                       .headers = nullptr,
+                       .headerCount = 0,
+                       .body = "",
+                       .bodyLength = 0,
+                       .connectMilliseconds = 1000,
+                       .totalMilliseconds = 1000,
+                       .verifyProxies = 0,
+                       .keepGoing =
+                           [](void* context) {
+                               std::ofstream("/tmp/asked") << "";
+                               return ++*static_cast<int*>(context) < 30 ? 1 : 0;
+                           },
+                       .context = &rounds},
+                      answer);
+        heard = true;
+    });
+    EXPECT_TRUE(eventually([&] { return heard.load(); }));
+    poster.join();
+    EXPECT_EQ(answer.mayHaveArrived, 1);
+    EXPECT_EQ(answer.status, 503);
+    EXPECT_EQ(answer.retryAfter, 7);
+    EXPECT_STREQ(static_cast<const char*>(answer.fault), "busy");
 }
 
 }  // namespace

@@ -60,6 +60,11 @@ TEST_F(PrivateFolderTest, MakesWhatIsMissingForTheUserAlone) {
     ASSERT_TRUE(folder);
     for (const char* path : {"/tmp/private", "/tmp/private/a", "/tmp/private/a/b"})
         EXPECT_EQ(fs::status(path).permissions() & fs::perms::mask, fs::perms::owner_all) << path;
+
+    const auto handles = [] { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); };
+    const auto before = handles();
+    EXPECT_TRUE(PrivateFolder::open("/tmp/private/a/b", PrivateFolder::Create::no));
+    EXPECT_EQ(handles(), before) << "none of the folders on the way stays open";
 }
 
 TEST_F(PrivateFolderTest, RefusesWhateverIsNotTheUsersOwnFolder) {
