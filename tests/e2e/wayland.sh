@@ -76,6 +76,18 @@ eventually report_is_focused || fail "the report window stays behind: $(windows)
 swaymsg "[pid=$(pgrep -P "$other")] focus" > /dev/null
 post ORVANE_DGA_GENERATE_REPORT "{'activationToken': <'stale'>}" > /dev/null
 eventually report_is_focused || fail "the report window stays behind with a token: $(windows)"
+# With a question over it, it comes back below the question.
+key Escape
+see 'push button' 'Keep Writing'
+asks() { windows | grep -q "^1 .* 1[0-9][0-9] [A-Z]"; }
+eventually asks || fail "no question: $(windows)"
+swaymsg "[pid=$(pgrep -P "$other")] focus" > /dev/null
+post ORVANE_DGA_GENERATE_REPORT > /dev/null
+ours_asks() { asks && ! swaymsg -t get_tree | grep -A60 '"focused": true' | grep -q "\"pid\": $(pgrep -P "$other")"; }
+eventually ours_asks || fail "the question stays behind: $(windows)"
+key Return
+gone 'push button' 'Keep Writing'
+eventually report_is_focused || fail "the keyboard stays elsewhere: $(windows)"
 kill "$(pgrep -P "$other")"
 seen 1
 

@@ -387,7 +387,7 @@ TEST_F(WidgetsTest, NoThemeMakesThemUnreadable) {
         QApplication::setPalette(QPalette(theme));
         DGAStyle::apply();
         for (const auto group : {QPalette::Active, QPalette::Inactive}) {
-            const QPalette palette = QApplication::palette();
+            const QPalette palette = QApplication::palette("QWidget");
             for (const auto& [text, ground] : pairs) {
                 const qreal bright = luminance(palette.color(group, ground));
                 EXPECT_GT(bright, 0.8) << ground;

@@ -19,7 +19,8 @@ constexpr int kIconSize = 48;
 QMessageBox* makeMessage(QWidget* window, const QString& text) {
     auto* const message =
         new QMessageBox(QMessageBox::NoIcon, window->windowTitle(), text, QMessageBox::NoButton, window);
-    message->setWindowModality(Qt::WindowModal);
+    // Its own setter would make it a sheet, which gets no frame where the toolkit draws them.
+    message->QDialog::setWindowModality(Qt::WindowModal);
     message->setIconPixmap(QApplication::windowIcon().pixmap(QSize(kIconSize, kIconSize)));
     message->layout()->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
     QObject::connect(message, &QDialog::finished, message, [message] {

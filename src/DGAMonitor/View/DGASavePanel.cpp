@@ -111,10 +111,13 @@ void Dialog::accept() {
     if (isHidden())
         return;  // a second Return, read after the first one has closed it
     const QString chosen = selectedFiles().value(0);
-    if (!isDesktops(*this) && (chosen.isEmpty() || QFileInfo(chosen).isDir()))
+    if (!isDesktops(*this) && (chosen.isEmpty() || QFileInfo(chosen).isDir())) {
         QFileDialog::accept();  // goes into the folder
-    else
-        chosen_(chosen);
+        return;
+    }
+    if (isDesktops(*this))
+        hide();  // GTK's stays, and could be answered again under a question
+    chosen_(chosen);
 }
 
 }  // namespace

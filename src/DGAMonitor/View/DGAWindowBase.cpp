@@ -11,9 +11,11 @@
 #include <QPointer>
 #include <QScreen>
 #include <QWindow>
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <utility>
+#include <vector>
 
 #include "DGAMonitor/View/DGADesktopFrame.h"
 #include "DGAMonitor/View/DGAScrollArea.h"
@@ -38,6 +40,14 @@ QAccessibleInterface* makeAccessible(const QString& /*className*/, QObject* obje
 QPointer<DGAWindowBase>& keyboardWantedBy() {
     static auto* const window = new QPointer<DGAWindowBase>();
     return *window;
+}
+
+// The dialogs that stand between a window and its user, the lowest first.
+QList<QWidget*> dialogsOver(const QWidget& window) {
+    QList<QWidget*> dialogs = window.findChildren<QWidget*>();
+    dialogs.removeIf(
+        [](const QWidget* child) { return !child->isWindow() || !child->isModal() || !child->isVisible(); });
+    return dialogs;
 }
 
 // Where a point is a fraction of pixels, the desktop's rounding takes a point away.
@@ -81,16 +91,21 @@ void DGAWindowBase::bringToFront() {
         showNormal();
     // Compositors bring a new window to the front; one that they know they only mark as wanting attention.
     const bool hadToken = dgaMayActivateWindows();
-    if (!isActiveWindow() && shownBefore_ && !hadToken)
+    if (!hasKeyboard() && shownBefore_ && !hadToken)
         showAnew();
     const bool mayStayBehind = std::exchange(shownBefore_, true);
-    if (!isActiveWindow())
+    if (!hasKeyboard())
         keyboardWantedBy() = this;
-    dgaActivateWindow(*this);
+    // Keys reach nothing below a dialog.
+    const QList<QWidget*> dialogs = dialogsOver(*this);
+    if (!dialogs.isEmpty())
+        raise();
+    dgaActivateWindow(dialogs.isEmpty() ? *this : *dialogs.last());
     // Not every compositor honours a token, or not that one.
     if (mayStayBehind && hadToken && !dgaMayActivateWindows())
         platform::performOnMainAfter(kLongestActivation, [window = QPointer<DGAWindowBase>(this)] {
-            if (window && keyboardWantedBy().data() == window.data() && window->isVisible())
+            if (window && keyboardWantedBy().data() == window.data() && window->isVisible() &&
+                !window->hasKeyboard())
                 window->showAnew();
         });
     // A window that comes back within the toolkit's patience with a lost keyboard (400 ms) still has the
@@ -103,9 +118,21 @@ void DGAWindowBase::bringToFront() {
     }
 }
 
+// Compositors part a dialog from a window that goes, and it would come to lie below that when it is back.
 void DGAWindowBase::showAnew() {
+    const QList<QWidget*> dialogs = dialogsOver(*this);
+    for (QWidget* const dialog : dialogs)
+        dialog->hide();
     setHiddenForPicture(true);
     setHiddenForPicture(false);
+    for (QWidget* const dialog : dialogs)
+        dialog->show();
+}
+
+bool DGAWindowBase::hasKeyboard() const {
+    const QList<QWidget*> dialogs = dialogsOver(*this);
+    return isActiveWindow() || std::any_of(dialogs.begin(), dialogs.end(),
+                                           [](const QWidget* dialog) { return dialog->isActiveWindow(); });
 }
 
 QRect DGAWindowBase::workArea() const {
@@ -207,21 +234,28 @@ void DGAWindowBase::showEvent(QShowEvent* event) {
 
 void DGAWindowBase::setAllHiddenForPicture(bool hidden) {
     DGAWindowBase* front = nullptr;
+    std::vector<DGAWindowBase*> windows;
     for (QWidget* const widget : QApplication::topLevelWidgets()) {
         auto* const window = qobject_cast<DGAWindowBase*>(widget);
         if (!window)
             continue;
+        windows.push_back(window);
         // One that is only on its way to the front comes back there.
         if (hidden)
             window->wasActive_ = keyboardWantedBy() ? keyboardWantedBy() == window : window->isActiveWindow();
         else if (window->hiddenForPicture_ && window->wasActive_)
             front = window;
     }
-    for (QWidget* const widget : QApplication::topLevelWidgets()) {
-        if (auto* const window = qobject_cast<DGAWindowBase*>(widget))
-            window->setHiddenForPicture(hidden);
-    }
-    // The last of all: window managers give the keyboard to whichever came last.
+    // Dialogs come after their windows, which compositors would part them from, and the one in front comes
+    // last: desktops give the keyboard to whichever came last.
+    std::sort(windows.begin(), windows.end(), [front](const DGAWindowBase* one, const DGAWindowBase* other) {
+        return std::pair(one->parent() != nullptr, one == front) <
+               std::pair(other->parent() != nullptr, other == front);
+    });
+    if (hidden)
+        std::reverse(windows.begin(), windows.end());
+    for (DGAWindowBase* const window : windows)
+        window->setHiddenForPicture(hidden);
     if (front) {
         front->shownBefore_ = false;  // it is new to them
         front->bringToFront();

@@ -26,7 +26,7 @@ public:
     /// Shows it, makes it key and brings it before all others.
     void showInFront();
 
-    /// Makes it key and brings it before all others, if it is visible.
+    /// Makes it key, or the dialog that is over it, and brings it before all others, if it is visible.
     void bringToFront();
 
     /// Moves it to the middle of the screen on which the pointer is, as far as the desktop lets it.
@@ -69,6 +69,7 @@ protected:
 private:
     void setHiddenForPicture(bool hidden);
     void showAnew();
+    bool hasKeyboard() const;
     void adoptFrame();
     void fit();
     QRect workArea() const;

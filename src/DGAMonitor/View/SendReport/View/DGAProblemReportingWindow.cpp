@@ -1,13 +1,12 @@
 #include "DGAMonitor/View/SendReport/View/DGAProblemReportingWindow.h"
 
-#include <QKeyEvent>
+#include <QShortcut>
 
-void DGAProblemReportingWindow::keyPressEvent(QKeyEvent* event) {
-    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (event->isAutoRepeat())
-        return;
-    if (isReturn && (event->modifiers() & Qt::ControlModifier) != 0)
-        emit sendPressed();
-    else
-        DGAWindowBase::keyPressEvent(event);
+// Shortcuts, as under GNOME's theme each Return opens the list or presses the button that has the keyboard.
+DGAProblemReportingWindow::DGAProblemReportingWindow(QWidget* parent) : DGAWindowBase(parent) {
+    for (const auto key : {Qt::Key_Return, Qt::Key_Enter}) {
+        auto* const send = new QShortcut(Qt::CTRL | key, this);
+        send->setAutoRepeat(false);
+        connect(send, &QShortcut::activated, this, &DGAProblemReportingWindow::sendPressed);
+    }
 }

@@ -7,15 +7,12 @@ class DGAProblemReportingWindow final : public DGAWindowBase {
     Q_OBJECT
 
 public:
-    using DGAWindowBase::DGAWindowBase;
+    explicit DGAProblemReportingWindow(QWidget* parent = nullptr);
 
     /// Every window of this class may have the keyboard.
     static bool canBecomeKeyWindow() { return true; }
 
 signals:
-    /// Return with Control, which no control takes.
+    /// Return with Control, whichever control has the keyboard.
     void sendPressed();
-
-protected:
-    void keyPressEvent(QKeyEvent* event) override;
 };
