@@ -303,6 +303,9 @@ bool DGAWindowBase::eventFilter(QObject* /*watched*/, QEvent* event) {
 }
 
 void DGAWindowBase::keyPressEvent(QKeyEvent* event) {
+    // A key that is held would close the question that its first press asks, and ask it again.
+    if (event->isAutoRepeat())
+        return;
     if (event->matches(QKeySequence::Cancel))
         emit closeRequested();
     else
