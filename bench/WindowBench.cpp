@@ -1,9 +1,10 @@
-// What windows cost the assistant, in one run beside a peer that opens an empty window with the same toolkit:
+// What windows cost the assistant, in one run beside a peer that opens an empty window with the same toolkit,
+// and beside one whose window shows a word, for which the toolkit has to list the system's fonts:
 //
 //     window_bench ASSISTANT [ROUNDS [IDLE-SECONDS]]
 //
 // - from the request for a report (the notification is posted) to a window on the screen, the first time,
-//   which starts the window program, and later; medians over several runs, by turns with the peer
+//   which starts the window program, and later; medians over several runs, by turns with the peers
 // - how much memory the window program grows over ROUNDS (100) of opening and closing the problem reporting
 //   window and the upload window, what both programs take, and when the window program is gone
 // - processor time and wake-ups before any window, and after all are closed again
@@ -17,9 +18,9 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <xcb/xcb.h>
 
 #include <QApplication>
+#include <QLabel>
 #include <QSocketNotifier>
 #include <QWidget>
 #include <algorithm>
@@ -34,133 +35,23 @@
 #include <vector>
 
 #include "ProcessFigures.h"
+#include "Screen.h"
 #include "orvane_dga_client.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
+using Clock = Screen::Clock;
 
 constexpr int kFirstTimes = 7;
 constexpr int kLaterTimes = 21;
 constexpr int kWheelSeconds = 10;
 constexpr std::chrono::seconds kLongestWarmth{60};
 
-[[noreturn]] void fail(const std::string& why) {
-    std::fprintf(stderr, "window_bench: %s\n", why.c_str());
-    std::exit(1);
-}
-
 double median(std::vector<double> values) {
     std::nth_element(values.begin(), values.begin() + static_cast<long>(values.size() / 2), values.end());
     return values[values.size() / 2];
 }
-
-/// Sees windows come, and closes them as a window manager does. Needs a display without one.
-class Screen {
-public:
-    Screen() : connection_(xcb_connect(nullptr, nullptr)) {
-        if (xcb_connection_has_error(connection_) != 0)
-            fail("there is no display; see the head of WindowBench.cpp");
-        root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
-        const uint32_t events = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
-        xcb_change_window_attributes(connection_, root_, XCB_CW_EVENT_MASK, &events);
-        xcb_flush(connection_);
-    }
-
-    /// Waits until another window is on the screen and is painted white; 0 if `unlessGone` is closed instead.
-    xcb_window_t nextWindow(xcb_window_t unlessGone = 0) {
-        const auto end = Clock::now() + 20s;
-        xcb_window_t window = 0;
-        while (window == 0) {
-            if (unlessGone != 0 && !isShown(unlessGone))
-                return 0;
-            if (xcb_generic_event_t* const event = xcb_poll_for_event(connection_)) {
-                if ((event->response_type & 0x7f) == XCB_MAP_NOTIFY)
-                    window = reinterpret_cast<xcb_map_notify_event_t*>(event)->window;
-                free(event);
-            } else {
-                pause(end);
-            }
-        }
-        while (!isPainted(window))
-            pause(end);
-        return window;
-    }
-
-    void waitForKeyboard(xcb_window_t window) {
-        const auto end = Clock::now() + 10s;
-        while (!hasKeyboard(window))
-            pause(end);
-    }
-
-    void close(xcb_window_t window) {
-        askToClose(window);
-        waitUntilGone(window);
-    }
-
-    void askToClose(xcb_window_t window) {
-        xcb_client_message_event_t message{};
-        message.response_type = XCB_CLIENT_MESSAGE;
-        message.format = 32;
-        message.window = window;
-        message.type = atom("WM_PROTOCOLS");
-        message.data.data32[0] = atom("WM_DELETE_WINDOW");
-        xcb_send_event(connection_, 0, window, XCB_EVENT_MASK_NO_EVENT,
-                       reinterpret_cast<const char*>(&message));
-        xcb_flush(connection_);
-    }
-
-    void waitUntilGone(xcb_window_t window) {
-        const auto end = Clock::now() + 10s;
-        while (isShown(window))
-            pause(end);
-    }
-
-private:
-    static void pause(Clock::time_point end) {
-        if (Clock::now() > end)
-            fail("a window did not come or go");
-        std::this_thread::sleep_for(200us);
-    }
-
-    xcb_atom_t atom(const std::string& name) {
-        auto* const reply = xcb_intern_atom_reply(
-            connection_, xcb_intern_atom(connection_, 0, static_cast<uint16_t>(name.size()), name.c_str()),
-            nullptr);
-        const xcb_atom_t value = reply->atom;
-        free(reply);
-        return value;
-    }
-
-    bool isShown(xcb_window_t window) {
-        auto* const reply = xcb_get_window_attributes_reply(
-            connection_, xcb_get_window_attributes(connection_, window), nullptr);
-        const bool shown = reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
-        free(reply);
-        return shown;
-    }
-
-    bool hasKeyboard(xcb_window_t window) {
-        auto* const reply = xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr);
-        const bool has = reply && reply->focus == window;
-        free(reply);
-        return has;
-    }
-
-    bool isPainted(xcb_window_t window) {
-        auto* const reply = xcb_get_image_reply(
-            connection_, xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, window, 4, 4, 1, 1, ~0U),
-            nullptr);
-        const bool painted =
-            reply && xcb_get_image_data_length(reply) >= 3 && xcb_get_image_data(reply)[0] == 0xff;
-        free(reply);
-        return painted;
-    }
-
-    xcb_connection_t* connection_;
-    xcb_window_t root_ = 0;
-};
 
 /// What is measured: something that opens a window when it is asked to.
 struct Subject {
@@ -327,9 +218,13 @@ double uploadGrowth(Screen& screen, const Subject& assistant, int rounds) {
     return static_cast<double>(statusValue(assistant.windowPid(), "", "VmRSS") - before);
 }
 
-// The peer: opens an empty window for each byte that it reads.
+// A peer: opens an empty window, or one with a word, for each byte that it reads.
 
-[[noreturn]] void bePeer() {
+constexpr char kPeerVariable[] = "WINDOW_BENCH_PEER";
+constexpr char kEmpty[] = "empty";
+constexpr char kWithText[] = "text";
+
+[[noreturn]] void bePeer(bool showsText) {
     int count = 1;
     char name[] = "peer";
     char* arguments[] = {name, nullptr};
@@ -339,23 +234,25 @@ double uploadGrowth(Screen& screen, const Subject& assistant, int rounds) {
     white.setColor(QPalette::Window, Qt::white);
     QApplication::setPalette(white);
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
-    QObject::connect(&input, &QSocketNotifier::activated, [] {
+    QObject::connect(&input, &QSocketNotifier::activated, [showsText] {
         char byte = 0;
         if (read(STDIN_FILENO, &byte, 1) != 1)
             _exit(0);
         auto* const window = new QWidget;
         window->setAttribute(Qt::WA_DeleteOnClose);
         window->resize(544, 480);
+        if (showsText)
+            (new QLabel(QStringLiteral("Peer"), window))->move(32, 32);
         window->show();
     });
     std::exit(QApplication::exec());
 }
 
 // Its first window counts from the start of the program: the assistant loads the toolkit with its first one.
-Subject startPeer() {
+Subject startPeer(const char* kind) {
     auto pipeEnd = std::make_shared<int>(-1);
     auto pid = std::make_shared<pid_t>(0);
-    const auto start = [pipeEnd, pid] {
+    const auto start = [pipeEnd, pid, kind] {
         int ends[2];
         if (pipe2(ends, O_CLOEXEC) != 0)
             fail("no pipe");
@@ -363,7 +260,7 @@ Subject startPeer() {
         if (*pid == 0) {
             prctl(PR_SET_PDEATHSIG, SIGKILL);
             dup2(ends[0], STDIN_FILENO);
-            setenv("WINDOW_BENCH_PEER", "1", 1);
+            setenv(kPeerVariable, kind, 1);
             execl("/proc/self/exe", "window_bench", nullptr);
             _exit(127);
         }
@@ -386,8 +283,8 @@ Subject startPeer() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (std::getenv("WINDOW_BENCH_PEER"))
-        bePeer();
+    if (const char* const kind = std::getenv(kPeerVariable))
+        bePeer(std::string(kind) == kWithText);
     if (argc < 2)
         fail("usage: window_bench ASSISTANT [ROUNDS [IDLE-SECONDS]]");
     const int rounds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 100;
@@ -402,10 +299,12 @@ int main(int argc, char** argv) {
     fresh.end();
 
     Contender own{[&] { return startAssistant(argv[1], server.url()); }, {}, {}, {}};
-    Contender peer{startPeer, {}, {}, {}};
-    measureOpenings(screen, {&own, &peer});
+    Contender peer{[] { return startPeer(kEmpty); }, {}, {}, {}};
+    Contender textPeer{[] { return startPeer(kWithText); }, {}, {}, {}};
+    measureOpenings(screen, {&own, &peer, &textPeer});
     const Growth peerGrowth = growthOver(screen, peer.running, rounds);
     peer.running.end();
+    textPeer.running.end();
     const Subject& assistant = own.running;
     const Growth ownGrowth = growthOver(screen, assistant, rounds);
     std::this_thread::sleep_for(2s);
@@ -434,7 +333,9 @@ int main(int argc, char** argv) {
     };
     std::printf("%-46s %10s %10s %8s\n", "", "assistant", "peer", "ratio");
     row("request to the first window, ms (median)", median(own.first), median(peer.first));
+    row("  beside a window with a word", median(own.first), median(textPeer.first));
     row("request to a later window, ms (median)", median(own.later), median(peer.later));
+    row("  beside a window with a word", median(own.later), median(textPeer.later));
     row("growth over all rounds, report window, kB", ownGrowth.windows, peerGrowth.windows);
     row("growth over all rounds, upload window, kB", growth);
     row("resident before any window, MB", rssBefore);
