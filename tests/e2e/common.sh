@@ -18,6 +18,13 @@ eventually() {
     return 1
 }
 
+# Tests that run side by side share the ports of the machine.
+free_port() {
+    local port
+    while port=$((20000 + RANDOM % 12000)) && [[ -n $(ss -Hltn "sport = :$port") ]]; do :; done
+    echo "$port"
+}
+
 log_says() { grep -qsF -- "$1" /tmp/orvtrace/dga/*.ovt; }
 
 # post BASE-NAME [USER-INFO]: a notification to the assistant of process id $dga.

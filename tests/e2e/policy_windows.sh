@@ -115,11 +115,12 @@ summary "the administrator's policy forbids it"
 openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -keyout key.pem -out certificate.pem -days 1 \
     -subj /CN=nobody.example 2> /dev/null
 cat key.pem certificate.pem > both.pem
-socat OPENSSL-LISTEN:20443,bind=127.0.0.1,fork,verify=0,cert=both.pem SYSTEM:'head -n 1 >> actions.txt' &
+proxy=$(free_port)
+socat OPENSSL-LISTEN:"$proxy",bind=127.0.0.1,fork,verify=0,cert=both.pem SYSTEM:'head -n 1 >> actions.txt' &
 upload_server --tls certificate.pem key.pem
 policy '[Upload]' VerifyCertificates=true
 telemetry='"enableTelementry": true, "telemetryMetricsURL": "http://metrics.example/", "telemetryHttpHeaders": {}'
-http_proxy=https://127.0.0.1:20443 start_meeting "$telemetry"
+http_proxy=https://127.0.0.1:$proxy start_meeting "$telemetry"
 send_report 'By nobody'
 says "The server's certificate can't be verified."
 await_log "curl's error 60"

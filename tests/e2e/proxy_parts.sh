@@ -3,12 +3,6 @@ export GSETTINGS_BACKEND=keyfile
 mkdir -p "$HOME/.config" scripts arrived
 proxy_log=$PWD/squid/access.log
 
-free_port() {
-    local port
-    while port=$((20000 + RANDOM % 12000)) && [[ -n $(ss -Hltn "sport = :$port") ]]; do :; done
-    echo "$port"
-}
-
 listens() { [[ -n $(ss -Hltn "sport = :$1") ]]; }
 
 # start_squid [SCHEME [HELPER ARGUMENT...]]: one port for everybody, one for who knows the password; with a scheme

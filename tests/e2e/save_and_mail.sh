@@ -42,8 +42,9 @@ for_everybody
 says '*The report is not anonymous: it contains your name*'
 program x-scheme-handler/mailto
 click 'push button' 'Send Mail'
-gone dialog "$title" # once the report is made
 eventually test -e /tmp/link || fail "the mail program is not started"
+await_log ': mailed'
+gone dialog "$title"
 archive=$(only_archive)
 [[ $(value subject) == 'Problem report: Tellan Orvane Meetings for Linux (version 43.6.0.118)' ]] ||
     fail "the subject is $(value subject)"
