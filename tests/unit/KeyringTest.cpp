@@ -49,8 +49,10 @@ TEST(Keyring, AnswersOrIsLeftAlone) {
     EXPECT_EQ(found("proxy.example", 3128, "http"), "none");
     EXPECT_LT(Clock::now() - start, 1s) << "no service";
 
-    // It goes into the background when it can be reached.
-    shell("echo -n password | gnome-keyring-daemon --unlock --components=secrets >/dev/null 2>&1");
+    // It goes into the background before it can be reached.
+    EXPECT_EQ(shell("echo -n password | gnome-keyring-daemon --unlock --components=secrets >/dev/null 2>&1; "
+                    "gdbus wait --session --timeout 15 org.freedesktop.secrets"),
+              "");
     store("exact", "server proxy.example port 3128 protocol http user me");
     store("loose", "server proxy.example user anyone");
     store("other", "server proxy.example port 81 protocol ftp user they");
