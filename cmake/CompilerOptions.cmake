@@ -12,7 +12,7 @@ if(ORVANEDGA_WERROR)
 endif()
 if(NOT ORVANEDGA_SANITIZE)
   # What an empty optional or an index beyond the end would do unseen ends a debug build, and so its tests. The
-  # sanitizers have their own checks.
+  # sanitizer builds run the same tests, and need not see it twice.
   target_compile_definitions(orvanedga_options INTERFACE
     $<$<AND:$<CONFIG:Debug>,$<COMPILE_LANGUAGE:CXX>>:_GLIBCXX_ASSERTIONS>)
 endif()
