@@ -30,6 +30,7 @@ public:
     }
 
     /// Waits until another window is on the screen and is painted white; 0 if `unlessGone` is closed instead.
+    /// `mappedAt` tells when it came on the screen.
     xcb_window_t nextWindow(xcb_window_t unlessGone = 0) {
         const auto end = Clock::now() + std::chrono::seconds(20);
         xcb_window_t window = 0;
@@ -44,10 +45,13 @@ public:
                 pause(end);
             }
         }
+        mappedAt_ = Clock::now();
         while (!isPainted(window))
             pause(end);
         return window;
     }
+
+    Clock::time_point mappedAt() const { return mappedAt_; }
 
     void waitForKeyboard(xcb_window_t window) {
         const auto end = Clock::now() + std::chrono::seconds(10);
@@ -121,4 +125,5 @@ private:
 
     xcb_connection_t* connection_;
     xcb_window_t root_ = 0;
+    Clock::time_point mappedAt_;
 };

@@ -4,7 +4,8 @@
 //     window_bench ASSISTANT [ROUNDS [IDLE-SECONDS]]
 //
 // - from the request for a report (the notification is posted) to a window on the screen, the first time,
-//   which starts the window program, and later; medians over several runs, by turns with the peers
+//   which starts the window program, and later: until it is mapped, and until it is painted as well;
+//   medians over several runs, by turns with the peers
 // - how much memory the window program grows over ROUNDS (100) of opening and closing the problem reporting
 //   window and the upload window, what both programs take, and when the window program is gone
 // - processor time and wake-ups before any window, and after all are closed again
@@ -48,11 +49,6 @@ constexpr int kLaterTimes = 21;
 constexpr int kWheelSeconds = 10;
 constexpr std::chrono::seconds kLongestWarmth{60};
 
-double median(std::vector<double> values) {
-    std::nth_element(values.begin(), values.begin() + static_cast<long>(values.size() / 2), values.end());
-    return values[values.size() / 2];
-}
-
 /// What is measured: something that opens a window when it is asked to.
 struct Subject {
     std::function<void()> open;
@@ -77,19 +73,34 @@ double megabytes(GPid pid) {
     return static_cast<double>(statusValue(pid, "", "VmRSS")) / 1024;
 }
 
-double openOnce(Screen& screen, const Subject& subject, xcb_window_t& window) {
+struct Opening {
+    double mapped = 0;   ///< milliseconds from the request
+    double painted = 0;  ///< milliseconds from the request
+};
+
+Opening openOnce(Screen& screen, const Subject& subject, xcb_window_t& window) {
     const auto begin = Clock::now();
     subject.open();
     window = screen.nextWindow();
-    return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
+    const std::chrono::duration<double, std::milli> mapped = screen.mappedAt() - begin;
+    const std::chrono::duration<double, std::milli> painted = Clock::now() - begin;
+    return {mapped.count(), painted.count()};
+}
+
+double median(const std::vector<Opening>& openings, double Opening::*figure) {
+    std::vector<double> values;
+    for (const Opening& opening : openings)
+        values.push_back(opening.*figure);
+    std::nth_element(values.begin(), values.begin() + static_cast<long>(values.size() / 2), values.end());
+    return values[values.size() / 2];
 }
 
 /// One of the programs that are compared.
 struct Contender {
     std::function<Subject()> start;
     Subject running;
-    std::vector<double> first;  ///< milliseconds
-    std::vector<double> later;  ///< milliseconds
+    std::vector<Opening> first;
+    std::vector<Opening> later;
 };
 
 /// By turns, so that what else the machine does meets all alike.
@@ -332,10 +343,18 @@ int main(int argc, char** argv) {
         std::printf("\n");
     };
     std::printf("%-46s %10s %10s %8s\n", "", "assistant", "peer", "ratio");
-    row("request to the first window, ms (median)", median(own.first), median(peer.first));
-    row("  beside a window with a word", median(own.first), median(textPeer.first));
-    row("request to a later window, ms (median)", median(own.later), median(peer.later));
-    row("  beside a window with a word", median(own.later), median(textPeer.later));
+    const auto openingRows = [&](const char* which, std::vector<Opening> Contender::*openings) {
+        std::printf("request to %s window, ms (medians)\n", which);
+        for (const auto& [until, figure] :
+             {std::pair{"mapped", &Opening::mapped}, std::pair{"painted", &Opening::painted}}) {
+            const double mine = median(own.*openings, figure);
+            row((std::string("  ") + until).c_str(), mine, median(peer.*openings, figure));
+            row((std::string("  ") + until + ", beside a window with a word").c_str(), mine,
+                median(textPeer.*openings, figure));
+        }
+    };
+    openingRows("the first", &Contender::first);
+    openingRows("a later", &Contender::later);
     row("growth over all rounds, report window, kB", ownGrowth.windows, peerGrowth.windows);
     row("growth over all rounds, upload window, kB", growth);
     row("resident before any window, MB", rssBefore);

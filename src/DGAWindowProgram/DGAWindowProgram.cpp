@@ -203,10 +203,9 @@ void DGAWindowProgram::showPrompt(int level) {
     prompt_->show();
 }
 
-// A window that is opened afresh takes language, service and permissions as they are now.
 void DGAWindowProgram::showReport() {
     auto& report = windows().rpWindowCtrl;
-    if (!report || !report->isVisible())
+    if (!report)
         report = windows().makeProblemReportingWindow();
     if (report)
         report->showPRWindow();

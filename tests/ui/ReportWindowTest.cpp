@@ -138,6 +138,7 @@ TEST_F(ProblemReportingWindowTest, AnOpenWindowKeepsWhatWasEnteredAndAClosedOneF
     open();
     EXPECT_EQ(box().title(), dgaText(lDGADropListNotResponding));
     EXPECT_EQ(box().findText(dgaText(lDGADropListNotResponding)), -1);
+    controller->window().showMaximized();
     ui::click(send());
     EXPECT_THAT(upload->asked,
                 ElementsAre(Upload({.systemInfo = true,
@@ -147,6 +148,7 @@ TEST_F(ProblemReportingWindowTest, AnOpenWindowKeepsWhatWasEnteredAndAClosedOneF
                                    "no sound", 6)));
 
     open();
+    EXPECT_FALSE(controller->window().isMaximized());
     EXPECT_EQ(field().stringValue(), "") << "that draft has become a report";
     EXPECT_EQ(box().title(), lDGADropListChooseType);
     EXPECT_TRUE(find<DGACheckboxButton>("_fullBtn").selected());
@@ -556,6 +558,7 @@ TEST_F(ProblemReportingWindowTest, MayBeClosedOrReleasedWhileAReportIsMade) {
         leaveBy("alt+F4", true);  // the way out of a report that never gets ready
         open();
         EXPECT_EQ(status(), "1111");
+        EXPECT_FALSE(find<QWidget>("_spinV").isVisible());
         finish();
         EXPECT_TRUE(controller->isVisible());
         EXPECT_FALSE(savePanel());

@@ -10,6 +10,7 @@
 #include <QPainter>
 #include <QPointer>
 #include <QScreen>
+#include <QScrollBar>
 #include <QWindow>
 #include <algorithm>
 #include <chrono>
@@ -145,6 +146,8 @@ void DGAWindowBase::center() {
     ensurePolished();
     adoptFrame();
     fit();
+    if (scroll_ && !isVisible())
+        scroll_->verticalScrollBar()->setValue(0);
     const QRect room = workArea();
     if (room.isEmpty())
         return;

@@ -126,10 +126,13 @@ void DGAProblemReportingWindowController::beginNewReport() {
     rights_ = {};
     serviceType_ = record().serviceType;
     dgaLabelReportForm(*ui_, window(), sends_, serviceType_);
+    window().setWindowState(Qt::WindowNoState);
     status_ = true;
     isHandedOn_ = false;
     savesKept_.clear();
     ui_->_noticeV->clear();
+    ui_->_keptV->clear();
+    dgaShowBusy(*ui_, false);
     ui_->_textField->setStringValue("");
     ui_->_fullBtn->setSelected(true);
     ui_->_sysInfoBtn->setSelected(true);
