@@ -2,6 +2,8 @@
 
 #include <xcb/xcb.h>
 
+#include <QFont>
+#include <QFontMetrics>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QWidget>
@@ -13,6 +15,9 @@
 namespace {
 
 constexpr QMargins kUsualFrame{1, 36, 1, 1};
+// Of the frame that the toolkit draws on Wayland (QWaylandBradientDecoration of Qt 6.4).
+constexpr int kFrameFontSize = 14;
+constexpr int kFrameButtons = 80;
 
 struct Freer {
     void operator()(void* memory) const { std::free(memory); }
@@ -43,10 +48,23 @@ bool isManaged(xcb_connection_t* connection) {
 
 }  // namespace
 
+bool dgaOnWayland() {
+    return QGuiApplication::platformName() == QLatin1String("wayland");
+}
+
 bool dgaDesktopDrawsFrames() {
     if (const auto* const x11 = qApp->nativeInterface<QNativeInterface::QX11Application>())
         return isManaged(x11->connection());
-    return QGuiApplication::platformName() == QLatin1String("wayland");
+    return dgaOnWayland();
+}
+
+// The toolkit's frame writes it in the middle, and its buttons cut it off.
+int dgaTitleWidth(const QString& title) {
+    if (!dgaOnWayland())
+        return 0;
+    QFont font;
+    font.setPixelSize(kFrameFontSize);
+    return QFontMetrics(font).horizontalAdvance(title) + 2 * kFrameButtons;
 }
 
 QRect dgaWorkArea(const QScreen& screen) {

@@ -9,6 +9,8 @@
 #include <memory>
 #include <string_view>
 
+#include "DGAMonitor/View/DGADesktopFrame.h"
+
 namespace {
 
 // The toolkit reads it with its next activation, and takes it away.
@@ -80,12 +82,12 @@ void dgaActivateWindow(QWidget& window) {
 }
 
 bool dgaMayActivateWindows() {
-    return QGuiApplication::platformName() != QLatin1String("wayland") || qEnvironmentVariableIsSet(kToken);
+    return !dgaOnWayland() || qEnvironmentVariableIsSet(kToken);
 }
 
 void dgaSetActivationToken(const std::string& token) {
     if (token.empty())
         qunsetenv(kToken);
-    else if (QGuiApplication::platformName() == QLatin1String("wayland"))
+    else if (dgaOnWayland())
         qputenv(kToken, QByteArray::fromStdString(token));
 }

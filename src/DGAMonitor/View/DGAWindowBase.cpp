@@ -30,6 +30,7 @@ namespace {
 
 constexpr int kFloatingLevel = 3;
 constexpr std::chrono::milliseconds kLongestActivation{400};
+constexpr std::chrono::milliseconds kSizeIsHeard{1000};
 
 // A plain widget counts as a mere group of others, whose name and text no screen reader tells.
 QAccessibleInterface* makeAccessible(const QString& /*className*/, QObject* object) {
@@ -160,6 +161,8 @@ void DGAWindowBase::center() {
 void DGAWindowBase::setDrawnFrame(QWidget& title, QWidget& closeButton) {
     title_ = &title;
     closeButton_ = &closeButton;
+    titleRoom_ = new QSpacerItem(0, 0, QSizePolicy::Minimum, QSizePolicy::Fixed);
+    layout()->addItem(titleRoom_);
     adoptFrame();
 }
 
@@ -185,9 +188,15 @@ void DGAWindowBase::adoptFrame() {
     QMargins margins = layout()->contentsMargins();
     margins.setTop(drawn ? 2 * DGAStyle::kGrid : DGAStyle::kGrid);
     layout()->setContentsMargins(margins);
+    const int room = drawn ? 0 : qMax(0, dgaTitleWidth(windowTitle()) - margins.left() - margins.right());
+    if (titleRoom_->sizeHint().width() == room)
+        return;
+    titleRoom_->changeSize(room, 0, QSizePolicy::Minimum, QSizePolicy::Fixed);
+    layout()->invalidate();
 }
 
 void DGAWindowBase::fit() {
+    const QSize before = size();
     const QSize room = workArea().marginsRemoved(dgaFrameOf(*this)).size();
     if (scroll_ && !room.isEmpty()) {
         scroll_->setHeightLimit(QWIDGETSIZE_MAX);
@@ -210,12 +219,32 @@ void DGAWindowBase::fit() {
     else
         adjustSize();
     fitted_ = size();
+    if (!dgaOnWayland() || !isVisible() || fitted_ == before)
+        return;
+    outdated_ = before;
+    sinceFit_.start();
+}
+
+// What a compositor says to a window before it hears of the new size, such as that it is active, comes with
+// the last one, and the toolkit obeys.
+void DGAWindowBase::fitOnceMore() {
+    if (!sinceFit_.isValid() || sinceFit_.hasExpired(kSizeIsHeard.count()) ||
+        size() != outdated_.expandedTo(minimumSize()))
+        return;
+    platform::performOnMain([window = QPointer<DGAWindowBase>(this)] {
+        if (!window)
+            return;
+        window->fit();
+        window->sinceFit_.invalidate();  // one that insists has its way
+    });
 }
 
 bool DGAWindowBase::event(QEvent* event) {
     const bool handled = QWidget::event(event);
     if (event->type() == QEvent::WindowActivate)
         keyboardWantedBy().clear();
+    if (event->type() == QEvent::Resize && isVisible())
+        fitOnceMore();
     // Its layout may have made it as large as it has to be at least.
     const QSize off = size() - fitted_.expandedTo(minimumSize());
     if (event->type() == QEvent::LayoutRequest && isVisible() && qAbs(off.width()) <= kRounding &&

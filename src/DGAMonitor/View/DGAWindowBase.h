@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QPoint>
 #include <QPointer>
 #include <QWidget>
@@ -8,6 +9,7 @@
 #include "DGAMonitor/View/DGAScrollArea.h"
 
 class QBoxLayout;
+class QSpacerItem;
 
 /// The base of all windows: white, in the desktop's own frame, moved by dragging its background, too, as
 /// large as its layout needs until the user gives it another size, and never larger than the work area. Made
@@ -72,12 +74,16 @@ private:
     bool hasKeyboard() const;
     void adoptFrame();
     void fit();
+    void fitOnceMore();
     QRect workArea() const;
 
     QPointer<QWidget> title_;
     QPointer<QWidget> closeButton_;
     QPointer<DGAScrollArea> scroll_;
-    QSize fitted_;  // the size that its contents have given it
+    QSpacerItem* titleRoom_ = nullptr;  // its layout's
+    QSize fitted_;                      // the size that its contents have given it
+    QSize outdated_;                    // what it had before that
+    QElapsedTimer sinceFit_;
     bool hiddenForPicture_ = false;
     QPointer<QWidget> focusBefore_;  // what had its keyboard before that
     bool shownBefore_ = false;       // it is no new window to the desktop
