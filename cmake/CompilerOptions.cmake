@@ -61,3 +61,14 @@ function(orvanedga_add_layer name)
     target_compile_options(${name} PRIVATE "$<$<CONFIG:Release,RelWithDebInfo>:-Os>")
   endif()
 endfunction()
+
+# orvanedga_use_forms(LAYER FORMS name... SOURCES file...): files of the layer that include "ui_<name>.h", which is made of
+# resources/<name>.ui.
+function(orvanedga_use_forms layer)
+  cmake_parse_arguments(ARG "" "" "FORMS;SOURCES" ${ARGN})
+  set_target_properties(${layer} PROPERTIES
+    AUTOMOC ON AUTOUIC ON AUTOUIC_SEARCH_PATHS ${PROJECT_SOURCE_DIR}/resources)
+  # Ninja looks at those headers before they are made anew, and would compile a changed form only with the next build.
+  list(TRANSFORM ARG_FORMS REPLACE "(.+)" "${PROJECT_SOURCE_DIR}/resources/\\1.ui")
+  set_property(SOURCE ${ARG_SOURCES} APPEND PROPERTY OBJECT_DEPENDS ${ARG_FORMS})
+endfunction()

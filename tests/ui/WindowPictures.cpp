@@ -4,16 +4,19 @@
 //     window_pictures FOLDER LANGUAGE...
 //
 // makes FOLDER/<language>/<state>.png. Run through scripts/make-pictures: it needs a display and a window
-// manager.
+// manager, or a Wayland desktop of one colour with grim.
 
 #include <QApplication>
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileDialog>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPainter>
+#include <QProcess>
 #include <QScreen>
+#include <QTimer>
 #include <cstdio>
 #include <fstream>
 #include <functional>
@@ -23,6 +26,7 @@
 #include "DGAMonitor/DGACoreWindowServices.h"
 #include "DGAMonitor/Report/DGAReportGenerator.h"
 #include "DGAMonitor/Session/DGASessionRecord.h"
+#include "DGAMonitor/View/DGADesktopFrame.h"
 #include "DGAMonitor/View/DGAFrozeWindowController.h"
 #include "DGAMonitor/View/SendReport/Controller/DGAProblemReportingWindowController.h"
 #include "DGAMonitor/View/SendReport/View/DGACheckboxButton.h"
@@ -31,7 +35,6 @@
 #include "DGAMonitor/Windows/DGAApplicationWindows.h"
 #include "DGAUpload/ui/UploadWindowController.h"
 #include "DGAWindowProgram/DGAToolkit.h"
-#include "platform/RunLoop.h"
 #include "reportproblem/ReportSources.h"
 #include "support/widgets/QuivetSpinImageView.h"
 
@@ -40,7 +43,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr char kAddress[] = "asa.oberg@example.com";
-constexpr int kMargin = 32;  // points around what is shown
+constexpr int kLongestMoves = 12;  // quarters of a second until windows stand still
+constexpr int kMargin = 32;        // points around what is shown
 const QColor kBackground(0xe8, 0xed, 0xf4);
 
 // What the user of the pictures has written.
@@ -53,7 +57,9 @@ std::string description(const std::string& language) {
 }
 
 void runFor(std::chrono::milliseconds time) {
-    platform::RunLoop::main().runFor(time);
+    QEventLoop loop;
+    QTimer::singleShot(time, &loop, &QEventLoop::quit);
+    loop.exec();
 }
 
 QList<QWidget*> shownWindows() {
@@ -83,7 +89,47 @@ void paintShadow(QPainter& painter, const QRectF& frame) {
     }
 }
 
+// On Wayland only the compositor knows where windows are, and what they look like.
+QImage windowsOnDesktop() {
+    QProcess grim;
+    grim.start(QStringLiteral("grim"), {QStringLiteral("-")});
+    grim.waitForFinished();
+    QImage desktop = QImage::fromData(grim.readAllStandardOutput()).convertToFormat(QImage::Format_RGB32);
+    if (desktop.isNull())
+        return {};
+    const QRgb ground = desktop.pixel(0, 0);
+    QRect windows;
+    for (int y = 0; y < desktop.height(); ++y) {
+        auto* const line = reinterpret_cast<QRgb*>(desktop.scanLine(y));
+        for (int x = 0; x < desktop.width(); ++x) {
+            if (line[x] != ground)
+                windows |= QRect(x, y, 1, 1);
+            else
+                line[x] = kBackground.rgb();
+        }
+    }
+    if (windows.isEmpty())
+        return {};
+    const int margin = qRound(kMargin * qApp->devicePixelRatio());
+    return desktop.copy(windows.adjusted(-margin, -margin, margin, margin));
+}
+
+// Once it stays as it is.
+QImage pictureOfDesktop() {
+    QImage last;
+    for (int i = 0; i < kLongestMoves; ++i) {
+        const QImage now = windowsOnDesktop();
+        if (!now.isNull() && now == last)
+            break;
+        last = now;
+        runFor(250ms);
+    }
+    return last;
+}
+
 QImage picture() {
+    if (dgaOnWayland())
+        return pictureOfDesktop();
     const QList<QWidget*> windows = shownWindows();
     QRect frame;
     for (const QWidget* const window : windows)
@@ -190,6 +236,19 @@ private:
         }
     }
 
+    // A desktop without a keyboard has no active window, and on Wayland only a key opens a list in its place.
+    void takeAfterKey(const char* state, const char* key, const std::function<void()>& withoutKey) {
+        QProcess keyboard;
+        if (dgaOnWayland())
+            keyboard.start(QStringLiteral("wtype"), {"-s", "1000", "-k", key, "-s", "20000"});
+        else
+            withoutKey();
+        runFor(dgaOnWayland() ? 2s : 0s);
+        take(state);
+        keyboard.kill();
+        keyboard.waitForFinished();
+    }
+
     void prompt() {
         DGAFrozeWindowController prompt;
         prompt.center();
@@ -222,13 +281,13 @@ private:
         take("report-filled");
         auto* const box = window.findChild<LarimoDropdownBox*>();
         box->setFocus();
-        box->showPopup();
-        take("report-categories");
+        takeAfterKey("report-categories", "space", [box] { box->showPopup(); });
         box->hidePopup();
-        auto* const info =
-            window.findChild<DGACheckboxButton*>("_sysInfoBtn")->findChild<DGAMouseTrackingButton*>();
-        info->setFocus(Qt::TabFocusReason);
-        take("report-information");
+        auto* const system = window.findChild<DGACheckboxButton*>("_sysInfoBtn");
+        system->setFocus();
+        takeAfterKey("report-information", "Tab", [system] {
+            system->findChild<DGAMouseTrackingButton*>()->setFocus(Qt::TabFocusReason);
+        });
         contentsOf(window);
     }
 
