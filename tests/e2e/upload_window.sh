@@ -1,6 +1,6 @@
 # What happens around an upload that takes its time.
 . "$(dirname "$0")/windows.sh"
-upload_server --delay 3000
+upload_server --delay 6000
 head -c 400000 /dev/urandom > client.log
 threads() { ls "/proc/$(window_program)/task" | wc -l; }
 # brightness FILE: of the middle of a picture, where the windows are, in percent.
