@@ -127,6 +127,7 @@ void DGAProblemReportingWindowController::beginNewReport() {
     serviceType_ = record().serviceType;
     dgaLabelReportForm(*ui_, window(), sends_, serviceType_);
     window().setWindowState(Qt::WindowNoState);
+    abandonReport();
     status_ = true;
     isHandedOn_ = false;
     savesKept_.clear();
