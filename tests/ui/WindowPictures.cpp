@@ -239,11 +239,12 @@ private:
     // A desktop without a keyboard has no active window, and on Wayland only a key opens a list in its place.
     void takeAfterKey(const char* state, const char* key, const std::function<void()>& withoutKey) {
         QProcess keyboard;
-        if (dgaOnWayland())
+        if (dgaOnWayland()) {
             keyboard.start(QStringLiteral("wtype"), {"-s", "1000", "-k", key, "-s", "20000"});
-        else
+            runFor(2s);
+        } else {
             withoutKey();
-        runFor(dgaOnWayland() ? 2s : 0s);
+        }
         take(state);
         keyboard.kill();
         keyboard.waitForFinished();
