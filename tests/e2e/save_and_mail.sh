@@ -67,7 +67,7 @@ monitor=$!
 eventually test -s watched.txt || fail "the bus cannot be watched"
 click 'push button' 'Show in Folder'
 eventually test -e /tmp/link || fail "no folder is opened"
-grep -qF "\"file://$archive\"" watched.txt || fail "the file manager is asked: $(cat watched.txt)"
+eventually grep -qF "\"file://$archive\"" watched.txt || fail "the file manager is asked: $(cat watched.txt)"
 [[ $(cat /tmp/link) == *"$HOME"/ ]] || fail "another folder: $(cat /tmp/link)"
 kill "$monitor"
 ends_by Escape
