@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
+#include <future>
 #include <thread>
 
 #include "DGAMonitor/DGACoreWindowServices.h"
@@ -43,6 +44,15 @@ bool isOnScreen() {
     return shell("xdotool search --onlyvisible --name 'Problem Reporting' >/dev/null 2>&1");
 }
 
+// By a command of its own: with a window it decides for the press and for the release how to send it, and a
+// key that closes the window may then stay down.
+void press(const std::string& keys) {
+    shell(
+        "xdotool search --sync --onlyvisible --name 'Problem Reporting' windowfocus --sync && "
+        "xdotool " +
+        keys);
+}
+
 class WindowProcessTest : public testing::Test {
 protected:
     WindowProcessTest() {
@@ -54,6 +64,11 @@ protected:
     void use(DGAWindowProcess::Settings settings) {
         process = std::make_shared<DGAWindowProcess>(std::move(settings));
         windows().installFactory(process);
+    }
+    /// As who takes a picture does: on another thread, until it is done.
+    void hide(bool hidden) {
+        const auto done = std::async(std::launch::async, [&] { process->setHidden(hidden); });
+        EXPECT_TRUE(eventually([&] { return done.wait_for(0s) == std::future_status::ready; }));
     }
     std::shared_ptr<DGAFrozeWindowInterface> ask() {
         auto prompt = windows().makeFrozeWindow(answers);
@@ -91,11 +106,13 @@ TEST_F(WindowProcessTest, AWindowCountsFromTheRequestUntilItIsClosed) {
     const auto report = windows().makeProblemReportingWindow();
     report->showPRWindow();
     EXPECT_TRUE(eventually(isOnScreen));
-    process->setHidden(true);
-    EXPECT_TRUE(report->isVisible()) << "taken off the screen for a picture only";
-    shell("xdotool search --onlyvisible --name 'Problem Reporting' key Escape");
-    report->close();
+    hide(true);
     EXPECT_TRUE(eventually([] { return !isOnScreen(); }));
+    EXPECT_TRUE(report->isVisible()) << "taken off the screen for a picture only";
+    hide(false);
+    EXPECT_TRUE(eventually(isOnScreen));
+    press("key Escape");
+    EXPECT_TRUE(eventually([&] { return !report->isVisible(); })) << "closed by the user";
     EXPECT_TRUE(answers->indices.empty());
 }
 
@@ -121,8 +138,7 @@ TEST_F(WindowProcessTest, WhatWasTypedOutlivesTheProgram) {
     const auto report = windows().makeProblemReportingWindow();
     report->showPRWindow();
     ASSERT_TRUE(eventually(isOnScreen));
-    shell(
-        "xdotool search --sync --onlyvisible --name 'Problem Reporting' windowfocus --sync type 'no sound'");
+    press("type 'no sound'");
     EXPECT_TRUE(eventually([&] { return draft() == "no sound"; })) << draft();
     complaint([&] {
         shell("pkill -KILL -P " + std::to_string(getpid()) + " orvanedga-windo");
@@ -130,7 +146,7 @@ TEST_F(WindowProcessTest, WhatWasTypedOutlivesTheProgram) {
     });
     report->showPRWindow();
     ASSERT_TRUE(eventually(isOnScreen));
-    shell("xdotool search --sync --onlyvisible --name 'Problem Reporting' windowfocus --sync type ' at all'");
+    press("type ' at all'");
     EXPECT_TRUE(eventually([&] { return draft() == "no sound at all"; })) << draft();
     report->close();
 }
