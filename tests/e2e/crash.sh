@@ -10,6 +10,15 @@ for_everybody
 eventually only_archive > /dev/null || fail "not one archive: $(ls /tmp/orvdga)"
 xdotool type 'It was gone'
 see 'combo box' '-- Choose a problem type --'
+# Asked for again, it comes back to the front from behind what the user has turned to.
+another_program
+others_has_keyboard() { [[ $(xdotool getwindowfocus getwindowpid 2> /dev/null) == $(other_window_program) ]]; }
+eventually others_has_keyboard || fail "the other program has no keyboard"
+key Tab
+sleep 0.3 # until the window manager counts that as use
+post ORVANE_DGA_GENERATE_REPORT > /dev/null
+in_front
+kill "$(other_window_program)"
 # Ready to quit, but not as long as the window is up.
 await_log 'noVisibleWindow = 0,readyToQuit = 1' 2
 close_report

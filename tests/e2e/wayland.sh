@@ -57,23 +57,15 @@ key Escape
 gone dialog 'See What Is Sent'
 
 # Another program's window lies over it; the next request brings it back to the front.
-/usr/bin/python3 - << 'END' &
-import json, os, socket, struct, subprocess
-ours, theirs = socket.socketpair()
-program = subprocess.Popen([os.environ["ORVANEDGA_BIN"] + "/../lib/orvanedga/orvanedga-windows"], stdout=theirs)
-theirs.close()
-show = json.dumps({"number": 1, "window": 1, "level": 0}).encode()
-ours.sendall(struct.pack("<iI", 2, len(show)) + show)
-program.wait()
-END
-other=$!
+another_program
 seen 2
 eventually test "$(windows | grep -c '^1 .* [0-9]* [12][0-9][0-9] ')" = 1 || fail "the prompt does not come up: $(windows)"
+windows | grep -q '^1 [0-9]* [0-9]* 4[3-9][0-9] ' || fail "the frame's buttons cut the title: $(windows)"
 post ORVANE_DGA_GENERATE_REPORT > /dev/null
 report_is_focused() { windows | grep -q "^1 .* [3-9][0-9][0-9] [A-Z]"; }
 eventually report_is_focused || fail "the report window stays behind: $(windows)"
 # A token that the compositor does not honour loses nothing.
-swaymsg "[pid=$(pgrep -P "$other")] focus" > /dev/null
+swaymsg "[pid=$(other_window_program)] focus" > /dev/null
 post ORVANE_DGA_GENERATE_REPORT "{'activationToken': <'stale'>}" > /dev/null
 eventually report_is_focused || fail "the report window stays behind with a token: $(windows)"
 # With a question over it, it comes back below the question.
@@ -81,14 +73,14 @@ key Escape
 see 'push button' 'Keep Writing'
 asks() { windows | grep -q "^1 .* 1[0-9][0-9] [A-Z]"; }
 eventually asks || fail "no question: $(windows)"
-swaymsg "[pid=$(pgrep -P "$other")] focus" > /dev/null
+swaymsg "[pid=$(other_window_program)] focus" > /dev/null
 post ORVANE_DGA_GENERATE_REPORT > /dev/null
-ours_asks() { asks && ! swaymsg -t get_tree | grep -A60 '"focused": true' | grep -q "\"pid\": $(pgrep -P "$other")"; }
+ours_asks() { asks && ! swaymsg -t get_tree | grep -A60 '"focused": true' | grep -q "\"pid\": $(other_window_program)"; }
 eventually ours_asks || fail "the question stays behind: $(windows)"
 key Return
 gone 'push button' 'Keep Writing'
 eventually report_is_focused || fail "the keyboard stays elsewhere: $(windows)"
-kill "$(pgrep -P "$other")"
+kill "$(other_window_program)"
 seen 1
 
 key ctrl+Return

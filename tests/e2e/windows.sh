@@ -47,6 +47,20 @@ type_text() { xdotool type --delay 2 -- "$1"; }
 key() { xdotool key --clearmodifiers "$@"; }
 # window_program: its process id.
 window_program() { pgrep -P "$dga" -x orvanedga-windo; }
+# another_program: shows the prompt, as if it belonged to somebody else; sets other.
+another_program() {
+    /usr/bin/python3 - << 'END' &
+import json, os, socket, struct, subprocess
+ours, theirs = socket.socketpair()
+program = subprocess.Popen([os.environ["ORVANEDGA_BIN"] + "/../lib/orvanedga/orvanedga-windows"], stdout=theirs)
+theirs.close()
+show = json.dumps({"number": 1, "window": 1, "level": 0}).encode()
+ours.sendall(struct.pack("<iI", 2, len(show)) + show)
+program.wait()
+END
+    other=$!
+}
+other_window_program() { pgrep -P "$other"; }
 has_keyboard() { [[ $(xdotool getwindowfocus getwindowpid 2> /dev/null) == $(window_program) ]]; }
 in_front() { eventually has_keyboard || fail "the keyboard is elsewhere: $(xdotool getwindowfocus getwindowname 2>&1)"; }
 

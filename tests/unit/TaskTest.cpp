@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/wait.h>
@@ -261,6 +262,7 @@ TEST(TaskToolTest, RunsNothingWithoutTheResourceFolder) {
 }
 
 TEST(ZipTest, BuildsItsArguments) {
+    const std::string home = getenv("HOME");
     setenv("HOME", "/home/of-test", 1);
     const ZipShellCommand zip;
     EXPECT_THAT(zip.getZipCommandArgumentsWithFilesToBeCompressed({"~/a.ovt", "", "/tmp/b.ovt"}, "/tmp/Log"),
@@ -274,6 +276,9 @@ TEST(ZipTest, BuildsItsArguments) {
                                                          {"", ""}};
     for (const auto& [path, expanded] : paths)
         EXPECT_EQ(platform::expandTilde(path), expanded);
+    unsetenv("HOME");
+    EXPECT_EQ(platform::expandTilde("~/notes"), getpwuid(geteuid())->pw_dir + std::string("/notes"));
+    setenv("HOME", home.c_str(), 1);
 }
 
 TEST(ZipTest, PacksWithoutWaiting) {

@@ -24,6 +24,14 @@ status=0
 orvane-report --jsonl mixed > some.jsonl 2> said.txt || status=$?
 [[ $status -eq 1 && $(wc -l < some.jsonl) -eq $good && $(grep -c 'passed over' said.txt) -eq 3 ]] || fail "status $status: $(cat said.txt)"
 
+# Without a summary the zone is the one that the trace was written in, and without either there is none.
+mkdir parts && unzip -q mixed/good.zip -d parts && rm parts/orvdga_report.json
+(cd parts && TZ=Asia/Tokyo zip -q ../old.zip ./*.ovt && TZ=Etc/GMT-1 zip -q ../old.zip orvdga_trace_*.csv)
+orvane-report --jsonl old.zip > old.jsonl
+[[ -s old.jsonl && $(grep -cF '"offset":"+01:00"' old.jsonl) -eq $(wc -l < old.jsonl) ]] || fail "zone: $(head -n 1 old.jsonl)"
+zip -q -d old.zip 'orvdga_trace_*'
+orvane-report old.zip -o old.html || fail "an archive of logs only is refused"
+
 # A damaged file costs an archive that file only.
 cp mixed/good.zip broken.zip
 log=$(grep -abo -m 1 orvgpc.ovt broken.zip | head -n 1 | cut -d: -f1)
