@@ -29,7 +29,7 @@ using Upload = std::tuple<DGAReportOptions, std::string, int64_t>;
 class FakeUploadWindow final : public DGAUploadWindowInterface {
 public:
     bool isVisible() const override { return visible; }
-    void bringToFront() override {}
+    void bringToFront() override { ++broughtToFront; }
     void center() override {}
     void close() override {}
     void showUploadWindowIfScreenShot(const DGAReportOptions& options, const std::string& comment,
@@ -39,6 +39,7 @@ public:
             {"/tmp/x.zip", "sending", "", comment, problemCatagory});
     }
     std::vector<Upload> asked;
+    int broughtToFront = 0;
     bool visible = false;
 };
 

@@ -67,6 +67,7 @@ TEST_F(ProblemReportingWindowTest, SendingNeedsADescriptionAndACategory) {
     record().enableSendReport = false;
     open();
     EXPECT_EQ(QApplication::focusWidget(), &field());
+    EXPECT_FALSE(find<QWidget>("_titleLab").isVisible()) << "the desktop's frame has it";
     EXPECT_TRUE(placeholderShows());
     EXPECT_EQ(status(), "0011");
     ui::press("space");
@@ -483,6 +484,7 @@ TEST_F(ProblemReportingWindowTest, OffersReportsThatHaveNotBeenSent) {
     upload->visible = true;
     ui::click(button(0));
     EXPECT_TRUE(upload->asked.empty()) << "another one is on its way";
+    EXPECT_EQ(upload->broughtToFront, 1);
     upload->visible = false;
     ui::click(button(0));
     ASSERT_EQ(upload->asked.size(), 1U);
