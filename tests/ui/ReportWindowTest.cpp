@@ -19,6 +19,7 @@
 #include "DGAMonitor/Session/DGASessionTelemetry.h"
 #include "DGAMonitor/Session/DGATelemetryManager.h"
 #include "DGAMonitor/Session/DGAUtilitiesLocalize.h"
+#include "DGAMonitor/View/DGAStyle.h"
 #include "DGAMonitor/View/DGAText.h"
 #include "DGAMonitor/View/SendReport/View/DGANoticeLine.h"
 #include "DGAMonitor/View/SendReport/View/DGASendReportInfoView.h"
@@ -75,6 +76,13 @@ TEST_F(ProblemReportingWindowTest, SendingNeedsADescriptionAndACategory) {
     EXPECT_EQ(status(), "0011");
     choose(lDGADropListAudio);
     EXPECT_EQ(status(), "1111") << "a blank is a description";
+    const QImage picture = controller->window().grab().toImage();
+    for (auto* const button : controller->window().findChildren<DGAButton*>()) {
+        const QPoint besideText(10, button->height() / 2);
+        EXPECT_EQ(picture.pixelColor(button->mapTo(&controller->window(), besideText)) == DGAStyle::kAccent,
+                  button == &send())
+            << button->text().toStdString() << ": only what sends is filled";
+    }
     choose(lDGADropListChooseType);
     EXPECT_EQ(status(), "0011");
     choose(lDGADropListOther);
