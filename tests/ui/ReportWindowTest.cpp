@@ -383,6 +383,7 @@ TEST_F(ProblemReportingWindowTest, WhatIsListedIsWhatIsPacked) {
     ASSERT_TRUE(ui::waitUntil([this] { return files() && thumbnail() && thumbnail()->isVisible(); }));
     ASSERT_TRUE(ui::waitUntilActive(*files()->window()));
     ui::takePicture("contents");
+    EXPECT_LT(files()->viewport()->y(), 4) << "a row of headings";
     const auto texts = files()->window()->findChildren<QLabel*>();
     const auto says = [&](const QString& text) {
         return std::any_of(texts.begin(), texts.end(),

@@ -108,7 +108,10 @@ TEST_F(WidgetsTest, ALongTitleWrapsBeforeTheInfoButton) {
     EXPECT_EQ(title.left(), 24);
     EXPECT_EQ(title.width(), box->width() - 18 - 12 - 18);
     EXPECT_EQ(box->infoBtn()->x(), title.right() + 1 + 6);
+    EXPECT_TRUE(box->rect().contains(box->infoBtn()->geometry()));
     EXPECT_GE(box->height(), box->titleLab()->heightForWidth(title.width()));
+    box->setTitle("Fenster");
+    EXPECT_LT(box->titleLab()->width(), title.width() / 2) << "measured anew";
 }
 
 TEST_F(WidgetsTest, ALabelKnowsItsSizesForWhatItShowsNow) {
