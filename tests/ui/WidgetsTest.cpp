@@ -111,6 +111,7 @@ TEST_F(WidgetsTest, ALongTitleWrapsBeforeTheInfoButton) {
     EXPECT_TRUE(box->rect().contains(box->infoBtn()->geometry()));
     EXPECT_GE(box->height(), box->titleLab()->heightForWidth(title.width()));
     box->setTitle("Fenster");
+    box->prepared();
     EXPECT_LT(box->titleLab()->width(), title.width() / 2) << "measured anew";
 }
 
