@@ -164,7 +164,9 @@ TEST(TaskTest, EndsWhatTakesTooLong) {
     Task task = shell("sleep 60 & echo $!; sleep 60");
     task.limit = 300ms;
     const auto start = Clock::now();
+    testing::internal::CaptureStderr();
     const TaskResult result = platform::runTask(task);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("took too long"), std::string::npos);
     EXPECT_LT(Clock::now() - start, 20s);
     EXPECT_EQ(result.reason, TaskResult::kSignalled);
     const auto left = static_cast<pid_t>(std::stol(result.output));
