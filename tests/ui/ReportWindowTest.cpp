@@ -204,6 +204,11 @@ TEST_F(ProblemReportingWindowTest, WhoClosesIsAskedAndFindsTheDraftAgain) {
     EXPECT_TRUE(ui::waitUntil([] {
         return !DGAApplicationWindows::sharedWindows().services().draft().description.empty();
     })) << "also where the windows crash";
+    ui::press("Escape");
+    ASSERT_TRUE(ui::waitUntil([this] { return question() != nullptr; }));
+    controller->close();
+    EXPECT_TRUE(ui::waitUntil([] { return QApplication::activeWindow() == nullptr; }));
+    EXPECT_EQ(controller->window().findChild<QMessageBox*>(), nullptr) << "the question goes with its window";
     leaveBy("Escape", true);
     record().isFreeze = true;
     open();

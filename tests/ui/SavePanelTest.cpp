@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QLabel>
@@ -87,6 +88,8 @@ TEST_F(SavePanelTest, SpeaksTheLanguageOfTheClient) {
         const auto* const fileName = dialog()->findChild<QLabel*>("fileNameLabel");
         EXPECT_EQ(fileName->text().toStdString(), label);
         EXPECT_EQ(dialog()->windowTitle().toStdString(), title);
+        const auto* const save = dialog()->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Save);
+        EXPECT_EQ(save->text().toStdString(), title);
         ui::press("Escape");
         EXPECT_TRUE(ui::waitUntil([this] { return !panel; }));
     }

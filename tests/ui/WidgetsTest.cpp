@@ -205,6 +205,25 @@ TEST_F(WidgetsTest, AWindowStaysInTheWorkAreaAndItsButtonsInTheWindow) {
     EXPECT_EQ(window.height(), low);
 }
 
+TEST_F(WidgetsTest, TheWindowInFrontComesBackToTheFrontAfterAPicture) {
+    column->addWidget(new DGAButton(&window));
+    DGAProblemReportingWindow other;
+    auto* const inside = new QVBoxLayout(&other);
+    inside->addWidget(new DGAButton(&other));
+    show();
+    for (DGAWindowBase* const front :
+         {static_cast<DGAWindowBase*>(&other), static_cast<DGAWindowBase*>(&window)}) {
+        front->showInFront();
+        ASSERT_TRUE(ui::waitUntilActive(*front));
+        DGAWindowBase::setAllHiddenForPicture(true);
+        EXPECT_TRUE(ui::waitUntil([] { return QApplication::activeWindow() == nullptr; }));
+        DGAWindowBase::setAllHiddenForPicture(false);
+        EXPECT_TRUE(ui::waitUntilActive(*front));
+        ui::runFor(100ms);
+        EXPECT_TRUE(front->isActiveWindow()) << (front == &window);
+    }
+}
+
 TEST_F(WidgetsTest, ADropDownIsUsedByMouseAndByKeyboard) {
     auto* const list = addList({"Choose", "Joining", "Audio", "Other"}, "Choose");
     const auto* const box = list->findChild<LarimoDropdownBox*>();
