@@ -168,6 +168,13 @@ TEST_F(WidgetsTest, ThePopoverComesWithTheMouseAndWithTheKeyboard) {
     EXPECT_FALSE(closed);
     ui::press("space");
     EXPECT_TRUE(popover());
+    ui::press("Escape");
+    window.move(window.x(), 0);
+    ui::runFor(100ms);
+    ui::press("space");
+    ASSERT_TRUE(popover());
+    EXPECT_TRUE(window.screen()->geometry().contains(popover()->geometry()))
+        << "where there is no room above";
     window.hide();
     EXPECT_FALSE(popover());
 }
