@@ -6,6 +6,7 @@
 #include <QClipboard>
 #include <QElapsedTimer>
 #include <QFileDialog>
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPointer>
@@ -69,6 +70,7 @@ TEST_F(ProblemReportingWindowTest, SendingNeedsADescriptionAndACategory) {
     open();
     EXPECT_EQ(QApplication::focusWidget(), &field());
     EXPECT_FALSE(find<QWidget>("_titleLab").isVisible()) << "the desktop's frame has it";
+    EXPECT_EQ(controller->window().accessibleDescription(), find<QLabel>("_msgLab").text()) << "is read out";
     EXPECT_TRUE(placeholderShows());
     EXPECT_EQ(status(), "0011");
     ui::press("space");
@@ -392,6 +394,8 @@ TEST_F(ProblemReportingWindowTest, WhatIsListedIsWhatIsPacked) {
     ASSERT_TRUE(ui::waitUntilActive(*files()->window()));
     ui::takePicture("contents");
     EXPECT_LT(files()->viewport()->y(), 4) << "a row of headings";
+    EXPECT_GE(files()->viewport()->width(), files()->header()->length()) << "a column is cut off";
+    EXPECT_GE(files()->height(), 10 * files()->fontMetrics().height()) << "there is room for ten";
     const auto texts = files()->window()->findChildren<QLabel*>();
     const auto says = [&](const QString& text) {
         return std::any_of(texts.begin(), texts.end(),
