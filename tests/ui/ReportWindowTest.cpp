@@ -403,6 +403,18 @@ TEST_F(ProblemReportingWindowTest, WhatIsListedIsWhatIsPacked) {
     };
     EXPECT_TRUE(says("These files will be sent to reports.example.com:"));
     EXPECT_TRUE(says("Name: Åsa Öberg\nEmail: asa@example.com\nMeeting: Weekly"));
+    EXPECT_GT(thumbnail()->mapToGlobal(QPoint()).y(), files()->mapToGlobal(files()->rect().bottomLeft()).y());
+    const auto enlarged = [this] {
+        const auto labels = QApplication::activeWindow()->findChildren<QLabel*>();
+        return QApplication::activeWindow() != files()->window() &&
+               std::any_of(labels.begin(), labels.end(), [](const QLabel* label) {
+                   return label->pixmap(Qt::ReturnByValue).size() == QSize(640, 400);
+               });
+    };
+    ui::click(*thumbnail());
+    EXPECT_TRUE(ui::waitUntil([&] { return QApplication::activeWindow() && enlarged(); }));
+    ui::press("Escape");
+    ASSERT_TRUE(ui::waitUntilActive(*files()->window()));
     auto* const row = files()->findItems("client.log", Qt::MatchExactly).value(0);
     ASSERT_TRUE(row);
     EXPECT_EQ(row->text(1), "Meeting program log");
@@ -422,7 +434,7 @@ TEST_F(ProblemReportingWindowTest, WhatIsListedIsWhatIsPacked) {
     ASSERT_TRUE(ui::waitUntilActive(*files()->window()));
     ui::press("space");
     EXPECT_EQ(row->checkState(0), Qt::Unchecked);
-    ui::press("Escape");
+    ui::click(*files()->window()->findChild<QWidget*>("_closeListBtn"));
     EXPECT_TRUE(ui::waitUntil([this] { return !files(); }));
     EXPECT_TRUE(ui::waitUntilActive(controller->window()));
 
