@@ -199,8 +199,8 @@ TEST_F(WidgetsTest, AWindowStaysInTheWorkAreaAndItsButtonsInTheWindow) {
     EXPECT_TRUE(ui::waitUntil([&] { return room.contains(window.frameGeometry()); }));
     EXPECT_TRUE(window.rect().contains(button->geometry()));
     EXPECT_TRUE(bar->isVisible());
+    ASSERT_TRUE(ui::waitUntil([&] { return bar->maximum() > 0; }));
     bar->setValue(bar->maximum());
-    ASSERT_GT(bar->value(), 0);
     window.center();
     EXPECT_EQ(bar->value(), bar->maximum()) << "taken away from who reads";
     // Who has given it a size keeps it.
