@@ -235,6 +235,14 @@ TEST_F(UploadWindowTest, EachStatusOfTheUploaderIsShown) {
         ui::takePicture("upload_" + std::to_string(c.statuses.front()) + "_" +
                         std::to_string(c.statuses.back()));
     }
+    // What failed before shows no more once it is tried again.
+    show();
+    generated();
+    status(16);
+    ui::click(*vc().view().findChild<QWidget*>("againButton"));
+    status(17);
+    status(19);
+    EXPECT_EQ(seenNow(), cases[std::size(cases) - 1].expected);
     show();
     vc().reportHasNoPicture();
     generated();
