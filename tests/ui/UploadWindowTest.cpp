@@ -261,8 +261,11 @@ TEST_F(UploadWindowTest, ProgressIsPolledAndTheNextStatusResetsIt) {
     const auto& upload = vc().traceUpload();
     upload->m_status = 17;
     ASSERT_TRUE(sees("(0%)"));
+    ui::runFor(1100ms);  // before that nobody knows how long it takes
     upload->m_upload_progress = 66;
     ASSERT_TRUE(sees("(66%)"));
+    const QString left = vc().view().findChild<QLabel*>("progressLabel")->text();
+    EXPECT_TRUE(left.endsWith(" s left")) << left.toStdString();
     auto* const label = vc().view().findChild<QLabel*>("uploadingLabel");
     EXPECT_EQ(QAccessible::queryAccessibleInterface(label)->text(QAccessible::Name),
               "Uploading report… (66%)");
