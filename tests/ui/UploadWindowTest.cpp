@@ -265,7 +265,7 @@ TEST_F(UploadWindowTest, ProgressIsPolledAndTheNextStatusResetsIt) {
     upload->m_upload_progress = 66;
     ASSERT_TRUE(sees("(66%)"));
     const QString left = vc().view().findChild<QLabel*>("progressLabel")->text();
-    EXPECT_TRUE(left.endsWith(" s left")) << left.toStdString();
+    EXPECT_TRUE(left.endsWith("s left")) << left.toStdString();
     auto* const label = vc().view().findChild<QLabel*>("uploadingLabel");
     EXPECT_EQ(QAccessible::queryAccessibleInterface(label)->text(QAccessible::Name),
               "Uploading report… (66%)");
