@@ -12,8 +12,7 @@ xdotool type 'It was gone'
 see 'combo box' '-- Choose a problem type --'
 # Asked for again, it comes back to the front from behind what the user has turned to.
 another_program
-others_has_keyboard() { [[ $(xdotool getwindowfocus getwindowpid 2> /dev/null) == $(other_window_program) ]]; }
-eventually others_has_keyboard || fail "the other program has no keyboard"
+eventually has_keyboard "$(other_window_program)" || fail "the other program has no keyboard"
 key Tab
 sleep 0.3 # until the window manager counts that as use
 post ORVANE_DGA_GENERATE_REPORT > /dev/null

@@ -59,9 +59,11 @@ ours.sendall(struct.pack("<iI", 2, len(show)) + show)
 program.wait()
 END
     other=$!
+    eventually other_window_program > /dev/null || fail "the other program does not start"
 }
 other_window_program() { pgrep -P "$other"; }
-has_keyboard() { [[ $(xdotool getwindowfocus getwindowpid 2> /dev/null) == $(window_program) ]]; }
+# has_keyboard [PROCESS-ID]: by default our windows' program.
+has_keyboard() { [[ $(xdotool getwindowfocus getwindowpid 2> /dev/null) == "${1:-$(window_program)}" ]]; }
 in_front() { eventually has_keyboard || fail "the keyboard is elsewhere: $(xdotool getwindowfocus getwindowname 2>&1)"; }
 
 # await_log TEXT [COUNT]: of this assistant, at least so often.
